@@ -1,0 +1,98 @@
+// Websites: the <VirtualHost> blocks of one Apache configuration file, and
+// their script handlers.
+//
+// Every editing operation copies HttpdConfFile line by line into TEMPFILE,
+// changing it on the way, then runs "mv TEMPFILE HttpdConfFile" through the
+// shell. Operations return small result numbers: 21 HttpdConfFile is empty,
+// 22 it cannot be opened, 23 TEMPFILE cannot be opened, and a success number
+// per operation (see each declaration). Each operation first reports its name
+// and arguments to TrackManager.
+//
+// Construction:
+//   CQZWebsite()                   nothing set; every pointer member is null.
+//   CQZWebsite(tm)                 module "Apache"; HttpdConfFile = "";
+//                                  TEMPFILE from tempnam("/etc", NULL).
+//   CQZWebsite(tm, httpdConfFile)  module "Apache", module property
+//                                  HDCFFile; TEMPFILE = the configuration's
+//                                  folder + "/" + the current time in seconds.
+// A copy owns its own TEMPFILE buffer; each buffer is freed exactly once.
+#ifndef CQZ_WEBSITE_H
+#define CQZ_WEBSITE_H
+
+#include "CQZTrackManager.h"
+#include "QZExport.h"
+#include "QZTypes.h"
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+class QZ_EXPORT CQZWebsite {
+public:
+    char* TEMPFILE;
+    const char* HttpdConfFile;
+    CQZTrackManager* TrackManager;
+
+    CQZWebsite();
+    CQZWebsite(CQZTrackManager* TrackManager);
+    CQZWebsite(CQZTrackManager* TrackManager, const char* HttpdConfFile);
+    CQZWebsite(const CQZWebsite& other);
+    CQZWebsite& operator=(const CQZWebsite& other);
+    ~CQZWebsite();
+
+    char CreateWebsite(VHostEntry* objVHost);
+    void WriteWebsiteEntry(VHostEntry* objVHost, std::ofstream* outFile);
+    char GetWebsiteInfo(UpdateVHost* ObjUVHost);
+
+    // Removes every block whose ServerName equals pDName (case-insensitive),
+    // commented-out blocks included. Blank lines outside blocks are dropped.
+    // DomainType is ignored. 24 whether or not a block was removed.
+    char DeleteWebsite(const char* pDName, char DomainType);
+
+    // 31 when a live (not commented-out) block names DomainName, else 32.
+    char WebsiteExists(const char* DomainName);
+
+    // Appends the ServerName of every block of the configuration and of the
+    // plain files it includes (one level deep), in file order. 28.
+    char ListWebsites(std::vector<std::string>& DomainList);
+
+    // Appends the ServerName of every block of one included file. Always true.
+    bool VHostsInIncFile(std::string szFileName, std::vector<std::string>& websites);
+
+    // Appends the first server_name of the nginx sites named in listfile,
+    // looked up under /etc/nginx/sites-enabled/. The list is the result; the
+    // return value is always 0.
+    char ListNginxWebsites(std::vector<std::string>& DomainList, std::string listfile);
+
+    char StartWebsite(const char* DomainName);
+    char StopWebsite(const char* DomainName);
+    char PauseWebsite(const char* Name);
+    char ContinueWebsite(const char* Name);
+    char GetWebsiteStatus(std::string szDomainName);
+    char AddHostHeader(std::string domainName, std::string hostHeader);
+    char DeleteHostHeader(std::string domainName, std::string hostHeader);
+
+    std::string getApacheServerRoot(std::string apacheConfFile);
+    std::string getApacheModulesDir(std::string httpdConfFile);
+    std::string getApacheServicePath();
+    std::string getApachePIDFilePath();
+    int CmdApchRestart(const char* HttpdPIDFile);
+
+    int EnablePhp(std::string DomainName, std::string Module);
+    int DisablePhp(std::string DomainName);
+    int ISPhpEnabled(std::string DomainName);
+    std::string getPHPEntryToDelete(std::string domain, std::string httpdConfFile);
+    std::string Php_checkModulePhysicalPath(std::string apacheConfFile);
+    int Php_checkModule(std::string HttpdConfFile, std::string moduleName);
+    int Php_addModule(std::string apacheConfFile, std::string moduleName);
+    int Php_disableModule(std::string apacheConfFile, std::string moduleName);
+    bool getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath);
+
+    int ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module);
+    int EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting);
+    int DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI);
+    int EnablePerl(std::string szDomainName);
+    int DisablePerl(std::string szDomainName);
+};
+
+#endif

@@ -1,0 +1,36 @@
+// Free functions shared by the managers, and the process-wide flag of
+// website creation.
+#ifndef QZ_COMMON_H
+#define QZ_COMMON_H
+
+#include "QZExport.h"
+
+#include <string>
+
+// Reads one key of the panel's settings file: a line `key = "value"`.
+// Returns 1 and sets ParamVal to the text between the first two double quotes
+// of the first line whose key begins with `param` (case-insensitive, compared
+// over the length of `param` only). Returns 0 otherwise and leaves ParamVal
+// untouched, so callers preset their default. Lines are read with a limit of
+// 119 characters; a longer line ends the reading.
+QZ_EXPORT int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::string param);
+
+// Version of the local Apache, each part -1 when it cannot be found.
+QZ_EXPORT void getApacheVersion(int& major, int& minor, int& minorMinor);
+
+// Login name of the user who owns Path, or "".
+QZ_EXPORT std::string GetPathOwner(std::string Path);
+
+QZ_EXPORT bool RemoveDir(const char* DName);
+
+// True when /etc/CloudLinux-release exists.
+QZ_EXPORT bool ISCloudLinux();
+
+// Highest LVEId number in the file, 0 when none.
+QZ_EXPORT int ExtractHighestLVEid(std::string httpdConfFile);
+
+// Set for the life of the process once website creation writes or finds a
+// NameVirtualHost line with a port.
+extern QZ_EXPORT bool IsPortEnabled;
+
+#endif

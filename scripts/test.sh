@@ -1,0 +1,29 @@
+#!/bin/sh
+# Installs what the tests need, builds a normal and an AddressSanitizer +
+# UndefinedBehaviorSanitizer configuration, and runs the whole suite in both.
+# Exits non-zero on any failure.
+set -eu
+cd "$(dirname "$0")/.."
+
+packages="cmake g++ make libgtest-dev pkgconf"
+missing=""
+for p in $packages; do
+  dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
+done
+if [ -n "$missing" ]; then
+  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo apt-get update -q && $sudo apt-get install -y -q $missing
+fi
+
+jobs=$(nproc 2>/dev/null || echo 2)
+run() {
+  dir=$1; shift
+  echo "== $dir: configure, build, test"
+  cmake -S . -B "$dir" "$@" >/dev/null
+  cmake --build "$dir" -j "$jobs"
+  (cd "$dir" && ctest --output-on-failure -j "$jobs")
+}
+run build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  run build-asan -DCMAKE_BUILD_TYPE=Debug -DQZ_SANITIZE=ON
+echo "== all tests passed"

@@ -1,0 +1,4 @@
+// ApacheHelper construction: the toolkit holds nothing.
+#include "ApacheHelper.h"
+
+ApacheHelper::ApacheHelper() {}

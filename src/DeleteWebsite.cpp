@@ -1,0 +1,62 @@
+// CQZWebsite::DeleteWebsite: removes every <VirtualHost> block of a domain.
+#include "CQZWebsite.h"
+
+#include "QZCore.h"
+
+#include <strings.h>
+
+char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
+    const std::string domain = qz::str(pDName);
+    qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
+
+    if (HttpdConfFile == nullptr || *HttpdConfFile == '\0') return 21;
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (!in.isOpen()) {
+        qz::say("Error opening HttpdConfFile file");
+        return 22;
+    }
+    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
+    if (TEMPFILE == nullptr || !rewrite.open()) {
+        qz::say("Error opening TEMPFILE file");
+        return 23;
+    }
+    qz::OutFile& out = rewrite.out();
+
+    bool open = false;   // a block is open; its text is held back in `held`
+    bool found = false;  // the last ServerName seen names the domain
+    std::string held;
+    while (in.nextUntilEof()) {
+        const std::string_view line = in.view();
+        const char* p = in.c_str();
+        if (*p == '#') ++p;
+        p = qz::skipSpace(p);
+
+        if (qz::startsWithNoCase(p, "<VirtualHost")) {
+            if (open) out.write(held);  // the previous block was never closed
+            held.assign(line);
+            held += '\n';
+            open = true;
+        } else if (open && qz::startsWithNoCase(p, "ServerName")) {
+            held.append(line);
+            held += '\n';
+            found = strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0;
+        } else if (open && qz::startsWithNoCase(p, "</VirtualHost>")) {
+            open = false;
+            held.append(line);
+            held += '\n';
+            if (!found) out.write(held);
+            held.clear();
+        } else if (open) {
+            held.append(line);
+            held += '\n';
+        } else if (!line.empty()) {
+            out.writeLine(line);
+        }
+    }
+    // Moving a copy cut short at an over-long line would lose the rest of the
+    // configuration, so that case leaves the configuration as it is.
+    if (in.tooLong()) return 22;
+    in.close();
+    rewrite.commit();
+    return 24;
+}

@@ -1,0 +1,241 @@
+#include "QZCore.h"
+
+#include "QZSystemRoot.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <iostream>
+#include <unistd.h>
+
+namespace qz {
+
+// ---- System root ------------------------------------------------------------
+
+namespace {
+std::string& rootStorage() {
+    static std::string root;
+    return root;
+}
+}  // namespace
+
+void setSystemRoot(const std::string& root) { rootStorage() = root; }
+
+const std::string& systemRoot() { return rootStorage(); }
+
+std::string sysPath(std::string_view fixedPath) {
+    std::string path = rootStorage();
+    path.append(fixedPath.data(), fixedPath.size());
+    return path;
+}
+
+// ---- LineReader -----------------------------------------------------------
+
+namespace {
+constexpr size_t kBlockSize = 1 << 16;
+}
+
+LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
+    if (path != nullptr) fd_ = ::open(path, O_RDONLY | O_CLOEXEC);
+    reserve(limit == 0 ? 256 : limit);
+    line_[0] = '\0';
+}
+
+LineReader::~LineReader() {
+    close();
+    delete[] block_;
+    delete[] line_;
+}
+
+void LineReader::close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+}
+
+void LineReader::reserve(size_t n) {
+    if (n <= cap_) return;
+    size_t cap = cap_ == 0 ? n : cap_;
+    while (cap < n) cap *= 2;
+    char* grown = new char[cap];
+    if (len_ > 0) memcpy(grown, line_, len_);
+    delete[] line_;
+    line_ = grown;
+    cap_ = cap;
+}
+
+void LineReader::append(const char* p, size_t n) {
+    reserve(len_ + n + 1);
+    memcpy(line_ + len_, p, n);
+    len_ += n;
+}
+
+bool LineReader::refill() {
+    if (fd_ < 0) return false;
+    if (block_ == nullptr) block_ = new char[kBlockSize];
+    for (;;) {
+        ssize_t got = ::read(fd_, block_, kBlockSize);
+        if (got > 0) {
+            pos_ = 0;
+            end_ = static_cast<size_t>(got);
+            return true;
+        }
+        if (got < 0 && errno == EINTR) continue;
+        return false;  // end of file, or a file that cannot be read
+    }
+}
+
+bool LineReader::getline(size_t limit) {
+    len_ = 0;
+    tooLong_ = false;
+    if (!good()) {
+        // The sentry of a stream that is not good fails the read.
+        fail_ = true;
+        line_[0] = '\0';
+        clen_ = 0;
+        return false;
+    }
+    const size_t room = limit == 0 ? SIZE_MAX : limit - 1;
+    bool delimiter = false;
+    for (;;) {
+        if (pos_ == end_ && !refill()) {
+            eof_ = true;
+            break;
+        }
+        size_t scan = end_ - pos_;
+        if (scan > room - len_) scan = room - len_;
+        const char* start = block_ + pos_;
+        const char* nl = static_cast<const char*>(memchr(start, '\n', scan));
+        if (nl != nullptr) {
+            append(start, static_cast<size_t>(nl - start));
+            pos_ += static_cast<size_t>(nl - start) + 1;
+            delimiter = true;
+            break;
+        }
+        append(start, scan);
+        pos_ += scan;
+        if (len_ == room) {
+            // N-1 characters stored: the line is whole only if '\n' follows.
+            if (pos_ == end_ && !refill()) {
+                eof_ = true;
+                break;
+            }
+            if (block_[pos_] == '\n') {
+                ++pos_;
+                delimiter = true;
+            } else {
+                fail_ = true;
+                tooLong_ = true;
+            }
+            break;
+        }
+    }
+    if (len_ == 0 && !delimiter) fail_ = true;  // nothing extracted
+    reserve(len_ + 1);
+    line_[len_] = '\0';
+    clen_ = strnlen(line_, len_);
+    return !fail_;
+}
+
+bool LineReader::nextUntilEof() {
+    if (eof_ || tooLong_) return false;
+    getline();
+    return !tooLong_;
+}
+
+// ---- Output -----------------------------------------------------------------
+
+void say(std::string_view text) {
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+    std::cout.flush();
+}
+
+void sayLine(std::string_view text) {
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+    std::cout << std::endl;
+}
+
+bool OutFile::open(const char* path) {
+    close();
+    if (path == nullptr) return false;
+    f_ = fopen(path, "we");
+    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
+    return f_ != nullptr;
+}
+
+void OutFile::write(std::string_view text) {
+    if (f_ != nullptr && !text.empty()) fwrite(text.data(), 1, text.size(), f_);
+}
+
+void OutFile::close() {
+    if (f_ != nullptr) fclose(f_);
+    f_ = nullptr;
+}
+
+// ---- Shell ------------------------------------------------------------------
+
+namespace {
+bool isPlainShellChar(unsigned char c) {
+    if (std::isalnum(c) && c < 0x80) return true;
+    return std::strchr("@%_+=:,./-", c) != nullptr && c != '\0';
+}
+}  // namespace
+
+std::string shellWord(std::string_view arg) {
+    bool plain = !arg.empty();
+    for (char c : arg) {
+        if (!isPlainShellChar(static_cast<unsigned char>(c))) {
+            plain = false;
+            break;
+        }
+    }
+    if (plain) return std::string(arg);
+    return "'" + shellQuotedBody(arg) + "'";
+}
+
+std::string shellQuotedBody(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + 2);
+    for (char c : text) {
+        if (c == '\'')
+            out += "'\\''";
+        else
+            out += c;
+    }
+    return out;
+}
+
+std::string shellCommand(std::initializer_list<std::string_view> words) {
+    std::string line;
+    for (std::string_view word : words) {
+        if (!line.empty()) line += ' ';
+        line += shellWord(word);
+    }
+    return line;
+}
+
+int runShell(const std::string& commandLine) {
+    std::cout.flush();
+    fflush(stdout);
+    return std::system(commandLine.c_str());
+}
+
+// ---- Rewrite ----------------------------------------------------------------
+
+void Rewrite::commit() {
+    out_.close();
+    runShell(shellCommand({"mv", scratch_, target_}));
+}
+
+// ---- Tracking ---------------------------------------------------------------
+
+void trackMethod(CQZTrackManager* tracker, const char* method, StringVector values, StringVector names) {
+    if (tracker == nullptr) return;
+    tracker->CQZMethodName(method);
+    tracker->CQZMethodArguments(std::move(values), std::move(names));
+}
+
+void trackModule(CQZTrackManager* tracker, const char* module) {
+    if (tracker != nullptr) tracker->CQZModuleName(module);
+}
+
+}  // namespace qz

@@ -1,0 +1,190 @@
+// Internal primitives shared by every operation: fixed system paths, the line
+// reader, keyword matching, the scratch-file rewrite, shell command lines and
+// tracking. Not part of the public interface.
+#ifndef QZ_CORE_H
+#define QZ_CORE_H
+
+#include "CQZTrackManager.h"
+#include "QZTypes.h"
+
+#include <cctype>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <strings.h>
+#include <utility>
+
+namespace qz {
+
+// ---- System paths ---------------------------------------------------------
+
+// A fixed absolute path the library names itself, resolved under the system
+// root: sysPath("/etc/QZ.conf") is systemRoot() + "/etc/QZ.conf".
+std::string sysPath(std::string_view fixedPath);
+
+// ---- Line reading -----------------------------------------------------------
+
+// Reads a file line by line exactly as std::istream::getline(buf, N) does
+// with a zeroed buffer of N bytes, streaming through one block buffer and one
+// line buffer, both allocated once:
+//   - at most N-1 characters are stored; the '\n' is consumed, not stored;
+//   - a line of N-1 characters followed by '\n' is read whole;
+//   - a longer line stores N-1 characters and fails the stream (the rest of
+//     the line stays unread);
+//   - a read that extracts nothing (end of file) fails the stream;
+//   - once the stream is not good, every further read fails and stores "".
+// N == 0 means "no limit" (std::getline into a std::string).
+// A file that opens but cannot be read (a folder, an I/O error) reads as empty,
+// as an ifstream does.
+class LineReader {
+public:
+    LineReader(const char* path, size_t limit);
+    LineReader(const std::string& path, size_t limit) : LineReader(path.c_str(), limit) {}
+    ~LineReader();
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    bool isOpen() const { return fd_ >= 0; }
+    void close();
+
+    // One getline(buf, N) with the reader's limit, or with `limit` for this
+    // read only. True unless the stream failed.
+    bool getline() { return getline(limit_); }
+    bool getline(size_t limit);
+
+    // One turn of the loop "until end of file": `while (!eof()) { getline();
+    // ...use the line... }`. True while the loop body runs with a line,
+    // including the final empty read at end of file. A line longer than the
+    // limit fails the stream; such a loop would then never see end of file, so
+    // here it ends the scan, and the truncated line is not handed out.
+    bool nextUntilEof();
+
+    // One turn of `while (getline())`: true for each successful read; the
+    // failed read at end of file and an over-long line end it.
+    bool nextWhileGood() { return getline(); }
+
+    bool eof() const { return eof_; }
+    bool fail() const { return fail_; }
+    bool good() const { return !eof_ && !fail_; }
+    // True when the last read failed because its line was too long.
+    bool tooLong() const { return tooLong_; }
+
+    // The line as a C string: what the program sees through the char buffer,
+    // so it ends at the first NUL byte of the line, if any.
+    const char* c_str() const { return line_; }
+    std::string_view view() const { return std::string_view(line_, clen_); }
+    size_t length() const { return clen_; }
+    bool empty() const { return clen_ == 0; }
+
+private:
+    bool refill();
+    void reserve(size_t n);
+    void append(const char* p, size_t n);
+
+    int fd_ = -1;
+    size_t limit_;
+    char* block_ = nullptr;
+    size_t pos_ = 0, end_ = 0;
+    char* line_ = nullptr;
+    size_t cap_ = 0, len_ = 0, clen_ = 0;
+    bool eof_ = false, fail_ = false, tooLong_ = false;
+};
+
+// ---- Keyword matching -----------------------------------------------------
+
+// First character at or after p that is not white space (isspace).
+inline const char* skipSpace(const char* p) {
+    while (*p != '\0' && std::isspace(static_cast<unsigned char>(*p))) ++p;
+    return p;
+}
+
+// p moved n characters on, but never past the end of its string. Scanners
+// step over a keyword and its separator this way, so a line holding only the
+// keyword yields an empty value instead of a read past its end.
+inline const char* advance(const char* p, size_t n) {
+    return p + strnlen(p, n);
+}
+
+// Case-insensitive comparison over the keyword's length only: a prefix match.
+inline bool startsWithNoCase(const char* p, std::string_view keyword) {
+    return strncasecmp(p, keyword.data(), keyword.size()) == 0;
+}
+
+// ---- Output ---------------------------------------------------------------
+
+// Writes to standard output, where the library's diagnostics go.
+void say(std::string_view text);
+void sayLine(std::string_view text);
+
+// A file written from the start (truncated), buffered.
+class OutFile {
+public:
+    OutFile() = default;
+    ~OutFile() { close(); }
+    OutFile(const OutFile&) = delete;
+    OutFile& operator=(const OutFile&) = delete;
+
+    bool open(const char* path);
+    bool isOpen() const { return f_ != nullptr; }
+    void write(std::string_view text);
+    void writeLine(std::string_view text) { write(text); write("\n"); }
+    void close();
+
+private:
+    FILE* f_ = nullptr;
+};
+
+// ---- Shell ------------------------------------------------------------------
+
+// One command-line word: an argument made only of A-Z a-z 0-9 @ % _ + = : , . / -
+// is written as it stands; any other (the empty one included) is single-quoted
+// so that the shell passes it as one word and runs nothing from it.
+std::string shellWord(std::string_view arg);
+
+// The words joined by blanks, each through shellWord.
+std::string shellCommand(std::initializer_list<std::string_view> words);
+
+// Text to place between single quotes that the command line writes itself
+// (a password in '...'): each single quote becomes '\''.
+std::string shellQuotedBody(std::string_view text);
+
+// Runs a command line through the shell (system). The exit status is returned
+// for callers that want it; the library's operations do not examine it.
+int runShell(const std::string& commandLine);
+
+// ---- Rewriting a file -----------------------------------------------------
+
+// The rewrite idiom: the new contents go to a scratch file, which then
+// replaces the target through the shell with "mv scratch target".
+class Rewrite {
+public:
+    Rewrite(std::string scratch, std::string target)
+        : scratch_(std::move(scratch)), target_(std::move(target)) {}
+
+    bool open() { return out_.open(scratch_.c_str()); }
+    OutFile& out() { return out_; }
+    // Closes the scratch file and moves it over the target. The exit status
+    // of mv is not examined.
+    void commit();
+
+private:
+    std::string scratch_, target_;
+    OutFile out_;
+};
+
+// ---- Tracking -------------------------------------------------------------
+
+// The two calls every operation opens with: its name, then its argument
+// values and names (values first). Nothing is sent without a tracker.
+void trackMethod(CQZTrackManager* tracker, const char* method, StringVector values, StringVector names);
+void trackModule(CQZTrackManager* tracker, const char* module);
+
+// A borrowed C string as text; null reads as "".
+inline std::string str(const char* p) { return p ? std::string(p) : std::string(); }
+
+}  // namespace qz
+
+#endif

@@ -1,0 +1,35 @@
+// CQZWebsite::WebsiteExists: whether a live block names a domain.
+#include "CQZWebsite.h"
+
+#include "QZCore.h"
+
+#include <strings.h>
+
+char CQZWebsite::WebsiteExists(const char* DomainName) {
+    const std::string domain = qz::str(DomainName);
+    qz::trackMethod(TrackManager, "WebsiteExists", {domain}, {"DomainName"});
+
+    if (HttpdConfFile == nullptr || *HttpdConfFile == '\0') return 21;
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (!in.isOpen()) {
+        qz::sayLine("Error while opening HttpdConfFile");
+        return 22;
+    }
+    bool inBlock = false;
+    while (in.nextUntilEof()) {
+        // Commented-out lines (a stopped website) do not count.
+        if (in.empty() || in.c_str()[0] == '#') continue;
+        const char* p = qz::skipSpace(in.c_str());
+        if (qz::startsWithNoCase(p, "<VirtualHost")) {
+            inBlock = true;
+        } else if (!inBlock) {
+            continue;
+        } else if (qz::startsWithNoCase(p, "ServerName")) {
+            if (strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0) return 31;
+            inBlock = false;  // one ServerName decides the block
+        } else if (qz::startsWithNoCase(p, "</VirtualHost>")) {
+            inBlock = false;
+        }
+    }
+    return 32;
+}

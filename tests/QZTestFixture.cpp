@@ -1,0 +1,105 @@
+#include "QZTestFixture.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+void QZTest::SetUp() {
+    char templ[] = "/tmp/qzapache-test-XXXXXX";
+    ASSERT_NE(mkdtemp(templ), nullptr);
+    root_ = templ;
+    bin_ = root_ + "/.fakebin";
+    makeDir("/.fakebin");
+    makeDir("/etc");
+    qz::setSystemRoot(root_);
+    const char* oldPath = getenv("PATH");
+    savedPath_ = oldPath ? oldPath : "/usr/bin:/bin";
+    setenv("PATH", (bin_ + ":" + savedPath_).c_str(), 1);
+    setenv("QZ_TEST_LOG", (root_ + "/.commands.log").c_str(), 1);
+}
+
+void QZTest::TearDown() {
+    if (capturing_) capturedOutput();
+    qz::setSystemRoot("");
+    setenv("PATH", savedPath_.c_str(), 1);
+    if (chdir("/") != 0) ADD_FAILURE() << "chdir /";
+    if (!root_.empty() && root_.rfind("/tmp/qzapache-test-", 0) == 0) {
+        EXPECT_EQ(std::system(("rm -rf '" + root_ + "'").c_str()), 0);
+    }
+}
+
+void QZTest::writeFile(const std::string& rel, const std::string& contents) const {
+    std::ofstream out(path(rel), std::ios::binary | std::ios::trunc);
+    ASSERT_TRUE(out.good()) << path(rel);
+    out << contents;
+}
+
+std::string QZTest::readFile(const std::string& rel) const {
+    std::ifstream in(path(rel), std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool QZTest::exists(const std::string& rel) const { return access(path(rel).c_str(), F_OK) == 0; }
+
+void QZTest::makeDir(const std::string& rel) const {
+    EXPECT_EQ(std::system(("mkdir -p '" + path(rel) + "'").c_str()), 0);
+}
+
+std::string QZTest::data(const std::string& name) {
+    std::ifstream in(std::string(QZ_TEST_DATA) + "/" + name, std::ios::binary);
+    EXPECT_TRUE(in.good()) << "missing golden file " << name;
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void QZTest::fakeCommand(const std::string& name, const std::string& script) const {
+    const std::string file = bin_ + "/" + name;
+    {
+        std::ofstream out(file, std::ios::trunc);
+        out << "#!/bin/sh\n" << script << "\n";
+    }
+    chmod(file.c_str(), 0755);
+}
+
+void QZTest::loggedCommand(const std::string& name) const {
+    fakeCommand(name, "echo \"" + name + " $*\" >> \"$QZ_TEST_LOG\"\n"
+                      "PATH=\"" + savedPath_ + "\" exec " + name + " \"$@\"");
+}
+
+std::vector<std::string> QZTest::commandLog() const {
+    std::vector<std::string> lines;
+    std::ifstream in(root_ + "/.commands.log");
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+void QZTest::captureOutput() {
+    testing::internal::CaptureStdout();
+    capturing_ = true;
+}
+
+std::string QZTest::capturedOutput() {
+    capturing_ = false;
+    return testing::internal::GetCapturedStdout();
+}
+
+std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
+    auto list = [](const StringVector& items) {
+        std::string text = "[";
+        for (size_t i = 0; i < items.size(); ++i) text += (i ? "|" : "") + items[i];
+        return text + "]";
+    };
+    std::vector<std::string> lines;
+    for (const auto& call : tracker.calls) {
+        if (call.function == "CQZModuleName" || call.function == "CQZMethodName")
+            lines.push_back(call.function + " " + call.text);
+        else
+            lines.push_back(call.function + " " + list(call.values) + " " + list(call.names));
+    }
+    return lines;
+}
