@@ -9,7 +9,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     const std::string domain = qz::str(pDName);
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
-    if (HttpdConfFile == nullptr || *HttpdConfFile == '\0') return 21;
+    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
     if (!in.isOpen()) {
         qz::say("Error opening HttpdConfFile file");

@@ -3,6 +3,7 @@
 #include "CQZWebsite.h"
 
 #include "QZCore.h"
+#include "ServerNameScan.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +11,7 @@
 char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
     qz::trackMethod(TrackManager, "ListWebsites", {""}, {""});
 
-    if (HttpdConfFile == nullptr || *HttpdConfFile == '\0') return 21;
+    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
     if (!in.isOpen()) {
         qz::sayLine("Error while opening HttpdConfFile");
@@ -19,29 +20,25 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
 
     std::string serverRoot;
     std::vector<std::string> includes;
-    bool inBlock = false;
+    qz::ServerNameScan scan;
     while (in.nextUntilEof()) {
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());
-        if (qz::startsWithNoCase(p, "<VirtualHost")) {
-            inBlock = true;
-        } else if (!inBlock && qz::startsWithNoCase(p, "ServerRoot")) {
+        if (scan.examine(p, DomainList) || scan.inBlock) continue;
+        if (qz::startsWithNoCase(p, "ServerRoot")) {
             // The value loses its first and last characters: the quotes of
             // a quoted value, or two letters of an unquoted one.
             std::string_view value = qz::skipSpace(qz::advance(p, 11));
             serverRoot = value.size() >= 2 ? std::string(value.substr(1, value.size() - 2)) : std::string();
-        } else if (!inBlock && qz::startsWithNoCase(p, "Include")) {
+        } else if (qz::startsWithNoCase(p, "Include")) {
             includes.emplace_back(qz::skipSpace(qz::advance(p, 7)));
-        } else if (inBlock && qz::startsWithNoCase(p, "ServerName")) {
-            DomainList.emplace_back(qz::skipSpace(qz::advance(p, 11)));
-            inBlock = false;
-        } else if (inBlock && qz::startsWithNoCase(p, "</VirtualHost>")) {
-            inBlock = false;
         }
     }
     in.close();
     qz::sayLine("server root = " + serverRoot);
 
+    // Without a ServerRoot, the distribution's folder that chdir accepts is
+    // used; the process is left in it, as callers have always seen.
     if (serverRoot.empty()) {
         qz::sayLine("cp");
         const std::string httpd = qz::sysPath("/etc/httpd");

@@ -185,6 +185,9 @@ void trackModule(CQZTrackManager* tracker, const char* module);
 // A borrowed C string as text; null reads as "".
 inline std::string str(const char* p) { return p ? std::string(p) : std::string(); }
 
+// True for a null or empty borrowed C string (a manager with no configuration).
+inline bool isEmpty(const char* p) { return p == nullptr || *p == '\0'; }
+
 }  // namespace qz
 
 #endif

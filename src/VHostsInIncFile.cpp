@@ -2,6 +2,7 @@
 #include "CQZWebsite.h"
 
 #include "QZCore.h"
+#include "ServerNameScan.h"
 
 bool CQZWebsite::VHostsInIncFile(std::string szFileName, std::vector<std::string>& websites) {
     if (szFileName.empty()) return true;
@@ -10,18 +11,8 @@ bool CQZWebsite::VHostsInIncFile(std::string szFileName, std::vector<std::string
         qz::sayLine("Error while opening HttpdConfFile");
         return true;
     }
-    bool inBlock = false;
-    while (in.nextUntilEof()) {
-        if (in.empty()) continue;
-        const char* p = qz::skipSpace(in.c_str());
-        if (qz::startsWithNoCase(p, "<VirtualHost")) {
-            inBlock = true;
-        } else if (inBlock && qz::startsWithNoCase(p, "ServerName")) {
-            websites.emplace_back(qz::skipSpace(qz::advance(p, 11)));
-            inBlock = false;
-        } else if (inBlock && qz::startsWithNoCase(p, "</VirtualHost>")) {
-            inBlock = false;
-        }
-    }
+    qz::ServerNameScan scan;
+    while (in.nextUntilEof())
+        if (!in.empty()) scan.examine(qz::skipSpace(in.c_str()), websites);
     return true;
 }

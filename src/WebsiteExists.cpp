@@ -9,7 +9,7 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
     const std::string domain = qz::str(DomainName);
     qz::trackMethod(TrackManager, "WebsiteExists", {domain}, {"DomainName"});
 
-    if (HttpdConfFile == nullptr || *HttpdConfFile == '\0') return 21;
+    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
     if (!in.isOpen()) {
         qz::sayLine("Error while opening HttpdConfFile");
