@@ -219,6 +219,19 @@ int runShell(const std::string& commandLine) {
     return std::system(commandLine.c_str());
 }
 
+ShellPipe::ShellPipe(const std::string& commandLine) {
+    std::cout.flush();
+    fflush(stdout);
+    pipe_ = popen(commandLine.c_str(), "re");
+}
+
+int ShellPipe::close() {
+    if (pipe_ == nullptr) return -1;
+    int status = pclose(pipe_);
+    pipe_ = nullptr;
+    return status;
+}
+
 // ---- Rewrite ----------------------------------------------------------------
 
 void Rewrite::commit() {

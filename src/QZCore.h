@@ -155,6 +155,23 @@ std::string shellQuotedBody(std::string_view text);
 // for callers that want it; the library's operations do not examine it.
 int runShell(const std::string& commandLine);
 
+// A command line run through the shell (popen) with its standard output to
+// read; closed (pclose) when the object goes. get() is null when popen failed.
+class ShellPipe {
+public:
+    explicit ShellPipe(const std::string& commandLine);
+    ~ShellPipe() { close(); }
+    ShellPipe(const ShellPipe&) = delete;
+    ShellPipe& operator=(const ShellPipe&) = delete;
+
+    FILE* get() const { return pipe_; }
+    // Waits for the command; its status, or -1 when it never ran.
+    int close();
+
+private:
+    FILE* pipe_ = nullptr;
+};
+
 // ---- Rewriting a file -----------------------------------------------------
 
 // The rewrite idiom: the new contents go to a scratch file, which then

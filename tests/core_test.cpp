@@ -144,6 +144,17 @@ TEST_F(CoreTest, ShellWordsKeepOrdinaryNamesAndQuoteEverythingElse) {
     }
 }
 
+TEST_F(CoreTest, ShellPipeReadsACommandsOutput) {
+    fakeCommand("apachectl", "echo 'Server version: Apache/2.4.62 (Debian)'");
+    qz::ShellPipe pipe(qz::shellCommand({"apachectl", "-v"}));
+    ASSERT_NE(pipe.get(), nullptr);
+    char line[128] = {};
+    ASSERT_NE(fgets(line, sizeof line, pipe.get()), nullptr);
+    EXPECT_STREQ(line, "Server version: Apache/2.4.62 (Debian)\n");
+    EXPECT_EQ(pipe.close(), 0);
+    EXPECT_EQ(pipe.get(), nullptr);
+}
+
 TEST_F(CoreTest, FixedPathsResolveUnderTheSystemRoot) {
     EXPECT_EQ(qz::systemRoot(), root_);
     EXPECT_EQ(qz::sysPath("/etc/QZ.conf"), root_ + "/etc/QZ.conf");
