@@ -8,7 +8,9 @@
 //                                              with every "/" turned into "_"
 //                                              ("" for null); TEMPFILE from
 //                                              tempnam(insFolder, NULL).
-// The object owns TEMPFILE and FolderPath; a copy owns its own copies.
+// The object frees the TEMPFILE and FolderPath buffers it allocated, exactly
+// once, even when the caller has pointed the members elsewhere (a caller's
+// buffer is never freed). A copy gets its own copies of them.
 #ifndef CQZ_USERS_H
 #define CQZ_USERS_H
 
@@ -38,6 +40,10 @@ public:
     char UserList(StringVector* List);
     char UserExist(StringVector* List);
     char UserDeleteAll();
+
+private:
+    char* m_ownTempFile = nullptr;    // the buffers the constructors allocated
+    char* m_ownFolderPath = nullptr;
 };
 
 #endif

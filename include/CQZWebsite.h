@@ -6,7 +6,8 @@
 // shell. Operations return small result numbers: 21 HttpdConfFile is empty,
 // 22 it cannot be opened, 23 TEMPFILE cannot be opened, and a success number
 // per operation (see each declaration). Each operation first reports its name
-// and arguments to TrackManager.
+// and arguments to TrackManager. Lines are read up to 2999 characters; a
+// longer line ends the scan there.
 //
 // Construction:
 //   CQZWebsite()                   nothing set; every pointer member is null.
@@ -15,7 +16,9 @@
 //   CQZWebsite(tm, httpdConfFile)  module "Apache", module property
 //                                  HDCFFile; TEMPFILE = the configuration's
 //                                  folder + "/" + the current time in seconds.
-// A copy owns its own TEMPFILE buffer; each buffer is freed exactly once.
+// The object frees the TEMPFILE buffer it allocated, exactly once, even when
+// the caller has pointed TEMPFILE elsewhere (a caller's buffer is never
+// freed). A copy gets its own copy of that buffer.
 #ifndef CQZ_WEBSITE_H
 #define CQZ_WEBSITE_H
 
@@ -46,7 +49,8 @@ public:
 
     // Removes every block whose ServerName equals pDName (case-insensitive),
     // commented-out blocks included. Blank lines outside blocks are dropped.
-    // DomainType is ignored. 24 whether or not a block was removed.
+    // DomainType is ignored. 24 whether or not a block was removed; 22, with
+    // the configuration left as it is, when a line is too long to copy.
     char DeleteWebsite(const char* pDName, char DomainType);
 
     // 31 when a live (not commented-out) block names DomainName, else 32.
@@ -93,6 +97,9 @@ public:
     int DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI);
     int EnablePerl(std::string szDomainName);
     int DisablePerl(std::string szDomainName);
+
+private:
+    char* m_ownTempFile = nullptr;  // the buffer a constructor allocated for TEMPFILE
 };
 
 #endif

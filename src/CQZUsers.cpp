@@ -8,8 +8,6 @@
 
 namespace {
 
-char* copyBuffer(const char* text) { return text ? strdup(text) : nullptr; }
-
 // A copy of the folder path with every "/" turned into "_"; "" for null.
 char* flattenedFolderPath(const char* folderPath) {
     char* copy = strdup(folderPath ? folderPath : "");
@@ -24,7 +22,7 @@ char* flattenedFolderPath(const char* folderPath) {
 CQZUsers::CQZUsers(CQZTrackManager* TrackManager)
     : TEMPFILE(nullptr), InsFolder(nullptr), DomainName(nullptr), FolderPath(nullptr), TrackManager(TrackManager) {
     qz::trackModule(TrackManager, "WebServerManager");
-    TEMPFILE = tempnam(qz::sysPath("/etc").c_str(), nullptr);
+    TEMPFILE = m_ownTempFile = tempnam(qz::sysPath("/etc").c_str(), nullptr);
 }
 
 CQZUsers::CQZUsers(CQZTrackManager* TrackManager, const char* InsFolder, const char* DomainName,
@@ -32,22 +30,23 @@ CQZUsers::CQZUsers(CQZTrackManager* TrackManager, const char* InsFolder, const c
     : TEMPFILE(nullptr), InsFolder(InsFolder), DomainName(DomainName), FolderPath(nullptr),
       TrackManager(TrackManager) {
     qz::trackModule(TrackManager, "WebServerManager");
-    this->FolderPath = flattenedFolderPath(FolderPath);
-    TEMPFILE = tempnam(InsFolder, nullptr);
+    this->FolderPath = m_ownFolderPath = flattenedFolderPath(FolderPath);
+    TEMPFILE = m_ownTempFile = tempnam(InsFolder, nullptr);
 }
 
 CQZUsers::CQZUsers(const CQZUsers& other)
-    : TEMPFILE(copyBuffer(other.TEMPFILE)), InsFolder(other.InsFolder), DomainName(other.DomainName),
-      FolderPath(copyBuffer(other.FolderPath)), TrackManager(other.TrackManager) {}
+    : TEMPFILE(nullptr), InsFolder(other.InsFolder), DomainName(other.DomainName), FolderPath(nullptr),
+      TrackManager(other.TrackManager) {
+    TEMPFILE = qz::copyOwned(other.TEMPFILE, other.m_ownTempFile, m_ownTempFile);
+    FolderPath = qz::copyOwned(other.FolderPath, other.m_ownFolderPath, m_ownFolderPath);
+}
 
 CQZUsers& CQZUsers::operator=(const CQZUsers& other) {
     if (this != &other) {
-        char* tempFile = copyBuffer(other.TEMPFILE);
-        char* folderPath = copyBuffer(other.FolderPath);
-        free(TEMPFILE);
-        free(FolderPath);
-        TEMPFILE = tempFile;
-        FolderPath = folderPath;
+        free(m_ownTempFile);
+        free(m_ownFolderPath);
+        TEMPFILE = qz::copyOwned(other.TEMPFILE, other.m_ownTempFile, m_ownTempFile);
+        FolderPath = qz::copyOwned(other.FolderPath, other.m_ownFolderPath, m_ownFolderPath);
         InsFolder = other.InsFolder;
         DomainName = other.DomainName;
         TrackManager = other.TrackManager;
@@ -57,6 +56,6 @@ CQZUsers& CQZUsers::operator=(const CQZUsers& other) {
 
 // Both buffers come from malloc (tempnam, strdup).
 CQZUsers::~CQZUsers() {
-    free(TEMPFILE);
-    free(FolderPath);
+    free(m_ownTempFile);
+    free(m_ownFolderPath);
 }

@@ -9,8 +9,6 @@
 
 namespace {
 
-char* copyBuffer(const char* text) { return text ? strdup(text) : nullptr; }
-
 // The folder of the configuration file (everything before its last "/"; the
 // whole path when it has none), "/", then the current time in seconds. The
 // buffer is zero-filled and 500 bytes long, or longer when the folder needs
@@ -33,29 +31,30 @@ CQZWebsite::CQZWebsite() : TEMPFILE(nullptr), HttpdConfFile(nullptr), TrackManag
 CQZWebsite::CQZWebsite(CQZTrackManager* TrackManager)
     : TEMPFILE(nullptr), HttpdConfFile(""), TrackManager(TrackManager) {
     qz::trackModule(TrackManager, "Apache");
-    TEMPFILE = tempnam(qz::sysPath("/etc").c_str(), nullptr);
+    TEMPFILE = m_ownTempFile = tempnam(qz::sysPath("/etc").c_str(), nullptr);
 }
 
 CQZWebsite::CQZWebsite(CQZTrackManager* TrackManager, const char* HttpdConfFile)
     : TEMPFILE(nullptr), HttpdConfFile(HttpdConfFile), TrackManager(TrackManager) {
     qz::trackModule(TrackManager, "Apache");
-    TEMPFILE = timeStampedScratch(HttpdConfFile);
+    TEMPFILE = m_ownTempFile = timeStampedScratch(HttpdConfFile);
     if (TrackManager != nullptr) TrackManager->CQZModuleProperties({qz::str(HttpdConfFile)}, {"HDCFFile"});
 }
 
 CQZWebsite::CQZWebsite(const CQZWebsite& other)
-    : TEMPFILE(copyBuffer(other.TEMPFILE)), HttpdConfFile(other.HttpdConfFile), TrackManager(other.TrackManager) {}
+    : TEMPFILE(nullptr), HttpdConfFile(other.HttpdConfFile), TrackManager(other.TrackManager) {
+    TEMPFILE = qz::copyOwned(other.TEMPFILE, other.m_ownTempFile, m_ownTempFile);
+}
 
 CQZWebsite& CQZWebsite::operator=(const CQZWebsite& other) {
     if (this != &other) {
-        char* copy = copyBuffer(other.TEMPFILE);
-        free(TEMPFILE);
-        TEMPFILE = copy;
+        free(m_ownTempFile);
+        TEMPFILE = qz::copyOwned(other.TEMPFILE, other.m_ownTempFile, m_ownTempFile);
         HttpdConfFile = other.HttpdConfFile;
         TrackManager = other.TrackManager;
     }
     return *this;
 }
 
-// Every TEMPFILE buffer comes from malloc (tempnam, calloc or strdup).
-CQZWebsite::~CQZWebsite() { free(TEMPFILE); }
+// The buffer comes from malloc (tempnam, calloc or strdup).
+CQZWebsite::~CQZWebsite() { free(m_ownTempFile); }

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <iostream>
 #include <unistd.h>
 
@@ -37,6 +38,9 @@ constexpr size_t kBlockSize = 1 << 16;
 
 LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     if (path != nullptr) fd_ = ::open(path, O_RDONLY | O_CLOEXEC);
+    // A folder opens for reading but holds no lines: it is not a file to scan.
+    struct stat st;
+    if (fd_ >= 0 && fstat(fd_, &st) == 0 && S_ISDIR(st.st_mode)) close();
     reserve(limit == 0 ? 256 : limit);
     line_[0] = '\0';
 }
@@ -237,6 +241,15 @@ int ShellPipe::close() {
 void Rewrite::commit() {
     out_.close();
     runShell(shellCommand({"mv", scratch_, target_}));
+}
+
+// ---- Owned buffers ---------------------------------------------------------
+
+char* copyOwned(char* member, const char* sourceOwn, char*& own) {
+    own = nullptr;
+    if (member == nullptr || member != sourceOwn) return member;
+    own = strdup(sourceOwn);
+    return own;
 }
 
 // ---- Tracking ---------------------------------------------------------------

@@ -37,8 +37,8 @@ std::string sysPath(std::string_view fixedPath);
 //   - a read that extracts nothing (end of file) fails the stream;
 //   - once the stream is not good, every further read fails and stores "".
 // N == 0 means "no limit" (std::getline into a std::string).
-// A file that opens but cannot be read (a folder, an I/O error) reads as empty,
-// as an ifstream does.
+// A folder does not open. A file that opens but cannot be read (an I/O error)
+// reads as empty, as an ifstream does.
 class LineReader {
 public:
     LineReader(const char* path, size_t limit);
@@ -198,6 +198,12 @@ private:
 // values and names (values first). Nothing is sent without a tracker.
 void trackMethod(CQZTrackManager* tracker, const char* method, StringVector values, StringVector names);
 void trackModule(CQZTrackManager* tracker, const char* module);
+
+// Managers allocate some public char* members themselves and free them; the
+// caller may still point such a member elsewhere. For a copied manager: a new
+// copy of the source's own buffer when the member still points at it (the copy
+// then owns it in `own`), else the member's borrowed pointer as it is.
+char* copyOwned(char* member, const char* sourceOwn, char*& own);
 
 // A borrowed C string as text; null reads as "".
 inline std::string str(const char* p) { return p ? std::string(p) : std::string(); }

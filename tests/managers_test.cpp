@@ -79,6 +79,16 @@ TEST_F(ManagersTest, CopiesOwnTheirBuffers) {
     delete users;
     EXPECT_STREQ(usersCopy.FolderPath, "_home_a_b");
 
+    // A caller's own buffer put in TEMPFILE is used, never freed.
+    static char callerBuffer[] = "/srv/scratch";
+    CQZWebsite repointed(&tracker, "/srv/httpd.conf");
+    repointed.TEMPFILE = callerBuffer;
+    CQZWebsite repointedCopy(repointed);
+    EXPECT_EQ(repointedCopy.TEMPFILE, callerBuffer);
+    CQZUsers repointedUsers(&tracker, root_.c_str(), "a.com", "/x");
+    repointedUsers.TEMPFILE = callerBuffer;
+    repointedUsers.FolderPath = callerBuffer;
+
     CQZVirtualDirectory* dir = new CQZVirtualDirectory(&tracker, "/srv/httpd.conf");
     CQZVirtualDirectory dirCopy(*dir);
     delete dir;

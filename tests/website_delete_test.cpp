@@ -65,6 +65,15 @@ TEST_F(DeleteWebsiteTest, UnopenableFilesGive22And23WithTheirMessages) {
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 23);
     EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file");
     EXPECT_EQ(readFile("/conf/httpd.conf"), "Listen 80\n");
+
+    // A folder is not a configuration file.
+    makeDir("/conf/folder.conf");
+    const std::string folder = path("/conf/folder.conf");
+    CQZWebsite onFolder(&tracker, folder.c_str());
+    captureOutput();
+    EXPECT_EQ(onFolder.DeleteWebsite("a.com", 0), 22);
+    EXPECT_EQ(onFolder.WebsiteExists("a.com"), 22);
+    EXPECT_EQ(capturedOutput(), "Error opening HttpdConfFile fileError while opening HttpdConfFile\n");
     EXPECT_TRUE(commandLog().empty());
 }
 
