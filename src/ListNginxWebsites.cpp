@@ -32,6 +32,7 @@ char CQZWebsite::ListNginxWebsites(std::vector<std::string>& DomainList, std::st
     qz::LineReader list(listfile, 0);
     if (!list.isOpen()) return 0;
     // The path is never reset: each entry is appended to the ones before it.
+    // The final empty read of the list looks at the last path once more.
     while (list.nextUntilEof()) {
         path.append(list.view());
         std::string name;
