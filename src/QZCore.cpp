@@ -217,15 +217,21 @@ std::string shellCommand(std::initializer_list<std::string_view> words) {
     return line;
 }
 
-int runShell(const std::string& commandLine) {
+namespace {
+// What the library printed goes out before a command prints anything.
+void flushOutput() {
     std::cout.flush();
     fflush(stdout);
+}
+}  // namespace
+
+int runShell(const std::string& commandLine) {
+    flushOutput();
     return std::system(commandLine.c_str());
 }
 
 ShellPipe::ShellPipe(const std::string& commandLine) {
-    std::cout.flush();
-    fflush(stdout);
+    flushOutput();
     pipe_ = popen(commandLine.c_str(), "re");
 }
 

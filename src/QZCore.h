@@ -62,10 +62,6 @@ public:
     // here it ends the scan, and the truncated line is not handed out.
     bool nextUntilEof();
 
-    // One turn of `while (getline())`: true for each successful read; the
-    // failed read at end of file and an over-long line end it.
-    bool nextWhileGood() { return getline(); }
-
     bool eof() const { return eof_; }
     bool fail() const { return fail_; }
     bool good() const { return !eof_ && !fail_; }
