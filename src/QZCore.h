@@ -207,6 +207,13 @@ inline std::string str(const char* p) { return p ? std::string(p) : std::string(
 // True for a null or empty borrowed C string (a manager with no configuration).
 inline bool isEmpty(const char* p) { return p == nullptr || *p == '\0'; }
 
+// A fixed character field of a caller's record as text, read up to its NUL
+// but never past the array, so an unterminated field cannot be overrun.
+template <size_t N>
+std::string field(const char (&chars)[N]) {
+    return std::string(chars, strnlen(chars, N));
+}
+
 }  // namespace qz
 
 #endif

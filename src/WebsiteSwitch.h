@@ -1,0 +1,16 @@
+// Stopping and starting a website: commenting its <VirtualHost> block out
+// line by line, and back in. StopWebsite and StartWebsite share the scan.
+#ifndef QZ_WEBSITE_SWITCH_H
+#define QZ_WEBSITE_SWITCH_H
+
+namespace qz {
+
+enum class SwitchTo { Stopped, Started };
+
+// Rewrites httpdConfFile through scratch with the domain's block switched.
+// False when httpdConfFile cannot be opened.
+bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to);
+
+}  // namespace qz
+
+#endif
