@@ -1,5 +1,6 @@
-// Demonstration: lists, tests and deletes websites of a sample Apache
-// configuration written to a scratch folder, and shows what the tracker saw.
+// Demonstration: creates a website in a sample Apache configuration written
+// to a scratch folder, lists, stops, starts and deletes websites there, and
+// shows what the tracker saw.
 //
 //   qzapache-demo [FOLDER]    (default: a new folder under /tmp)
 #include <libqzapache.h>
@@ -8,7 +9,9 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -64,17 +67,48 @@ int main(int argc, char** argv) {
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf.c_str());
 
+    // A new website: its block goes to the end of the configuration and its
+    // folders under <folder>/home/new.example.org, owned by this user.
+    mkdir((folder + "/home").c_str(), 0755);
+    mkdir((folder + "/home/new.example.org").c_str(), 0755);
+    const struct passwd* me = getpwuid(geteuid());
+    VHostEntry site = {};
+    snprintf(site.IPAddress, sizeof site.IPAddress, "192.0.2.10");
+    snprintf(site.DName, sizeof site.DName, "new.example.org");
+    snprintf(site.PunyCode, sizeof site.PunyCode, "new.example.org");
+    snprintf(site.UserName, sizeof site.UserName, "%s", me ? me->pw_name : "nobody");
+    snprintf(site.ServerAdmin, sizeof site.ServerAdmin, "%s", me ? me->pw_name : "nobody");
+    snprintf(site.Port, sizeof site.Port, "80");
+    snprintf(site.Path, sizeof site.Path, "%s/home/", folder.c_str());
+    site.IPSwitch = '1';
+    const int created = website.CreateWebsite(&site);
+    std::cout << "CreateWebsite(new.example.org) -> " << created
+              << " (94 = done, 2 = a folder could not be made; chown reports an error where the group"
+                 " qz7group does not exist)\n";
+    show(conf + " after the create", readAll(conf));
+
     std::vector<std::string> sites;
     int result = website.ListWebsites(sites);
     std::cout << "ListWebsites -> " << result << " (28 = done):";
-    for (const auto& site : sites) std::cout << " " << site;
+    for (const auto& name : sites) std::cout << " " << name;
     std::cout << "\n";
 
     for (const char* domain : {"example.com", "stopped.org", "missing.com"})
         std::cout << "WebsiteExists(" << domain << ") -> " << int(website.WebsiteExists(domain))
                   << " (31 = exists, 32 = does not)\n";
 
-    for (const char* domain : {"example.com", "stopped.org"})
+    int status = 0;
+    std::cout << "StopWebsite(new.example.org) -> " << int(website.StopWebsite("new.example.org"))
+              << " (30 = done)\n";
+    status = website.GetWebsiteStatus("new.example.org");
+    std::cout << "GetWebsiteStatus(new.example.org) -> " << status << " (33 = stopped, 34 = running)\n";
+    show(conf + " after the stop", readAll(conf));
+    std::cout << "StartWebsite(new.example.org) -> " << int(website.StartWebsite("new.example.org"))
+              << " (29 = done)\n";
+    status = website.GetWebsiteStatus("new.example.org");
+    std::cout << "GetWebsiteStatus(new.example.org) -> " << status << " (33 = stopped, 34 = running)\n";
+
+    for (const char* domain : {"example.com", "stopped.org", "new.example.org"})
         std::cout << "DeleteWebsite(" << domain << ") -> " << int(website.DeleteWebsite(domain, 0))
                   << " (24 = done)\n";
     show(conf + " after the deletes", readAll(conf));

@@ -43,8 +43,29 @@ public:
     CQZWebsite& operator=(const CQZWebsite& other);
     ~CQZWebsite();
 
+    // Adds the site's <VirtualHost> block and makes its folders under
+    // Path + DName (www 04701, www/html and www/cgi-bin 04701, db 04707,
+    // special 04705, owned by UserName; log and log/httpd through
+    // "chmod -R 505" and "chown -R ServerAdmin:qz7group"). The port is
+    // "WebServerPort" of /etc/QZ.conf (default 80). IPSwitch '0' appends the
+    // block and keeps the comment lines that open the file; '1' also appends
+    // "NameVirtualHost IP:port" when the address has none; '2' puts the block
+    // inside the address's own block, right after its ServerName line (92 when
+    // another site holds the address; no block at all when the address has no
+    // block). Results: 94 done, 92 PunyCode already a ServerName, 2 a folder
+    // could not be made (its mkdir failed; nothing is undone), 21, 22, and 23
+    // when TEMPFILE cannot be written. Prints what it finds of the address's
+    // NameVirtualHost ("Requested IP is IPV4", ...).
     char CreateWebsite(VHostEntry* objVHost);
+
+    // Writes the site's block, preceded by an empty line, to outFile.
     void WriteWebsiteEntry(VHostEntry* objVHost, std::ofstream* outFile);
+
+    // Fills ObjUVHost from the block whose ServerName is ObjUVHost->pDomain;
+    // a stopped (commented-out) block is read like a running one. Lists are
+    // appended to, not cleared first. 25 found, AccessMode holding the mode of
+    // the last DocumentRoot; 27 found but that folder cannot be stat'ed;
+    // 26 not found, pDomain set to null; 21; 22.
     char GetWebsiteInfo(UpdateVHost* ObjUVHost);
 
     // Removes every block whose ServerName equals pDName (case-insensitive),
@@ -68,10 +89,20 @@ public:
     // return value is always 0.
     char ListNginxWebsites(std::vector<std::string>& DomainList, std::string listfile);
 
+    // Stop comments out every line of the site's block with "#"; start removes
+    // the run of "#" at the start of each of its lines. Blank lines anywhere
+    // in the file are dropped, and stopping moves comment lines of a block
+    // above it. Lines of any length. The configuration is replaced only when
+    // a block changed. 29 (start) / 30 (stop) whether or not the site was
+    // found; 22 when the configuration cannot be opened. Both are reported to
+    // the tracker as "StopWebsite".
     char StartWebsite(const char* DomainName);
     char StopWebsite(const char* DomainName);
+    // Do nothing; 0.
     char PauseWebsite(const char* Name);
     char ContinueWebsite(const char* Name);
+    // 34 running, 33 stopped (its ServerName line is commented out), 1 no such
+    // site, 21, 22. Prints the ServerName found. Not tracked.
     char GetWebsiteStatus(std::string szDomainName);
     char AddHostHeader(std::string domainName, std::string hostHeader);
     char DeleteHostHeader(std::string domainName, std::string hostHeader);
