@@ -69,12 +69,8 @@ char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     const std::string domain = qz::str(info.pDomain);
     qz::trackMethod(TrackManager, "GetWebsiteInfo", {domain}, {"ObjUVHost->pDomain"});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
-    }
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
 
     enum { Outside, UnnamedBlock, SiteBlock } state = Outside;
     bool proxyPassTaken = false;

@@ -7,12 +7,8 @@
 #include <strings.h>
 
 char CQZWebsite::GetWebsiteStatus(std::string szDomainName) {
-    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
-    }
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     bool inBlock = false;
     while (in.nextUntilEof()) {
         if (in.empty()) continue;

@@ -11,12 +11,8 @@
 char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
     qz::trackMethod(TrackManager, "ListWebsites", {""}, {""});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
-    }
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
 
     std::string serverRoot;
     std::vector<std::string> includes;

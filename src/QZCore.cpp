@@ -45,6 +45,13 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     line_[0] = '\0';
 }
 
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in) {
+    if (isEmpty(httpdConfFile)) return 21;
+    if (in.isOpen()) return 0;
+    sayLine("Error while opening HttpdConfFile");
+    return 22;
+}
+
 LineReader::~LineReader() {
     close();
     delete[] block_;

@@ -89,6 +89,11 @@ private:
     bool eof_ = false, fail_ = false, tooLong_ = false;
 };
 
+// The check a website operation makes after opening its configuration file:
+// 21 when none is named, 22 (after "Error while opening HttpdConfFile" on
+// standard output) when `in` did not open it, 0 when it is open.
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in);
+
 // ---- Keyword matching -----------------------------------------------------
 
 // First character at or after p that is not white space (isspace).

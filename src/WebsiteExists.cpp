@@ -9,12 +9,8 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
     const std::string domain = qz::str(DomainName);
     qz::trackMethod(TrackManager, "WebsiteExists", {domain}, {"DomainName"});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
-    }
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     bool inBlock = false;
     while (in.nextUntilEof()) {
         // Commented-out lines (a stopped website) do not count.

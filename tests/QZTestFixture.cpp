@@ -103,3 +103,9 @@ std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
     }
     return lines;
 }
+
+void HttpdConfTest::SetUp() {
+    QZTest::SetUp();
+    makeDir("/conf");
+    conf_ = path("/conf/httpd.conf");
+}

@@ -46,4 +46,14 @@ protected:
     bool capturing_ = false;
 };
 
+// A test around one Apache configuration file, <root>/conf/httpd.conf.
+class HttpdConfTest : public QZTest {
+protected:
+    void SetUp() override;
+    void writeConf(const std::string& text) const { writeFile("/conf/httpd.conf", text); }
+    std::string readConf() const { return readFile("/conf/httpd.conf"); }
+
+    std::string conf_;  // stays put: managers borrow its characters
+};
+
 #endif

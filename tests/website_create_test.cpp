@@ -10,16 +10,12 @@
 
 using Lines = std::vector<std::string>;
 
-class CreateWebsiteTest : public QZTest {
+class CreateWebsiteTest : public HttpdConfTest {
 protected:
-    std::string conf_;  // stays put: managers borrow its characters
-
     void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
+        HttpdConfTest::SetUp();
         makeDir("/etc");
         makeDir("/home");
-        conf_ = path("/conf/httpd.conf");
         IsPortEnabled = false;  // as in a fresh process, also when the tests share one
         loggedCommand("chmod");
         loggedCommand("chown");
@@ -48,7 +44,7 @@ protected:
     // The configuration against tests/data/create/<name>.expected, where @ROOT@
     // stands for the scratch root. QZ_UPDATE_GOLDEN=1 rewrites the file instead.
     void expectGolden(const std::string& name) {
-        std::string actual = readFile("/conf/httpd.conf");
+        std::string actual = readConf();
         for (size_t at; (at = actual.find(root_)) != std::string::npos;) actual.replace(at, root_.size(), "@ROOT@");
         if (getenv("QZ_UPDATE_GOLDEN") != nullptr) {
             std::ofstream(std::string(QZ_TEST_DATA) + "/create/" + name + ".expected") << actual;
@@ -60,7 +56,7 @@ protected:
     // The address lines of the configuration.
     Lines addressLines() {
         Lines lines;
-        std::istringstream in(readFile("/conf/httpd.conf"));
+        std::istringstream in(readConf());
         for (std::string line; std::getline(in, line);)
             if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("NameVirtualHost", 0) == 0) lines.push_back(line);
         return lines;
@@ -75,7 +71,7 @@ protected:
 
 TEST_F(CreateWebsiteTest, AppendsNameVirtualHostAndBlockAndBuildsTheFolderTree) {
     writeFile("/etc/QZ.conf", "WebServerPort = \"8080\"\n");
-    writeFile("/conf/httpd.conf", data("create/append_with_namevirtualhost.conf"));
+    writeConf(data("create/append_with_namevirtualhost.conf"));
     VHostEntry v = site("10.0.0.1", "example.com", "example.com", '1');
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
@@ -109,7 +105,7 @@ TEST_F(CreateWebsiteTest, AppendsNameVirtualHostAndBlockAndBuildsTheFolderTree) 
 }
 
 TEST_F(CreateWebsiteTest, PunycodeAliasesAndLeadingCommentsKeptForSwitchZero) {
-    writeFile("/conf/httpd.conf", data("create/punycode_keeps_leading_comments.conf"));
+    writeConf(data("create/punycode_keeps_leading_comments.conf"));
     captureOutput();
     EXPECT_EQ(create(site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0')), 94);
     EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found with port\n");
@@ -117,7 +113,7 @@ TEST_F(CreateWebsiteTest, PunycodeAliasesAndLeadingCommentsKeptForSwitchZero) {
 }
 
 TEST_F(CreateWebsiteTest, PortlessNameVirtualHostUntilAPortIsSeenForTheProcess) {
-    writeFile("/conf/httpd.conf", "NameVirtualHost 10.0.0.1:*\nNameVirtualHost 10.0.0.2\n");
+    writeConf("NameVirtualHost 10.0.0.1:*\nNameVirtualHost 10.0.0.2\n");
     captureOutput();
     EXPECT_EQ(create(site("10.0.0.1", "a.com", "a.com", '1')), 94);
     EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n"
@@ -126,17 +122,17 @@ TEST_F(CreateWebsiteTest, PortlessNameVirtualHostUntilAPortIsSeenForTheProcess) 
                                      "<VirtualHost 10.0.0.1>"}));
 
     // A NameVirtualHost with the port turns the port on for every later block.
-    writeFile("/conf/httpd.conf", "NameVirtualHost 10.0.0.3:80\n");
+    writeConf("NameVirtualHost 10.0.0.3:80\n");
     EXPECT_EQ(create(site("10.0.0.2", "b.com", "b.com", '1')), 94);
     EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.3:80", "NameVirtualHost 10.0.0.2:80",
                                      "<VirtualHost 10.0.0.2:80>"}));
-    writeFile("/conf/httpd.conf", "NameVirtualHost 10.0.0.4\n");
+    writeConf("NameVirtualHost 10.0.0.4\n");
     EXPECT_EQ(create(site("10.0.0.4", "c.com", "c.com", '0')), 94);
     EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.4", "<VirtualHost 10.0.0.4:80>"}));
 }
 
 TEST_F(CreateWebsiteTest, IPv6AddressesAreBracketedAndCarryThePortOnlyForSwitchOne) {
-    writeFile("/conf/httpd.conf", "NameVirtualHost 10.0.0.1:80\nNameVirtualHost [2001:db8::3]:*\n");
+    writeConf("NameVirtualHost 10.0.0.1:80\nNameVirtualHost [2001:db8::3]:*\n");
     captureOutput();
     EXPECT_EQ(create(site("2001:db8::3", "six.com", "six.com", '1')), 94);
     EXPECT_EQ(capturedOutput(), "Requested IP is IPV6\n"
@@ -144,7 +140,7 @@ TEST_F(CreateWebsiteTest, IPv6AddressesAreBracketedAndCarryThePortOnlyForSwitchO
     EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.1:80", "NameVirtualHost [2001:db8::3]:*",
                                      "<VirtualHost [2001:db8::3]:80>"}));
 
-    writeFile("/conf/httpd.conf", "");
+    writeConf("");
     EXPECT_EQ(create(site("2001:db8::1", "one.com", "one.com", '1')), 94);
     EXPECT_EQ(create(site("2001:db8::2", "zero.com", "zero.com", '0')), 94);
     EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost [2001:db8::1]:80", "<VirtualHost [2001:db8::1]:80>",
@@ -152,29 +148,29 @@ TEST_F(CreateWebsiteTest, IPv6AddressesAreBracketedAndCarryThePortOnlyForSwitchO
 }
 
 TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
-    writeFile("/conf/httpd.conf", data("create/inside_address_block.conf"));
+    writeConf(data("create/inside_address_block.conf"));
     captureOutput();
     EXPECT_EQ(create(site("10.0.0.7", "ip.com", "ip.com", '2')), 94);
     EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n");
     expectGolden("inside_address_block");
 
     // The address of another site's block is taken.
-    const std::string before = readFile("/conf/httpd.conf");
+    const std::string before = readConf();
     EXPECT_EQ(create(site("10.0.0.1", "taken.com", "taken.com", '2')), 92);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), before);
+    EXPECT_EQ(readConf(), before);
     EXPECT_FALSE(exists("/home/taken.com/www"));
 
     // No block for the address: folders, but no block, and still 94.
     EXPECT_EQ(create(site("10.0.0.99", "lost.com", "lost.com", '2')), 94);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), before);
+    EXPECT_EQ(readConf(), before);
     EXPECT_TRUE(exists("/home/lost.com/special"));
 }
 
 TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
     const std::string original = "<VirtualHost 10.0.0.1>\n    ServerName   XN--BCHER-KVA.de\n</VirtualHost>\n";
-    writeFile("/conf/httpd.conf", original);
+    writeConf(original);
     EXPECT_EQ(create(site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0')), 92);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), original);
+    EXPECT_EQ(readConf(), original);
     EXPECT_FALSE(exists("/home/bücher.de/www"));
 
     // The site root is the caller's to make: without it the first mkdir fails.
@@ -182,7 +178,7 @@ TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
     strcat(v.Path, "missing/");
     CQZWebsite website(nullptr, conf_.c_str());
     EXPECT_EQ(website.CreateWebsite(&v), 2);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), original);
+    EXPECT_EQ(readConf(), original);
 
     CQZWebsite noConf(nullptr);
     EXPECT_EQ(noConf.CreateWebsite(&v), 21);
@@ -200,11 +196,11 @@ TEST_F(CreateWebsiteTest, LveIdFollowsTheHighestOnCloudLinuxOnly) {
         "#<VirtualHost 10.0.0.1>\n#\t<Directory \"/b\">\n#\t\tLVEId 12\n#\t</Directory>\n#</VirtualHost>\n";
     auto lveLine = [&](const char* handler, const char* suexec, const std::string& conf) {
         writeFile("/etc/QZ.conf", std::string("PHPHandler=\"") + handler + "\"\nSUexecSetting=\"" + suexec + "\"\n");
-        writeFile("/conf/httpd.conf", conf);
+        writeConf(conf);
         static int n = 0;
         const std::string domain = "lve" + std::to_string(++n) + ".com";
         EXPECT_EQ(create(site("10.0.0.1", domain.c_str(), domain.c_str(), '0')), 94);
-        const std::string text = readFile("/conf/httpd.conf");
+        const std::string text = readConf();
         const size_t at = text.find("\t\tLVEId ", conf.size());
         return at == std::string::npos ? std::string() : text.substr(at + 2, text.find('\n', at) - at - 2);
     };

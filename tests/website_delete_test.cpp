@@ -4,24 +4,23 @@
 
 using Lines = std::vector<std::string>;
 
-class DeleteWebsiteTest : public QZTest {
+class DeleteWebsiteTest : public HttpdConfTest {
 protected:
     // Deletes `domain` from a copy of tests/data/delete/<name>.conf and
     // checks the result against <name>.expected.
     void expectDelete(const std::string& name, const char* domain) {
         SCOPED_TRACE(name);
-        writeFile("/conf/httpd.conf", data("delete/" + name + ".conf"));
-        const std::string conf = path("/conf/httpd.conf");
+        writeConf(data("delete/" + name + ".conf"));
+        const std::string& conf = conf_;
         CQZTrackManager tracker;
         CQZWebsite website(&tracker, conf.c_str());
         EXPECT_EQ(website.DeleteWebsite(domain, 'N'), 24);
-        EXPECT_EQ(readFile("/conf/httpd.conf"), data("delete/" + name + ".expected"));
+        EXPECT_EQ(readConf(), data("delete/" + name + ".expected"));
         EXPECT_FALSE(exists(std::string(website.TEMPFILE).substr(root_.size()))) << "the scratch file was moved";
     }
 };
 
 TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
-    makeDir("/conf");
     expectDelete("two_blocks_same_name", "example.com");
     expectDelete("stopped_site", "stopped.com");
     expectDelete("nameless_block_after_removed", "gone.com");
@@ -29,10 +28,9 @@ TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
 }
 
 TEST_F(DeleteWebsiteTest, RunsMvOfTheScratchFileAndTracks) {
-    makeDir("/conf");
     loggedCommand("mv");
-    writeFile("/conf/httpd.conf", "\n\nListen 80\n\n");
-    const std::string conf = path("/conf/httpd.conf");
+    writeConf("\n\nListen 80\n\n");
+    const std::string& conf = conf_;
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf.c_str());
     const std::string temp = website.TEMPFILE;
@@ -40,7 +38,7 @@ TEST_F(DeleteWebsiteTest, RunsMvOfTheScratchFileAndTracks) {
     EXPECT_EQ(website.DeleteWebsite("nosuch.com", 0), 24);
     EXPECT_EQ(capturedOutput(), "");
     EXPECT_EQ(commandLog(), (Lines{"mv " + temp + " " + conf}));
-    EXPECT_EQ(readFile("/conf/httpd.conf"), "Listen 80\n");
+    EXPECT_EQ(readConf(), "Listen 80\n");
     EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf + "] [HDCFFile]",
                                      "CQZMethodName DeleteWebsite", "CQZMethodArguments [nosuch.com] [pDName]"}));
 }
@@ -56,15 +54,14 @@ TEST_F(DeleteWebsiteTest, UnopenableFilesGive22And23WithTheirMessages) {
 
     // The scratch file lies in the configuration's folder; make that
     // impossible to create by putting a folder where it would go.
-    makeDir("/conf");
-    writeFile("/conf/httpd.conf", "Listen 80\n");
-    const std::string conf = path("/conf/httpd.conf");
+    writeConf("Listen 80\n");
+    const std::string& conf = conf_;
     CQZWebsite website(&tracker, conf.c_str());
     makeDir(std::string(website.TEMPFILE).substr(root_.size()));
     captureOutput();
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 23);
     EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file");
-    EXPECT_EQ(readFile("/conf/httpd.conf"), "Listen 80\n");
+    EXPECT_EQ(readConf(), "Listen 80\n");
 
     // A folder is not a configuration file.
     makeDir("/conf/folder.conf");
@@ -78,20 +75,19 @@ TEST_F(DeleteWebsiteTest, UnopenableFilesGive22And23WithTheirMessages) {
 }
 
 TEST_F(DeleteWebsiteTest, AnOverLongLineLeavesTheConfigurationAlone) {
-    makeDir("/conf");
     loggedCommand("mv");
     const std::string original = "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n# " +
                                  std::string(3000, 'x') + "\nListen 80\n";
-    writeFile("/conf/httpd.conf", original);
-    const std::string conf = path("/conf/httpd.conf");
+    writeConf(original);
+    const std::string& conf = conf_;
     CQZWebsite website(nullptr, conf.c_str());
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 22);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), original);
+    EXPECT_EQ(readConf(), original);
     EXPECT_TRUE(commandLog().empty());
 
     // 2999 characters still fit.
     const std::string fits = "# " + std::string(2997, 'x');
-    writeFile("/conf/httpd.conf", "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n" + fits + "\n");
+    writeConf("<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n" + fits + "\n");
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 24);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), fits + "\n");
+    EXPECT_EQ(readConf(), fits + "\n");
 }

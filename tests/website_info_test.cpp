@@ -15,15 +15,7 @@ Pairs pairs(const NameValueVector& v) {
 }
 }  // namespace
 
-class WebsiteInfoTest : public QZTest {
-protected:
-    std::string conf_;  // stays put: managers borrow its characters
-    void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
-        conf_ = path("/conf/httpd.conf");
-    }
-};
+using WebsiteInfoTest = HttpdConfTest;
 
 TEST_F(WebsiteInfoTest, ReadsAStoppedSiteWithEveryKindOfLine) {
     makeDir("/home");

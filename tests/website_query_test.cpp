@@ -3,16 +3,7 @@
 
 using Lines = std::vector<std::string>;
 
-class WebsiteQueryTest : public QZTest {
-protected:
-    std::string conf_;  // stays put: managers borrow its characters
-    void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
-        conf_ = path("/conf/httpd.conf");
-    }
-    void writeConf(const std::string& text) { writeFile("/conf/httpd.conf", text); }
-};
+using WebsiteQueryTest = HttpdConfTest;
 
 TEST_F(WebsiteQueryTest, WebsiteExistsMatchesTheWholeServerNameOfLiveBlocks) {
     writeConf(
@@ -48,7 +39,7 @@ TEST_F(WebsiteQueryTest, WebsiteExistsMatchesTheWholeServerNameOfLiveBlocks) {
 
     // The stopped site is still a block for DeleteWebsite.
     EXPECT_EQ(website.DeleteWebsite("stopped.com", 0), 24);
-    EXPECT_EQ(readFile("/conf/httpd.conf").find("stopped"), std::string::npos);
+    EXPECT_EQ(readConf().find("stopped"), std::string::npos);
 
     const std::string missing = path("/conf/none.conf");
     CQZWebsite noFile(&tracker, missing.c_str());

@@ -4,26 +4,23 @@
 
 using Lines = std::vector<std::string>;
 
-class WebsiteSwitchTest : public QZTest {
+class WebsiteSwitchTest : public HttpdConfTest {
 protected:
-    std::string conf_;  // stays put: managers borrow its characters
     void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
-        conf_ = path("/conf/httpd.conf");
+        HttpdConfTest::SetUp();
         loggedCommand("mv");
     }
 };
 
 TEST_F(WebsiteSwitchTest, StopThenStartGivesTheBlockBackWithoutBlankLines) {
-    writeFile("/conf/httpd.conf", data("switch/running.conf"));
+    writeConf(data("switch/running.conf"));
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
     const std::string temp = website.TEMPFILE;
     EXPECT_EQ(website.GetWebsiteStatus("example.com"), 34);
 
     EXPECT_EQ(website.StopWebsite("example.com"), 30);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), data("switch/running.stopped"));
+    EXPECT_EQ(readConf(), data("switch/running.stopped"));
     captureOutput();
     EXPECT_EQ(website.GetWebsiteStatus("EXAMPLE.com"), 33);
     EXPECT_EQ(website.GetWebsiteStatus("keep.com"), 34);
@@ -32,7 +29,7 @@ TEST_F(WebsiteSwitchTest, StopThenStartGivesTheBlockBackWithoutBlankLines) {
     // Stopped lines are comments already: a second stop changes nothing.
     EXPECT_EQ(website.StopWebsite("example.com"), 30);
     EXPECT_EQ(website.StartWebsite("example.com"), 29);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), data("switch/running.started"));
+    EXPECT_EQ(readConf(), data("switch/running.started"));
     EXPECT_EQ(website.GetWebsiteStatus("example.com"), 34);
     EXPECT_EQ(commandLog(), (Lines{"mv " + temp + " " + conf_, "mv " + temp + " " + conf_}));
 
@@ -44,11 +41,11 @@ TEST_F(WebsiteSwitchTest, StopThenStartGivesTheBlockBackWithoutBlankLines) {
 }
 
 TEST_F(WebsiteSwitchTest, StartRemovesEveryLeadingMarkAndNoMatchMovesNothing) {
-    writeFile("/conf/httpd.conf", data("switch/double_marks.conf"));
+    writeConf(data("switch/double_marks.conf"));
     CQZWebsite website(nullptr, conf_.c_str());
     const std::string temp = std::string(website.TEMPFILE).substr(root_.size());
     EXPECT_EQ(website.StartWebsite("twice.org"), 29);
-    EXPECT_EQ(readFile("/conf/httpd.conf"), data("switch/double_marks.started"));
+    EXPECT_EQ(readConf(), data("switch/double_marks.started"));
     EXPECT_EQ(commandLog().size(), 1u);
 
     // No such site (a trailing blank is part of the name): 29 and 30 all the
@@ -59,7 +56,7 @@ TEST_F(WebsiteSwitchTest, StartRemovesEveryLeadingMarkAndNoMatchMovesNothing) {
     // The scratch file shows the stop's pass: the comment line moved up.
     EXPECT_EQ(readFile(temp), "  # kept: a mark after white space\n<VirtualHost 10.0.0.2>\n"
                               "  ServerName twice.org\n</VirtualHost>\n");
-    EXPECT_EQ(readFile("/conf/httpd.conf"), data("switch/double_marks.started"));
+    EXPECT_EQ(readConf(), data("switch/double_marks.started"));
 }
 
 TEST_F(WebsiteSwitchTest, StatusNeedsABlankAfterServerNameAndAnOpenBlock) {
