@@ -76,7 +76,16 @@ public:
     char AddHostHeader(std::string domainName, std::string hostHeader);
     char DeleteHostHeader(std::string domainName, std::string hostHeader);
 
+    // The quoted value of the first ServerRoot directive that starts in
+    // column 1 of the file; failing that, the HTTPD_ROOT of
+    // "apachectl -V | grep HTTPD_ROOT" (first line, at most 49 characters);
+    // "" when neither answers.
     std::string getApacheServerRoot(std::string apacheConfFile);
+    // The folder of the first LoadModule line with a relative path, joined to
+    // the server root (or the configuration's folder). Otherwise the first
+    // candidate module folder under /usr/lib or /usr/lib64 that exists for the
+    // machine type "/bin/uname -a" reports, else the last absolute LoadModule
+    // folder of the file, else "".
     std::string getApacheModulesDir(std::string httpdConfFile);
     std::string getApacheServicePath();
     std::string getApachePIDFilePath();
