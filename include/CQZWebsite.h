@@ -87,8 +87,15 @@ public:
     // machine type "/bin/uname -a" reports, else the last absolute LoadModule
     // folder of the file, else "".
     std::string getApacheModulesDir(std::string httpdConfFile);
+    // "/etc/init.d/" + the first plain entry there (in directory order) named
+    // exactly apache, apache2, httpd or httpd2; "" when there is none.
     std::string getApacheServicePath();
+    // "/var/run/" + the first plain entry there whose name contains "apache"
+    // or "httpd"; else "/var/run/httpd/httpd.pid" when it exists; else "".
     std::string getApachePIDFilePath();
+    // Sends signal 10 (SIGUSR1, a graceful restart) to the process whose
+    // number the file holds. 0 when a number above 0 was read (whatever kill
+    // returned), 1 when the file does not open or holds no such number.
     int CmdApchRestart(const char* HttpdPIDFile);
 
     int EnablePhp(std::string DomainName, std::string Module);
