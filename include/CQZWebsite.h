@@ -53,17 +53,20 @@ public:
     // inside the address's own block, right after its ServerName line (92 when
     // another site holds the address; no block at all when the address has no
     // block). Results: 94 done, 92 PunyCode already a ServerName, 2 a folder
-    // could not be made (its mkdir failed; nothing is undone), 21, 22, and 23
-    // when TEMPFILE cannot be written. Prints what it finds of the address's
-    // NameVirtualHost ("Requested IP is IPV4", ...).
+    // could not be made (its mkdir failed; nothing is undone) or no record,
+    // 21, 22, also when a line is longer than 2999 characters (nothing is
+    // changed then), and 23 when TEMPFILE cannot be written. Prints what it
+    // finds of the address's NameVirtualHost ("Requested IP is IPV4", ...).
     char CreateWebsite(VHostEntry* objVHost);
 
     // Writes the site's block, preceded by an empty line, to outFile.
     void WriteWebsiteEntry(VHostEntry* objVHost, std::ofstream* outFile);
 
     // Fills ObjUVHost from the block whose ServerName is ObjUVHost->pDomain;
-    // a stopped (commented-out) block is read like a running one. Lists are
-    // appended to, not cleared first. 25 found, AccessMode holding the mode of
+    // a stopped (commented-out) block is read like a running one. The string
+    // lists are appended to; the name/value lists are emptied whenever a block
+    // ends, or names another site, before the site's own block is reached.
+    // 25 found, AccessMode holding the mode of
     // the last DocumentRoot; 27 found but that folder cannot be stat'ed;
     // 26 not found, pDomain set to null; 21; 22.
     char GetWebsiteInfo(UpdateVHost* ObjUVHost);

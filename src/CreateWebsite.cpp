@@ -93,7 +93,7 @@ bool makeSiteFolders(const VHostEntry& v) {
 }  // namespace
 
 char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
-    // Without a record there is nothing to create.
+    // Without a record no site can be made: the code of a site not made.
     if (objVHost == nullptr) return 2;
     const VHostEntry& v = *objVHost;
     qz::trackMethod(TrackManager, "CreateWebsite",
@@ -111,15 +111,13 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     site.ipSwitch = v.IPSwitch;
 
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
+    const bool scratchOpen = TEMPFILE != nullptr && rewrite.open();
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     // Without a scratch file the "mv" would move nothing, or a stale file,
     // over the configuration.
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (!scratchOpen) return 23;
     qz::OutFile& out = rewrite.out();
-    qz::LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
-    }
 
     bool atTop = true;             // still in the run of "#" lines that opens the file
     bool hasNameVirtualHost = false;
@@ -142,10 +140,13 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                    strncmp(qz::skipSpace(qz::advance(p, 12)), site.ip.c_str(), site.ip.size()) == 0) {
             // The address's own block: read on to its ServerName. A block held
             // by another site refuses the address; the address's placeholder
-            // block takes the new site right after its ServerName line.
+            // block takes the new site right after its ServerName line. The
+            // read ends with the block, so a block without a ServerName never
+            // borrows the next block's.
             while (in.nextUntilEof()) {
                 out.writeLine(in.view());
                 const char* q = qz::skipSpace(in.c_str());
+                if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
                 if (!qz::startsWithNoCase(q, "ServerName")) continue;
                 if (strncmp(qz::skipSpace(qz::advance(q, 11)), site.ip.c_str(), site.ip.size()) != 0) return 92;
                 if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));

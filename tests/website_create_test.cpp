@@ -164,6 +164,14 @@ TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
     EXPECT_EQ(create(site("10.0.0.99", "lost.com", "lost.com", '2')), 94);
     EXPECT_EQ(readConf(), before);
     EXPECT_TRUE(exists("/home/lost.com/special"));
+
+    // An address block without a ServerName is not the address's placeholder,
+    // and the next block's ServerName is not its own.
+    const std::string nameless = "<VirtualHost 10.0.0.5>\n</VirtualHost>\n"
+                                 "<VirtualHost 10.0.0.6>\n    ServerName other.com\n</VirtualHost>\n";
+    writeConf(nameless);
+    EXPECT_EQ(create(site("10.0.0.5", "nameless.com", "nameless.com", '2')), 94);
+    EXPECT_EQ(readConf(), nameless);
 }
 
 TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
@@ -184,9 +192,18 @@ TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
     EXPECT_EQ(noConf.CreateWebsite(&v), 21);
     const std::string missing = path("/conf/missing.conf");
     CQZWebsite missingConf(nullptr, missing.c_str());
+    // In a missing folder neither the configuration nor the scratch file opens.
+    const std::string missingFolder = path("/nodir/httpd.conf");
+    CQZWebsite missingFolderConf(nullptr, missingFolder.c_str());
     captureOutput();
     EXPECT_EQ(missingConf.CreateWebsite(&v), 22);
-    EXPECT_EQ(capturedOutput(), "Error while opening HttpdConfFile\n");
+    EXPECT_EQ(missingFolderConf.CreateWebsite(&v), 22);
+    EXPECT_EQ(capturedOutput(), "Error while opening HttpdConfFile\nError while opening HttpdConfFile\n");
+
+    std::string unwritable = path("/nodir/scratch");
+    website.TEMPFILE = &unwritable[0];
+    EXPECT_EQ(website.CreateWebsite(&v), 23);
+    EXPECT_EQ(readConf(), original);
     EXPECT_EQ(website.CreateWebsite(nullptr), 2);
 }
 
