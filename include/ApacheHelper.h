@@ -45,10 +45,20 @@ public:
     int  Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std::string domainName, std::string ip, std::string port,
                                        std::vector<std::string> directives, bool makeNVHentry, std::string NVHentry);
 
+    // The value of the last HTTPD_ROOT line of "apachectl -V", without its
+    // quotes ("" when there is none).
     std::string Apache_GetHttpdRootPath();
+    // Appends every line the shell command prints, each with its newline.
+    // 0 when the command ran; 1 when it could not be started, after printing
+    // "Error opening file 'apachectl -V'" to standard error (that text
+    // whatever the command).
     int  GetCommandOutput(std::string command, std::vector<std::string>& lines);
+    // str from its first character not in chars; str unchanged when it has
+    // no such character.
     std::string TrimLeftChars(std::string str, std::string chars);
+    // str up to its last character not in chars; "" when it has none.
     std::string TrimRightChars(std::string str, std::string chars);
+    // True when path can be stat'ed and is a directory.
     bool IsDirectoryExists(std::string path);
 };
 

@@ -76,10 +76,26 @@ public:
     char AddHostHeader(std::string domainName, std::string hostHeader);
     char DeleteHostHeader(std::string domainName, std::string hostHeader);
 
+    // The quoted value of the first ServerRoot directive that starts in
+    // column 1 of the file; failing that, the HTTPD_ROOT of
+    // "apachectl -V | grep HTTPD_ROOT" (first line, at most 49 characters);
+    // "" when neither answers.
     std::string getApacheServerRoot(std::string apacheConfFile);
+    // The folder of the first LoadModule line with a relative path, joined to
+    // the server root (or the configuration's folder). Otherwise the first
+    // candidate module folder under /usr/lib or /usr/lib64 that exists for the
+    // machine type "/bin/uname -a" reports, else the last absolute LoadModule
+    // folder of the file, else "".
     std::string getApacheModulesDir(std::string httpdConfFile);
+    // "/etc/init.d/" + the first plain entry there (in directory order) named
+    // exactly apache, apache2, httpd or httpd2; "" when there is none.
     std::string getApacheServicePath();
+    // "/var/run/" + the first plain entry there whose name contains "apache"
+    // or "httpd"; else "/var/run/httpd/httpd.pid" when it exists; else "".
     std::string getApachePIDFilePath();
+    // Sends signal 10 (SIGUSR1, a graceful restart) to the process whose
+    // number the file holds. 0 when a number above 0 was read (whatever kill
+    // returned), 1 when the file does not open or holds no such number.
     int CmdApchRestart(const char* HttpdPIDFile);
 
     int EnablePhp(std::string DomainName, std::string Module);

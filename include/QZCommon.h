@@ -15,7 +15,10 @@
 // 119 characters; a longer line ends the reading.
 QZ_EXPORT int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::string param);
 
-// Version of the local Apache, each part -1 when it cannot be found.
+// Version of the local Apache, each part -1 when it cannot be found: parsed
+// from the first line of "apachectl -v", or of "httpd -v" when that line has
+// 4 characters or fewer, or else of "apache2 -v"; a line of 5 characters or
+// fewer is not parsed. Prints "major=", "minor=" and "minorMinor=" lines.
 QZ_EXPORT void getApacheVersion(int& major, int& minor, int& minorMinor);
 
 // Login name of the user who owns Path, or "".

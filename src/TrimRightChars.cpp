@@ -1,0 +1,8 @@
+// ApacheHelper::TrimRightChars.
+#include "ApacheHelper.h"
+
+std::string ApacheHelper::TrimRightChars(std::string str, std::string chars) {
+    // npos + 1 is 0: a text made only of such characters becomes empty.
+    str.erase(str.find_last_not_of(chars) + 1);
+    return str;
+}

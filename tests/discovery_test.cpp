@@ -1,0 +1,298 @@
+// Finding the local Apache: server root, module folder, version, init script,
+// PID file, graceful restart, and the command-output and trimming helpers.
+// Every command is a fake script; every fixed path lies under the scratch root.
+#include "QZTestFixture.h"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Lines = std::vector<std::string>;
+
+class DiscoveryTest : public QZTest {
+protected:
+    // A fake apachectl answering "-V" with the given lines.
+    void apachectlV(const std::string& lines) const {
+        fakeCommand("apachectl", "[ \"$1\" = -V ] && printf '%s' '" + lines + "'");
+    }
+    // The fake "/bin/uname" under the system root, printing `text`.
+    void uname(const std::string& text) const {
+        fakeCommand("uname", "printf '%s' '" + text + "'");
+        makeDir("/bin");
+        EXPECT_EQ(symlink((bin_ + "/uname").c_str(), path("/bin/uname").c_str()), 0);
+    }
+
+    std::string serverRoot(const std::string& conf) {
+        CQZWebsite website;
+        return website.getApacheServerRoot(conf);
+    }
+    std::string modulesDir(const std::string& conf) {
+        CQZWebsite website;
+        return website.getApacheModulesDir(conf);
+    }
+};
+
+TEST_F(DiscoveryTest, ServerRootIsTheQuotedValueOfTheFirstColumnOneDirective) {
+    apachectlV(" -D HTTPD_ROOT=\"/from/apachectl\"\n");
+    writeFile("/etc/httpd.conf",
+              "#ServerRoot \"/commented\"\n"
+              "   ServerRoot \"/indented\"\n"
+              "serverroot   \"/etc/httpd\" trailing\n"
+              "ServerRoot \"/second\"\n");
+    EXPECT_EQ(serverRoot(path("/etc/httpd.conf")), "/etc/httpd");
+
+    // An unquoted value ends the scan with nothing and apachectl answers.
+    writeFile("/etc/httpd.conf", "ServerRoot /etc/unquoted\nServerRoot \"/second\"\n");
+    EXPECT_EQ(serverRoot(path("/etc/httpd.conf")), "/from/apachectl");
+    writeFile("/etc/httpd.conf", "  ServerRoot \"/indented\"\n");
+    EXPECT_EQ(serverRoot(path("/etc/httpd.conf")), "/from/apachectl");
+    EXPECT_EQ(serverRoot(path("/etc/missing.conf")), "/from/apachectl");
+}
+
+TEST_F(DiscoveryTest, HttpdRootFallbackCutsTheFirst49CharactersByLength) {
+    const std::string conf = path("/etc/missing.conf");
+    // Only the first HTTPD_ROOT line counts.
+    apachectlV(" -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=\"/second\"\n");
+    EXPECT_EQ(serverRoot(conf), "/etc/httpd");
+    // Without a double quote the newline stays.
+    apachectlV(" -D HTTPD_ROOT=/opt/apache\n");
+    EXPECT_EQ(serverRoot(conf), "/opt/apache\n");
+    // A line cut at 49 characters loses two more at its end.
+    apachectlV(" -D HTTPD_ROOT=\"/opt/a-rather-long-installation-folder/apache\"\n");
+    EXPECT_EQ(serverRoot(conf), "/opt/a-rather-long-installation");
+    // "=" as the 49th character leaves nothing to take.
+    apachectlV("\"" + std::string(37, 'x') + "HTTPD_ROOT=\"/etc/httpd\"\n");
+    EXPECT_EQ(serverRoot(conf), "");
+    apachectlV("");
+    EXPECT_EQ(serverRoot(conf), "");
+    fakeCommand("apachectl", "exit 127");
+    EXPECT_EQ(serverRoot(conf), "");
+}
+
+TEST_F(DiscoveryTest, ModulesDirEndsAtTheFirstRelativeLoadModuleFolder) {
+    apachectlV("");
+    uname("Linux host 6.1 x86_64 GNU/Linux\n");
+    makeDir("/usr/lib64/httpd/modules");
+    makeDir("/etc/httpd/conf");
+    const std::string conf = path("/etc/httpd/conf/httpd.conf");
+    writeFile("/etc/httpd/conf/httpd.conf",
+              "ServerRoot \"/etc/httpd\"\n"
+              "\n"
+              "  LoadModule a_module /usr/lib64/httpd/modules/mod_a.so\n"
+              "loadmodule   php5_module modules/libphp5.so\n"
+              "LoadModule b_module other/mod_b.so\n");
+    EXPECT_EQ(modulesDir(conf), "/etc/httpd/modules");
+
+    // Without a ServerRoot the configuration's folder stands in for it.
+    writeFile("/etc/httpd/conf/httpd.conf", "LoadModule x_module lib/apache/mod_x.so\n");
+    EXPECT_EQ(modulesDir(conf), path("/etc/httpd/conf") + "/lib/apache");
+    // A file name without a folder is taken whole, as if it were one.
+    writeFile("/etc/httpd/conf/httpd.conf", "LoadModule x_module  mod_x.so\n");
+    EXPECT_EQ(modulesDir(conf), path("/etc/httpd/conf") + "/mod_x.so");
+}
+
+TEST_F(DiscoveryTest, ModulesDirTriesTheCandidateFoldersOfTheMachineType) {
+    apachectlV("");
+    makeDir("/etc/httpd");
+    const std::string conf = path("/etc/httpd/httpd.conf");
+    writeFile("/etc/httpd/httpd.conf",
+              "LoadModule a_module /opt/first/mod_a.so\n"
+              "LoadModule b_module /opt/last/mod_b.so\n");
+
+    // No candidate folder: the last absolute folder of the file.
+    uname("Linux host 6.1 x86_64 GNU/Linux\n");
+    EXPECT_EQ(modulesDir(conf), "/opt/last");
+
+    makeDir("/usr/lib64/apache2/modules");
+    makeDir("/usr/lib/apache2/modules");
+    makeDir("/usr/lib/httpd/modules");
+    EXPECT_EQ(modulesDir(conf), path("/usr/lib64/apache2/modules"));
+    makeDir("/usr/lib64/httpd/modules");
+    EXPECT_EQ(modulesDir(conf), path("/usr/lib64/httpd/modules"));
+    EXPECT_EQ(modulesDir(path("/etc/missing.conf")), path("/usr/lib64/httpd/modules"));
+
+    // Only the last line uname prints decides: here 32-bit.
+    fakeCommand("uname", "printf 'Linux host x86_64\\ni686\\n'");
+    EXPECT_EQ(modulesDir(conf), path("/usr/lib/httpd/modules"));
+    ASSERT_EQ(rmdir(path("/usr/lib/httpd/modules").c_str()), 0);
+    EXPECT_EQ(modulesDir(conf), path("/usr/lib/apache2/modules"));
+    ASSERT_EQ(rmdir(path("/usr/lib/apache2/modules").c_str()), 0);
+    EXPECT_EQ(modulesDir(conf), "/opt/last") << "the 32-bit list has no lib64 folder";
+
+    // uname printing nothing: no candidate is tried.
+    fakeCommand("uname", "exit 0");
+    EXPECT_EQ(modulesDir(conf), "/opt/last");
+    EXPECT_EQ(modulesDir(path("/etc/missing.conf")), "");
+}
+
+namespace {
+// A fake `name` that logs "name args" and prints `output` for "-v".
+std::string versionScript(const std::string& name, const std::string& output) {
+    return "echo \"" + name + " $*\" >> \"$QZ_TEST_LOG\"\n[ \"$1\" = -v ] && printf '" + output + "'";
+}
+}  // namespace
+
+class VersionTest : public DiscoveryTest {
+protected:
+    // Runs getApacheVersion with the three commands printing the given text
+    // ("" for a command that is not installed); returns "major.minor.minorMinor
+    // | commands run | printed text".
+    std::string version(const std::string& apachectl, const std::string& httpd = "",
+                        const std::string& apache2 = "") {
+        const std::pair<const char*, const std::string*> commands[] = {
+            {"apachectl", &apachectl}, {"httpd", &httpd}, {"apache2", &apache2}};
+        for (const auto& [name, output] : commands) fakeCommand(name, versionScript(name, *output));
+        unlink(path("/.commands.log").c_str());
+        int major = 0, minor = 0, minorMinor = 0;
+        captureOutput();
+        getApacheVersion(major, minor, minorMinor);
+        const std::string printed = capturedOutput();
+        EXPECT_EQ(printed, "major=" + std::to_string(major) + "\nminor=" + std::to_string(minor) +
+                               "\nminorMinor=" + std::to_string(minorMinor) + "\n");
+        std::string run;
+        for (const std::string& line : commandLog()) run += (run.empty() ? "" : ",") + line;
+        return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(minorMinor) + " | " + run;
+    }
+};
+
+TEST_F(VersionTest, ParsesTheFirstLineOfTheFirstCommandThatSaysEnough) {
+    EXPECT_EQ(version("Server version: Apache/2.4.57 (Unix)\\nServer built: today\\n", "Apache/9.9.9"),
+              "2.4.57 | apachectl -v");
+    EXPECT_EQ(version("abcd\\n", "Server version: Apache/2.2.15 (CentOS)\\n"), "2.2.15 | apachectl -v,httpd -v");
+    // A carriage return or the byte 255 ends the line too.
+    EXPECT_EQ(version("", "Apache/2.2\\r.15\\n"), "2.-1.-1 | apachectl -v,httpd -v");
+    EXPECT_EQ(version("", "", "Apache/2.4\\3776.1\\n"), "2.-1.-1 | apachectl -v,httpd -v,apache2 -v");
+}
+
+TEST_F(VersionTest, MissingPartsStayMinusOne) {
+    EXPECT_EQ(version("Apache/2\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
+    EXPECT_EQ(version("Apache/2.4 (Unix)\\n"), "2.-1.-1 | apachectl -v");
+    EXPECT_EQ(version("Server version: Apache/2.4.\\n"), "2.4.-1 | apachectl -v");
+    // Five characters are accepted but too short to parse.
+    EXPECT_EQ(version("2.4.6\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
+    EXPECT_EQ(version("", "", ""), "-1.-1.-1 | apachectl -v,httpd -v,apache2 -v");
+}
+
+TEST_F(DiscoveryTest, InitScriptIsAPlainEntryWithAnApacheName) {
+    CQZWebsite website;
+    EXPECT_EQ(website.getApacheServicePath(), "") << "no /etc/init.d";
+    makeDir("/etc/init.d/apache2");
+    writeFile("/etc/init.d/httpd.bak", "");
+    writeFile("/etc/init.d/apache-old", "");
+    writeFile("/etc/init.d/sshd", "");
+    ASSERT_EQ(symlink("nowhere", path("/etc/init.d/httpd").c_str()), 0);
+    EXPECT_EQ(website.getApacheServicePath(), "");
+    writeFile("/etc/init.d/httpd2", "");
+    EXPECT_EQ(website.getApacheServicePath(), path("/etc/init.d/httpd2"));
+}
+
+TEST_F(DiscoveryTest, PidFileIsAPlainEntryNamingApacheOrTheHttpdFallback) {
+    CQZWebsite website;
+    EXPECT_EQ(website.getApachePIDFilePath(), "") << "no /var/run";
+    makeDir("/var/run/httpd");
+    writeFile("/var/run/sshd.pid", "1");
+    EXPECT_EQ(website.getApachePIDFilePath(), "") << "a folder named httpd is not a PID file";
+    writeFile("/var/run/httpd/httpd.pid", "1");
+    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/httpd/httpd.pid"));
+    writeFile("/var/run/old-httpd.pid", "1");
+    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/old-httpd.pid"));
+    ASSERT_EQ(unlink(path("/var/run/old-httpd.pid").c_str()), 0);
+    writeFile("/var/run/myapache2", "1");
+    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/myapache2"));
+}
+
+TEST_F(DiscoveryTest, GracefulRestartSendsSignal10ToAPositivePid) {
+    CQZWebsite website;
+    const std::string pidFile = path("/var/run/httpd.pid");
+    makeDir("/var/run");
+    EXPECT_EQ(website.CmdApchRestart(nullptr), 1);
+    EXPECT_EQ(website.CmdApchRestart(pidFile.c_str()), 1) << "no PID file";
+    for (const char* text : {"0\n", "-12\n", "apache\n", ""}) {
+        writeFile("/var/run/httpd.pid", text);
+        EXPECT_EQ(website.CmdApchRestart(pidFile.c_str()), 1) << text;
+    }
+
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        execlp("sleep", "sleep", "30", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    writeFile("/var/run/httpd.pid", "  " + std::to_string(child) + "\n");
+    EXPECT_EQ(website.CmdApchRestart(pidFile.c_str()), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == 10) << status;
+}
+
+TEST_F(DiscoveryTest, CommandOutputAppendsEveryLineWithItsNewline) {
+    ApacheHelper helper;
+    Lines lines{"kept"};
+    EXPECT_EQ(helper.GetCommandOutput("printf 'one\\n\\ntwo\\nlast'", lines), 0);
+    EXPECT_EQ(lines, (Lines{"kept", "one\n", "\n", "two\n", "last"}));
+    lines.clear();
+    EXPECT_EQ(helper.GetCommandOutput("true", lines), 0);
+    EXPECT_EQ(lines, Lines{});
+}
+
+TEST_F(DiscoveryTest, CommandThatCannotStartGives1AndTheFixedMessage) {
+    ApacheHelper helper;
+    apachectlV(" -D HTTPD_ROOT=\"/etc/httpd\"\n");
+    testing::internal::CaptureStderr();
+    // No descriptor left for the pipe: popen fails.
+    rlimit saved{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &saved), 0);
+    const int lowest = dup(0);
+    ASSERT_GE(lowest, 0);
+    close(lowest);
+    rlimit tight = saved;
+    tight.rlim_cur = static_cast<rlim_t>(lowest);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
+    Lines lines;
+    const int result = helper.GetCommandOutput("echo hello", lines);
+    const std::string root = helper.Apache_GetHttpdRootPath();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &saved), 0);
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(lines, Lines{});
+    EXPECT_EQ(root, "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Error opening file 'apachectl -V'\nError opening file 'apachectl -V'\n");
+}
+
+TEST_F(DiscoveryTest, HttpdRootPathIsTheLastHttpdRootLineUnquoted) {
+    ApacheHelper helper;
+    apachectlV("Server version: Apache/2.4.6\n -D HTTPD_ROOT=\"/etc/httpd\"\r\n -D SERVER_CONFIG_FILE=\"conf/httpd.conf\"\n");
+    EXPECT_EQ(helper.Apache_GetHttpdRootPath(), "/etc/httpd");
+    apachectlV(" -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=/usr/local/apache2\n");
+    EXPECT_EQ(helper.Apache_GetHttpdRootPath(), "/usr/local/apache2");
+    // Two quotes and nothing between: the left trim keeps them, the right one
+    // takes both.
+    apachectlV(" -D HTTPD_ROOT=\"\"\n");
+    EXPECT_EQ(helper.Apache_GetHttpdRootPath(), "");
+    apachectlV("HTTPD_ROOT\n");
+    EXPECT_EQ(helper.Apache_GetHttpdRootPath(), "HTTPD_ROOT");
+    apachectlV(" -D SERVER_CONFIG_FILE=\"conf/httpd.conf\"\n");
+    EXPECT_EQ(helper.Apache_GetHttpdRootPath(), "");
+}
+
+TEST_F(DiscoveryTest, TrimmingDiffersOnATextMadeOnlyOfTrimmedCharacters) {
+    ApacheHelper helper;
+    EXPECT_EQ(helper.TrimLeftChars("\"\"", "\""), "\"\"");
+    EXPECT_EQ(helper.TrimRightChars("\"\"", "\""), "");
+    EXPECT_EQ(helper.TrimLeftChars("", " "), "");
+    EXPECT_EQ(helper.TrimRightChars("", " "), "");
+    EXPECT_EQ(helper.TrimLeftChars(" \t\"/etc/httpd\" ", " \t\""), "/etc/httpd\" ");
+    EXPECT_EQ(helper.TrimRightChars(" /etc/httpd\"\r\n", "\r\n\""), " /etc/httpd");
+}
+
+TEST_F(DiscoveryTest, IsDirectoryExistsOnlyForFolders) {
+    ApacheHelper helper;
+    makeDir("/srv/www");
+    writeFile("/srv/file", "");
+    ASSERT_EQ(symlink(path("/srv/www").c_str(), path("/srv/link").c_str()), 0);
+    EXPECT_TRUE(helper.IsDirectoryExists(path("/srv/www")));
+    EXPECT_TRUE(helper.IsDirectoryExists(path("/srv/link")));
+    EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/file")));
+    EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/missing")));
+    EXPECT_FALSE(helper.IsDirectoryExists(""));
+}
