@@ -17,7 +17,7 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
     scanLines(in, plan, [&](LineReader& line) {
         const char* p = skipSpace(line.c_str());
         if (block.examine(p) || !block.inDomain || !startsWithNoCase(p, directive)) return Next::Line;
-        const char* rest = afterName(p, directive.size());
+        const char* rest = valueAfter(p, directive.size());
         if (!valueQuoted) {
             value = rest;
             result = 0;

@@ -21,7 +21,7 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         }
         if (!startsWithNoCase(p, directive)) return Next::Line;
         if (!isValueQuoted) {
-            value = afterName(p, directive.size());
+            value = valueAfter(p, directive.size());
             result = 0;
             return Next::Stop;
         }

@@ -24,7 +24,7 @@ bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile,
         if (!startsWithNoCase(p, directive)) return Next::Line;
         if (!isValueQuoted) {
             sayLine("without quotes");
-            if (value != afterName(p, directive.size())) return Next::Line;
+            if (value != valueAfter(p, directive.size())) return Next::Line;
             sayLine("found");
             exists = true;
             return Next::Stop;

@@ -146,8 +146,17 @@ void skipVirtualHost(LineReader& in, size_t limit);
 // A comment line: '#' is its first character after the leading white space.
 inline bool isComment(const char* afterSpace) { return *afterSpace == '#'; }
 
-// The text after a directive name and the white space that follows it.
+// The text after a keyword of known length and the white space after it.
 inline const char* afterName(const char* p, size_t nameLength) { return skipSpace(advance(p, nameLength)); }
+
+// The value of a directive line whose name matched `nameLength` characters:
+// what follows the rest of the name as written in the file (Listen matches
+// "ListenBacklog 511", whose value is 511) and the white space after it.
+inline const char* valueAfter(const char* p, size_t nameLength) {
+    p = advance(p, nameLength);
+    while (*p != '\0' && !std::isspace(static_cast<unsigned char>(*p))) ++p;
+    return skipSpace(p);
+}
 
 // The text between the first two double quotes of `line`; false when it
 // holds fewer than two.
