@@ -7,13 +7,32 @@
 
 #include <string>
 
+//
+// A line matches when, after its leading white space, it begins with the
+// name (case-insensitive, so "user" also matches "username"), the delimiter
+// follows at once, and after the delimiter and any white space the rest of
+// the line equals the value exactly. Lines whose first non-blank character is
+// the comment character never match. "delimeter contain spaces" is printed to
+// standard output for every line examined that begins with the name. Lines
+// longer than 2999 characters end a scan.
 class QZ_EXPORT FileHandling {
 public:
     FileHandling();
     ~FileHandling();
+    // 1 when a matching line exists; 0 otherwise, when a string is empty or
+    // the file does not open.
     int isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter, char commentChar);
+    // Appends value and a newline (no duplicate check). 1 done; 0 the file
+    // does not open.
     int addParamInFile(std::string filePath, std::string value);
+    // Rewrites the file through filePath + "_qzbackup" without its empty lines
+    // and every matching line; comment lines stay. 1 when a line was removed;
+    // 0 when none was, a string is empty or a file does not open (then the
+    // file is left as it is).
     int delParamFromFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter, char commentChar);
+    // The same rewrite, but each matching line becomes paramName, the
+    // delimiter and newParamValue, and comment lines are dropped even when
+    // nothing matches. 1 when a line was changed; 0 otherwise.
     int editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue, std::string newParamValue, char delimeter, char commentChar);
 };
 

@@ -44,9 +44,6 @@ TEST_F(DiscoveryTest, ServerRootIsTheQuotedValueOfTheFirstColumnOneDirective) {
     // An unquoted value ends the scan with nothing and apachectl answers.
     writeFile("/etc/httpd.conf", "ServerRoot /etc/unquoted\nServerRoot \"/second\"\n");
     EXPECT_EQ(serverRoot(path("/etc/httpd.conf")), "/from/apachectl");
-    writeFile("/etc/httpd.conf", "  ServerRoot \"/indented\"\n");
-    EXPECT_EQ(serverRoot(path("/etc/httpd.conf")), "/from/apachectl");
-    EXPECT_EQ(serverRoot(path("/etc/missing.conf")), "/from/apachectl");
 }
 
 TEST_F(DiscoveryTest, HttpdRootFallbackCutsTheFirst49CharactersByLength) {
@@ -64,8 +61,6 @@ TEST_F(DiscoveryTest, HttpdRootFallbackCutsTheFirst49CharactersByLength) {
     apachectlV("\"" + std::string(37, 'x') + "HTTPD_ROOT=\"/etc/httpd\"\n");
     EXPECT_EQ(serverRoot(conf), "");
     apachectlV("");
-    EXPECT_EQ(serverRoot(conf), "");
-    fakeCommand("apachectl", "exit 127");
     EXPECT_EQ(serverRoot(conf), "");
 }
 
@@ -109,7 +104,6 @@ TEST_F(DiscoveryTest, ModulesDirTriesTheCandidateFoldersOfTheMachineType) {
     EXPECT_EQ(modulesDir(conf), path("/usr/lib64/apache2/modules"));
     makeDir("/usr/lib64/httpd/modules");
     EXPECT_EQ(modulesDir(conf), path("/usr/lib64/httpd/modules"));
-    EXPECT_EQ(modulesDir(path("/etc/missing.conf")), path("/usr/lib64/httpd/modules"));
 
     // Only the last line uname prints decides: here 32-bit.
     fakeCommand("uname", "printf 'Linux host x86_64\\ni686\\n'");
@@ -162,11 +156,8 @@ TEST_F(VersionTest, ParsesTheFirstLineOfTheFirstCommandThatSaysEnough) {
     // A carriage return or the byte 255 ends the line too.
     EXPECT_EQ(version("", "Apache/2.2\\r.15\\n"), "2.-1.-1 | apachectl -v,httpd -v");
     EXPECT_EQ(version("", "", "Apache/2.4\\3776.1\\n"), "2.-1.-1 | apachectl -v,httpd -v,apache2 -v");
-}
-
-TEST_F(VersionTest, MissingPartsStayMinusOne) {
+    // Missing parts stay -1.
     EXPECT_EQ(version("Apache/2\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
-    EXPECT_EQ(version("Apache/2.4 (Unix)\\n"), "2.-1.-1 | apachectl -v");
     EXPECT_EQ(version("Server version: Apache/2.4.\\n"), "2.4.-1 | apachectl -v");
     // Five characters are accepted but too short to parse.
     EXPECT_EQ(version("2.4.6\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
@@ -238,6 +229,10 @@ TEST_F(DiscoveryTest, CommandOutputAppendsEveryLineWithItsNewline) {
 TEST_F(DiscoveryTest, CommandThatCannotStartGives1AndTheFixedMessage) {
     ApacheHelper helper;
     apachectlV(" -D HTTPD_ROOT=\"/etc/httpd\"\n");
+    // One run first, while descriptors are free: the sanitizer builds check
+    // the output streams on first use with a pipe of their own.
+    Lines lines;
+    ASSERT_EQ(helper.GetCommandOutput("true", lines), 0);
     testing::internal::CaptureStderr();
     // No descriptor left for the pipe: popen fails.
     rlimit saved{};
@@ -248,7 +243,6 @@ TEST_F(DiscoveryTest, CommandThatCannotStartGives1AndTheFixedMessage) {
     rlimit tight = saved;
     tight.rlim_cur = static_cast<rlim_t>(lowest);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
-    Lines lines;
     const int result = helper.GetCommandOutput("echo hello", lines);
     const std::string root = helper.Apache_GetHttpdRootPath();
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &saved), 0);
@@ -279,8 +273,6 @@ TEST_F(DiscoveryTest, TrimmingDiffersOnATextMadeOnlyOfTrimmedCharacters) {
     ApacheHelper helper;
     EXPECT_EQ(helper.TrimLeftChars("\"\"", "\""), "\"\"");
     EXPECT_EQ(helper.TrimRightChars("\"\"", "\""), "");
-    EXPECT_EQ(helper.TrimLeftChars("", " "), "");
-    EXPECT_EQ(helper.TrimRightChars("", " "), "");
     EXPECT_EQ(helper.TrimLeftChars(" \t\"/etc/httpd\" ", " \t\""), "/etc/httpd\" ");
     EXPECT_EQ(helper.TrimRightChars(" /etc/httpd\"\r\n", "\r\n\""), " /etc/httpd");
 }
@@ -289,10 +281,7 @@ TEST_F(DiscoveryTest, IsDirectoryExistsOnlyForFolders) {
     ApacheHelper helper;
     makeDir("/srv/www");
     writeFile("/srv/file", "");
-    ASSERT_EQ(symlink(path("/srv/www").c_str(), path("/srv/link").c_str()), 0);
     EXPECT_TRUE(helper.IsDirectoryExists(path("/srv/www")));
-    EXPECT_TRUE(helper.IsDirectoryExists(path("/srv/link")));
     EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/file")));
     EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/missing")));
-    EXPECT_FALSE(helper.IsDirectoryExists(""));
 }

@@ -1,0 +1,59 @@
+// The line rules and the rewrite shared by the FileHandling operations.
+#include "ParamFile.h"
+
+#include "QZCore.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace qz {
+
+ParamLine::Kind ParamLine::classify(const char* line) const {
+    const char* p = skipSpace(line);
+    if (*p == comment) return Comment;
+    if (!startsWithNoCase(p, name)) return Other;
+    p += name.size();
+    sayLine("delimeter contain spaces");
+    if (*p != delimiter) return Other;
+    // advance: a NUL delimiter at the end of the line leaves an empty value.
+    p = skipSpace(advance(p, 1));
+    return std::strcmp(p, value.c_str()) == 0 ? Match : Other;
+}
+
+int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const std::string* replacement,
+                     bool keepComments) {
+    if (filePath.empty() || wanted.name.empty() || wanted.value.empty()) return 0;
+    const std::string scratch = filePath + "_qzbackup";
+    OutFile out;
+    if (!out.open(scratch.c_str())) return 0;
+    LineReader in(filePath, 3000);
+    if (!in.isOpen()) return 0;
+
+    int changed = 0;
+    while (in.nextUntilEof()) {
+        if (in.empty()) continue;
+        switch (wanted.classify(in.c_str())) {
+        case ParamLine::Comment:
+            if (keepComments) out.writeLine(in.view());
+            break;
+        case ParamLine::Match:
+            changed = 1;
+            if (replacement != nullptr) out.writeLine(*replacement);
+            break;
+        case ParamLine::Other:
+            out.writeLine(in.view());
+            break;
+        }
+    }
+    // A line longer than 2999 characters cannot be copied whole: rather than
+    // replace the file with a copy cut short there, leave it as it is.
+    if (in.tooLong()) return 0;
+    in.close();
+    out.close();
+    // Replaced in place with the C library calls; their results are not examined.
+    std::remove(filePath.c_str());
+    std::rename(scratch.c_str(), filePath.c_str());
+    return changed;
+}
+
+}  // namespace qz

@@ -1,0 +1,12 @@
+// FileHandling::editParamValueInFile: gives every matching line a new value.
+#include "FileHandling.h"
+
+#include "ParamFile.h"
+
+int FileHandling::editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue,
+                                       std::string newParamValue, char delimeter, char commentChar) {
+    const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
+    const std::string replacement = paramName + delimeter + newParamValue;
+    // Unlike delete, the rewrite leaves comment lines out.
+    return qz::rewriteParamFile(filePath, wanted, &replacement, false);
+}

@@ -1,0 +1,17 @@
+// FileHandling::isParamValueExistsInFile: whether a name/value line is present.
+#include "FileHandling.h"
+
+#include "ParamFile.h"
+#include "QZCore.h"
+
+int FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue,
+                                           char delimeter, char commentChar) {
+    if (filePath.empty() || paramName.empty() || paramValue.empty()) return 0;
+    qz::LineReader in(filePath, 3000);
+    if (!in.isOpen()) return 0;
+    const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
+    while (in.nextUntilEof()) {
+        if (!in.empty() && wanted.classify(in.c_str()) == qz::ParamLine::Match) return 1;
+    }
+    return 0;
+}
