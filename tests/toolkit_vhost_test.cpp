@@ -1,36 +1,12 @@
 // Directives inside one domain's <VirtualHost> block: reading, adding,
 // deleting and replacing directive lines, nested-block lines, <IfModule>
 // sections and the block's address, with their backups and scratch files.
-#include "QZTestFixture.h"
+#include "ToolkitTestFixture.h"
 
 #include <unistd.h>
 
-using Lines = std::vector<std::string>;
-
-class ToolkitVHostTest : public QZTest {
+class ToolkitVHostTest : public ToolkitTest {
 protected:
-    void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
-        loggedCommand("cp");
-        loggedCommand("mv");
-        file_ = path("/conf/httpd.conf");
-    }
-
-    std::string conf(const std::string& contents) {
-        writeFile("/conf/httpd.conf", contents);
-        return file_;
-    }
-    // The configuration file from tests/data/toolkit/<name>.conf.
-    std::string golden(const std::string& name) { return conf(data("toolkit/" + name + ".conf")); }
-    std::string confText() const { return readFile("/conf/httpd.conf"); }
-    static std::string expected(const std::string& name) { return data("toolkit/" + name + ".expected"); }
-
-    // The commands of a rewrite that happened: the backup, then the move.
-    Lines backupAndMove(const std::string& backup, const std::string& scratch) const {
-        return {"cp " + file_ + " " + file_ + backup, "mv " + file_ + scratch + " " + file_};
-    }
-
     // Runs `edit` on a file it must leave as it is, returning `result`, with
     // the scratch file deleted and only the backup copy made.
     template <class Edit>
@@ -44,9 +20,6 @@ protected:
         EXPECT_EQ(commandLog().size(), logged + 1);
         EXPECT_EQ(commandLog().back(), "cp " + file_ + " " + file_ + backup);
     }
-
-    std::string file_;
-    ApacheHelper helper;
 };
 
 TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
@@ -98,30 +71,21 @@ TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
 }
 
 TEST_F(ToolkitVHostTest, AddDirectiveInVHAddsToEveryBlockKeepingEmptyLines) {
-    const std::string file = golden("add_every_block");
-    const std::string original = confText();
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file, "example.com", "SetEnv", "QZ on", true), 0);
-    EXPECT_EQ(confText(), expected("add_every_block"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.ACEP"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_qzbackup_ACEP"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.ACEP", "_qzbackup_ACEP"));
+    expectRewrite("add_every_block", "add_every_block", ".qzbackup.ACEP", "_qzbackup_ACEP",
+                  [this] { return helper.Apache_AddDirectiveInVH(file_, "example.com", "SetEnv", "QZ on", true); });
 
     // Unquoted, and the file grows by one empty line a call.
     conf("<VirtualHost *:80>\nServerName a.com\n</VirtualHost>");
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file, "A.COM", "Options", "-Indexes", false), 0);
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file, "a.com", "Header", "set X 1", false), 0);
+    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file_, "A.COM", "Options", "-Indexes", false), 0);
+    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file_, "a.com", "Header", "set X 1", false), 0);
     EXPECT_EQ(confText(), "<VirtualHost *:80>\nServerName a.com\n\tOptions -Indexes\n\tHeader set X 1\n"
                           "</VirtualHost>\n\n");
 }
 
 TEST_F(ToolkitVHostTest, AddDirectivesInVHAddsToTheFirstBlockOnly) {
-    const std::string file = golden("add_every_block");
-    const std::string original = confText();
-    EXPECT_EQ(helper.Apache_AddDirectivesInVH(file, "example.com", {"Alias /a /b", "Options -Indexes"}), 0);
-    EXPECT_EQ(confText(), expected("add_first_block_only"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.AD"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_qzbackup_ACEP"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.AD", "_qzbackup_ACEP"));
+    expectRewrite("add_every_block", "add_first_block_only", ".qzbackup.AD", "_qzbackup_ACEP", [this] {
+        return helper.Apache_AddDirectivesInVH(file_, "example.com", {"Alias /a /b", "Options -Indexes"});
+    });
 }
 
 TEST_F(ToolkitVHostTest, AddDirectivesReportOneWhenNothingCouldBeAdded) {
@@ -155,13 +119,9 @@ TEST_F(ToolkitVHostTest, AddDirectivesReportOneWhenNothingCouldBeAdded) {
 }
 
 TEST_F(ToolkitVHostTest, DeleteDirectivesInVHDropsNamesFollowedByASpaceInTheFirstBlock) {
-    const std::string file = golden("delete_first_block_only");
-    const std::string original = confText();
-    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(file, "example.com", {"Options", "Header"}), 0);
-    EXPECT_EQ(confText(), expected("delete_first_block_only"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.drt"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_temp11"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.drt", "_temp11"));
+    expectRewrite("delete_first_block_only", "delete_first_block_only", ".qzbackup.drt", "_temp11",
+                  [this] { return helper.Apache_DeleteDirectivesInVH(file_, "example.com", {"Options", "Header"}); });
+    const std::string& file = file_;
 
     // The block found but nothing to drop: still rewritten.
     conf("<VirtualHost *:80>\n\n    ServerName a.com\n</VirtualHost>\n");
@@ -173,13 +133,10 @@ TEST_F(ToolkitVHostTest, DeleteDirectivesInVHDropsNamesFollowedByASpaceInTheFirs
 }
 
 TEST_F(ToolkitVHostTest, UpdateDirectiveInVHReplacesTheFirstLineOfEveryBlock) {
-    const std::string file = golden("update_every_block");
-    const std::string original = confText();
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(file, "example.com", "DocumentRoot", "/new", true), 0);
-    EXPECT_EQ(confText(), expected("update_every_block"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_temp1"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.rt", "_temp1"));
+    expectRewrite("update_every_block", "update_every_block", ".qzbackup.rt", "_temp1", [this] {
+        return helper.Apache_UpdateDirectiveInVH(file_, "example.com", "DocumentRoot", "/new", true);
+    });
+    const std::string& file = file_;
 
     conf("<VirtualHost *:80>\n    ServerName a.com\n    ServerAdmin old@a.com\n</VirtualHost>\n");
     EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(file, "a.com", "ServerAdmin", "admin@a.com", false), 0);
@@ -192,14 +149,12 @@ TEST_F(ToolkitVHostTest, UpdateDirectiveInVHReplacesTheFirstLineOfEveryBlock) {
 }
 
 TEST_F(ToolkitVHostTest, UpdateVHDirectiveContentsAddsOrTogglesANestedLine) {
-    const std::string file = golden("nested_block");
-    const std::string original = confText();
+    const std::string& file = file_;
     const std::string dir = "<Directory \"/home/example.com/www/html\">";
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "Require all granted", true), 0);
-    EXPECT_EQ(confText(), expected("nested_value_added"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_temp12"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.rt", "_temp12"));
+    expectRewrite("nested_block", "nested_value_added", ".qzbackup.rt", "_temp12", [&] {
+        return helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "Require all granted", true);
+    });
+    const std::string original = data("toolkit/nested_block.conf");
 
     // Present: kept when adding, dropped otherwise; absent: added either way.
     golden("nested_block");
@@ -333,13 +288,10 @@ TEST_F(ToolkitVHostTest, DeleteVhIfmoduleBlockLeavesItsScratchFileWhenNothingIsR
 }
 
 TEST_F(ToolkitVHostTest, ChangeVirtualHostPortRewritesTheHeldOpeningLine) {
-    const std::string file = golden("port_changed");
-    const std::string original = confText();
-    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(file, "example.com", "10.0.0.2", "8080"), 0);
-    EXPECT_EQ(confText(), expected("port_changed"));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.cp"), original);
-    EXPECT_FALSE(exists("/conf/httpd.conf_qzbackup_cp"));
-    EXPECT_EQ(commandLog(), backupAndMove(".qzbackup.cp", "_qzbackup_cp"));
+    expectRewrite("port_changed", "port_changed", ".qzbackup.cp", "_qzbackup_cp", [this] {
+        return helper.Apache_ChangeVirtualHostPort(file_, "example.com", "10.0.0.2", "8080");
+    });
+    const std::string& file = file_;
 
     conf("<VirtualHost 10.0.0.1:443>\nServerName a.com\n</VirtualHost>\n");
     EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(file, "a.com", "2001:db8::1", "443"), 0);
