@@ -34,21 +34,7 @@ protected:
 };
 
 TEST_F(ToolkitServerTest, GetDirectiveValueReadsTheFirstServerLevelLine) {
-    const std::string file = conf(
-        "# Listen 1\n"
-        "ListenBacklog 511\n"
-        "<VirtualHost *:80>\n"
-        "    Timeout 5\n"
-        "    DocumentRoot \"/in/vhost\"\n"
-        "</VirtualHost>\n"
-        "\n"
-        "Listen 80\n"
-        "   Timeout   300  \n"
-        "DocumentRoot \"/var/www/html\" trailing\n"
-        "PidFile /run/httpd.pid\n"
-        "PidFile \"/quoted/later\"\n"
-        "ErrorLog \"unclosed\n"
-        "php_admin_value open_basedir /home:/tmp\n");
+    const std::string file = golden("server_directive_values");
     std::string value = "stale";
     // A prefix match: Listen finds ListenBacklog first.
     EXPECT_EQ(helper.Apache_getDirectiveValue(file, "Listen", value, false), 0);
@@ -94,18 +80,7 @@ TEST_F(ToolkitServerTest, GetDirectiveValueStopsAtOverLongLines) {
 }
 
 TEST_F(ToolkitServerTest, IsDirectiveWithValueExistsComparesTheWholeValue) {
-    const std::string file = conf(
-        "#Include qz/*.conf\n"
-        "<VirtualHost *:80>\n"
-        "    Include qz/*.conf\n"
-        "</VirtualHost>\n"
-        "Include conf.d/*.conf\n"
-        "Include qz/*.conf \n"
-        "IncludeOptional qz/*.conf\n"
-        "Include   qz/*.conf\n"
-        "PidFile \"/run/httpd.pid\"\n"
-        "PidFile noquotes\n"
-        "PidFile \"/run/apache.pid\" extra\n");
+    const std::string file = golden("server_directive_with_value");
     captureOutput();
     // Every server-level line of the name is compared whole (a trailing
     // blank differs); by prefix, IncludeOptional carries the value too.

@@ -23,29 +23,7 @@ protected:
 };
 
 TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
-    const std::string file = conf(
-        "DocumentRoot /server/level\n"
-        "<VirtualHost 10.0.0.1:80>\n"
-        "    ServerName example.com:80\n"
-        "    DocumentRoot /port/suffix\n"
-        "</VirtualHost>\n"
-        "<VirtualHost 10.0.0.1:80>\n"
-        "    DocumentRoot /above/servername\n"
-        "    ServerName   Example.COM\n"
-        "\n"
-        "    DocumentRoot /var/www/example\n"
-        "    SSLCertificateFile \"/etc/ssl/example.pem\" tail\n"
-        "    ErrorLog  \"unclosed\n"
-        "    CustomLog logs/access \"combined\"\n"
-        "</VirtualHost>\n"
-        "<VirtualHost *:80>\n"
-        "    ServerName other.com\n"
-        "    Header set X 1\n"
-        "</VirtualHost>\n"
-        "<VirtualHost *:80>\n"
-        "    DocumentRoot /only/above\n"
-        "    ServerName above.com\n"
-        "</VirtualHost>\n");
+    const std::string file = golden("vhost_directive_values");
     std::string value = "stale";
     EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "documentroot", value, false), 0);
     EXPECT_EQ(value, "/var/www/example");
@@ -210,24 +188,7 @@ TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
 }
 
 TEST_F(ToolkitVHostTest, IsModuleExistsInVHComparesTheNameBeforeTheDot) {
-    const std::string file = conf(
-        "<VirtualHost *:80>\n"
-        "    ServerName other.com\n"
-        "    <IfModule mod_php5.c>\n"
-        "</VirtualHost>\n"
-        "<VirtualHost *:80>\n"
-        "    ServerName   example.com\n"
-        "    #<IfModule mod_commented.c>\n"
-        "    <IfModule mod_fcgid.c>\n"
-        "    </IfModule>\n"
-        "    <IfModule\tmod_tab.c>\n"
-        "    <IfModule php_module>\n"
-        "    <ifmodule MOD_PHP5.c>\n"
-        "</VirtualHost>\n"
-        "<VirtualHost *:80>\n"
-        "    ServerName\ttab.com\n"
-        "    <IfModule mod_tab.c>\n"
-        "</VirtualHost>\n");
+    const std::string file = golden("ifmodule_names");
     captureOutput();
     EXPECT_TRUE(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_php5"));
     EXPECT_EQ(capturedOutput(), "modname=mod_fcgid\nmodname=MOD_PHP5\n");
