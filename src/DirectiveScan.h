@@ -93,7 +93,6 @@ public:
     void commit() { rewrite_.commit(); }
     // Closes and deletes the scratch file; the file stays as it was.
     void discard();
-    const std::string& path() const { return scratch_; }
 
 private:
     std::string scratch_;
