@@ -1,0 +1,11 @@
+// ApacheHelper::Apache_AddDirectiveInVH: adds one directive at the end of
+// every <VirtualHost> block of a domain.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+int ApacheHelper::Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
+                                          std::string value, bool valueQuoted) {
+    const std::string line = valueQuoted ? directive + " \"" + value + "\"" : directive + " " + value;
+    return qz::addLinesToDomainBlocks(apacheConfFile, domainName, qz::plans::kAddDirectiveInVH, {line}, true);
+}

@@ -1,0 +1,41 @@
+// ApacheHelper::Apache_DeleteDirectivesInVH: drops directive lines from the
+// first <VirtualHost> block of a domain.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+namespace {
+// A line that starts with one of the names followed by a single space
+// (a name followed by a tab is kept).
+bool startsWithAny(const char* p, const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        if (qz::startsWithNoCase(p, name + " ")) return true;
+    }
+    return false;
+}
+}  // namespace
+
+int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName,
+                                              std::vector<std::string> directives) {
+    using namespace qz;
+    DomainBlockScan block(domainName, kDeleteForm);
+    bool done = false;  // the domain's block has closed: the rest is copied as it is
+    // `found`: the domain's block was reached; the file is rewritten even when
+    // nothing was dropped.
+    return rewriteLines(apacheConfFile, plans::kDeleteDirectivesInVH, {1, 2, 3},
+                        [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
+                            const char* p = skipSpace(line.c_str());
+                            if (!done && !isComment(p)) {
+                                const bool closesDomain =
+                                    block.inDomain && lineKind(p, kDeleteForm) == LineKind::Closing;
+                                if (block.examine(p)) {
+                                    found = found || block.inDomain;
+                                    done = closesDomain;
+                                } else if (block.inDomain && startsWithAny(p, directives)) {
+                                    return Next::Line;
+                                }
+                            }
+                            scratch.writeLine(line.view());
+                            return Next::Line;
+                        });
+}

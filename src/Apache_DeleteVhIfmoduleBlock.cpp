@@ -1,0 +1,49 @@
+// ApacheHelper::Apache_DeleteVhIfmoduleBlock: removes the first <IfModule>
+// section of a module from a domain's <VirtualHost> block.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+#include <strings.h>
+
+int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::string domainName,
+                                               std::string moduleName) {
+    using namespace qz;
+    const FilePlan& plan = plans::kDeleteVhIfmoduleBlock;
+    // The scratch file opens first; it stays behind when nothing is removed.
+    ScratchRewrite scratch(apacheConfFile, plan.scratchSuffix);
+    if (!scratch.open()) return 23;
+    LineReader in(apacheConfFile, plan.limit);
+    if (!in.isOpen()) return 22;
+
+    WordBlockScan block(domainName);
+    bool removed = false;
+    const auto isClosing = [](const char* line) { return strcasecmp(skipSpace(line), "</IfModule>") == 0; };
+    ScanEnd end = scanLines(in, plan, [&](LineReader& line) {
+        if (!removed) {
+            const char* rest = block.ifModuleInDomain(skipSpace(line.c_str()));
+            if (rest != nullptr && ifModuleNames(rest, moduleName)) {
+                // Up to and including the first closing line, nested or not.
+                while (in.nextUntilEof() && !isClosing(in.c_str())) {
+                }
+                removed = true;
+                // The line after it is read and copied unexamined, even when
+                // it is empty (or the file has ended: an empty line).
+                if (!in.tooLong()) in.getline();
+                if (in.tooLong()) return Next::Stop;
+                scratch.writeLine(in.view());
+                return Next::Line;
+            }
+        }
+        scratch.writeLine(line.view());
+        return Next::Line;
+    });
+    if (in.tooLong()) end = ScanEnd::TooLong;
+    in.close();
+    scratch.out().close();
+    // An over-long line would keep the designed loop going for ever; the file
+    // is left as it is and the call reports 22, as for a file it cannot read.
+    if (end == ScanEnd::TooLong) return 22;
+    if (removed) scratch.commit();
+    return 0;
+}

@@ -1,0 +1,25 @@
+// ApacheHelper::Apache_UpdateDirectiveInVH: replaces a directive line in every
+// <VirtualHost> block of a domain.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
+                                             std::string value, bool valueQuoted) {
+    using namespace qz;
+    const std::string replacement =
+        valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;
+    DomainBlockScan block(domainName, kReadForm);
+    return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, {1, 2, 3},
+                        [&](LineReader& line, ScratchRewrite& scratch, bool& replaced) {
+                            const char* p = skipSpace(line.c_str());
+                            if (!block.examine(p) && block.inDomain && startsWithNoCase(p, directive)) {
+                                scratch.writeLine(replacement);
+                                replaced = true;
+                                block.inDomain = false;  // later lines of this block stay as they are
+                                return Next::Line;
+                            }
+                            scratch.writeLine(line.view());
+                            return Next::Line;
+                        });
+}

@@ -1,0 +1,23 @@
+// ApacheHelper::Apache_isModuleExistsInVH: whether a domain's <VirtualHost>
+// block holds an <IfModule> section for a module.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::string domainName,
+                                             std::string moduleName) {
+    using namespace qz;
+    const FilePlan& plan = plans::kIsModuleExistsInVH;
+    LineReader in(httpdConfFile, plan.limit);
+    if (!in.isOpen()) return false;
+
+    WordBlockScan block(domainName);
+    bool exists = false;
+    // An over-long line ends the scan (the designed loop would never end).
+    scanLines(in, plan, [&](LineReader& line) {
+        const char* rest = block.ifModuleInDomain(skipSpace(line.c_str()));
+        exists = rest != nullptr && ifModuleNames(rest, moduleName);
+        return exists ? Next::Stop : Next::Line;
+    });
+    return exists;
+}

@@ -1,0 +1,86 @@
+// ApacheHelper::Apache_writeDirective: inserts a line next to the first
+// server-level line that starts with a reference, else before a line number,
+// else at the end of the file.
+#include "ApacheHelper.h"
+
+#include "DirectiveScan.h"
+
+namespace {
+
+using namespace qz;
+
+constexpr FilePlan kWriteDirective{".qzbackup.rt", ".wd", plans::kServerLimit, LoopEnd::StreamFailure,
+                                   EmptyLines::Skipped};
+// The numbered pass counts empty lines (and drops them).
+constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::StreamFailure, EmptyLines::Handed};
+
+// First pass: copies the file and places `entry` beside the first server-level
+// line that starts with `reference`. The opening and closing lines of a
+// <VirtualHost> block belong to the block and are never the reference.
+// 0 placed, 1 / 2 a file did not open, -1 no reference.
+int writeByReference(const std::string& file, const std::string& entry, const std::string& reference,
+                     bool beforeReference) {
+    LineReader in(file, kWriteDirective.limit);
+    if (!in.isOpen()) return 1;
+    ScratchRewrite scratch(file, kWriteDirective.scratchSuffix);
+    if (!scratch.open()) return 2;
+
+    bool inHost = false;
+    bool placed = false;
+    scanLines(in, kWriteDirective, [&](LineReader& line) {
+        const char* p = skipSpace(line.c_str());
+        if (startsWithNoCase(p, "<VirtualHost")) {
+            inHost = true;
+        } else if (startsWithNoCase(p, "</VirtualHost")) {
+            inHost = false;
+        } else if (!inHost && !placed && startsWithNoCase(p, reference)) {
+            placed = true;
+            if (beforeReference) scratch.writeLine(entry);
+            scratch.writeLine(line.view());
+            if (!beforeReference) scratch.writeLine(entry);
+            return Next::Line;
+        }
+        scratch.writeLine(line.view());
+        return Next::Line;
+    });
+    in.close();
+    if (!placed) {
+        scratch.discard();
+        return -1;
+    }
+    scratch.commit();
+    return 0;
+}
+
+// Second pass: `entry` goes before line number `lineCount` (1 for the first
+// line, empty lines counted). An empty line with that number is dropped, and
+// the entry with it.
+int writeAtLine(const std::string& file, const std::string& entry, int lineCount) {
+    LineReader in(file, kWriteAtLine.limit);
+    if (!in.isOpen()) return 1;
+    ScratchRewrite scratch(file, kWriteAtLine.scratchSuffix);
+    if (!scratch.open()) return 2;
+
+    int number = 0;
+    scanLines(in, kWriteAtLine, [&](LineReader& line) {
+        ++number;
+        if (line.empty()) return Next::Line;
+        if (number == lineCount) scratch.writeLine(entry);
+        scratch.writeLine(line.view());
+        return Next::Line;
+    });
+    in.close();
+    scratch.commit();
+    return 0;
+}
+
+}  // namespace
+
+int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
+                                        bool beforeReference, int lineCount) {
+    makeBackup(apacheConfFile, kWriteDirective);
+    const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
+    if (byReference >= 0) return byReference;
+    if (lineCount == -1) return appendLine(apacheConfFile, entry) ? 0 : 1;
+    return writeAtLine(apacheConfFile, entry, lineCount);
+}

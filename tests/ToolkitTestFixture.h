@@ -1,0 +1,57 @@
+// The fixture of the directive toolkit tests: one configuration file under
+// the scratch root, "cp" and "mv" logged, golden files of tests/data/toolkit.
+#ifndef QZ_TOOLKIT_TEST_FIXTURE_H
+#define QZ_TOOLKIT_TEST_FIXTURE_H
+
+#include "QZTestFixture.h"
+
+#include <string>
+#include <vector>
+
+class ToolkitTest : public QZTest {
+protected:
+    using Lines = std::vector<std::string>;
+
+    void SetUp() override {
+        QZTest::SetUp();
+        makeDir("/conf");
+        loggedCommand("cp");
+        loggedCommand("mv");
+        file_ = path("/conf/httpd.conf");
+    }
+
+    // Writes the configuration file and returns its full path.
+    std::string conf(const std::string& contents) {
+        writeFile("/conf/httpd.conf", contents);
+        return file_;
+    }
+    // The configuration file from tests/data/toolkit/<name>.conf.
+    std::string golden(const std::string& name) { return conf(data("toolkit/" + name + ".conf")); }
+    std::string confText() const { return readFile("/conf/httpd.conf"); }
+    static std::string expected(const std::string& name) { return data("toolkit/" + name + ".expected"); }
+
+    // Runs `edit` on tests/data/toolkit/<name>.conf; it must return 0 and
+    // leave <expectedName>.expected, a backup copy of the input, no scratch
+    // file, and run exactly the backup "cp" and the "mv" of the scratch file.
+    template <class Edit>
+    void expectRewrite(const std::string& name, const std::string& expectedName, const std::string& backup,
+                       const std::string& scratch, Edit&& edit) {
+        SCOPED_TRACE(expectedName);
+        golden(name);
+        const std::string original = confText();
+        const Lines before = commandLog();
+        EXPECT_EQ(edit(), 0);
+        EXPECT_EQ(confText(), expected(expectedName));
+        EXPECT_EQ(readFile("/conf/httpd.conf" + backup), original);
+        EXPECT_FALSE(exists("/conf/httpd.conf" + scratch));
+        Lines commands = before;
+        commands.push_back("cp " + file_ + " " + file_ + backup);
+        commands.push_back("mv " + file_ + scratch + " " + file_);
+        EXPECT_EQ(commandLog(), commands);
+    }
+
+    std::string file_;
+    ApacheHelper helper;
+};
+
+#endif
