@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <strings.h>
-#include <vector>
 
 namespace qz {
 
@@ -37,7 +36,7 @@ bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* d
     const std::string name = str(domain);
 
     bool inBlock = false, target = false, changed = false;
-    std::vector<std::string> held;  // the lines of the open block
+    std::string held;  // the lines of the open block, each ended by a newline
     while (in.nextUntilEof()) {
         if (in.empty()) continue;  // empty lines are dropped
         const std::string_view line = in.view();
@@ -59,17 +58,17 @@ bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* d
         }
         if (!inBlock) continue;
 
-        held.emplace_back(line);
+        held.append(line);
+        held += '\n';
         if (startsWithNoCase(p, "ServerName")) {
             const char* value = skipSpace(advance(p, 11));
             if (strlen(value) == name.size() && strcasecmp(value, name.c_str()) == 0) target = true;
         } else if (line.find("</VirtualHost>") != std::string_view::npos) {
             inBlock = false;
-            for (const std::string& h : held) {
-                if (target)
-                    writeSwitched(out, h, to);
-                else
-                    out.writeLine(h);
+            if (!target) out.write(held);
+            for (size_t at = 0, end; target && at < held.size(); at = end + 1) {
+                end = held.find('\n', at);
+                writeSwitched(out, std::string_view(held).substr(at, end - at), to);
             }
             changed = changed || target;
             target = false;
