@@ -8,26 +8,24 @@
 #include <string>
 #include <vector>
 
-class ToolkitTest : public QZTest {
+class ToolkitTest : public HttpdConfTest {
 protected:
     using Lines = std::vector<std::string>;
 
     void SetUp() override {
-        QZTest::SetUp();
-        makeDir("/conf");
+        HttpdConfTest::SetUp();
         loggedCommand("cp");
         loggedCommand("mv");
-        file_ = path("/conf/httpd.conf");
     }
 
     // Writes the configuration file and returns its full path.
     std::string conf(const std::string& contents) {
-        writeFile("/conf/httpd.conf", contents);
+        writeConf(contents);
         return file_;
     }
     // The configuration file from tests/data/toolkit/<name>.conf.
     std::string golden(const std::string& name) { return conf(data("toolkit/" + name + ".conf")); }
-    std::string confText() const { return readFile("/conf/httpd.conf"); }
+    std::string confText() const { return readConf(); }
     static std::string expected(const std::string& name) { return data("toolkit/" + name + ".expected"); }
 
     // Runs `edit` on tests/data/toolkit/<name>.conf; it must return 0 and
@@ -50,7 +48,7 @@ protected:
         EXPECT_EQ(commandLog(), commands);
     }
 
-    std::string file_;
+    const std::string& file_ = conf_;
     ApacheHelper helper;
 };
 
