@@ -13,8 +13,9 @@
 // follows at once, and after the delimiter and any white space the rest of
 // the line equals the value exactly. Lines whose first non-blank character is
 // the comment character never match. "delimeter contain spaces" is printed to
-// standard output for every line examined that begins with the name. Lines
-// longer than 2999 characters end a scan.
+// standard output for every line examined that begins with the name. A line
+// longer than 2998 characters ends a scan as the end of the file would (delete
+// and edit then keep only the lines before it).
 class QZ_EXPORT FileHandling {
 public:
     FileHandling();
@@ -27,8 +28,8 @@ public:
     int addParamInFile(std::string filePath, std::string value);
     // Rewrites the file through filePath + "_qzbackup" without its empty lines
     // and every matching line; comment lines stay. 1 when a line was removed;
-    // 0 when none was, a string is empty or a file does not open (then the
-    // file is left as it is).
+    // 0 when none was (the file is still rewritten), or, with the file left as
+    // it is, when a string is empty or a file does not open.
     int delParamFromFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter, char commentChar);
     // The same rewrite, but each matching line becomes paramName, the
     // delimiter and newParamValue, and comment lines are dropped even when

@@ -12,7 +12,7 @@ ParamLine::Kind ParamLine::classify(const char* line) const {
     const char* p = skipSpace(line);
     if (*p == comment) return Comment;
     if (!startsWithNoCase(p, name)) return Other;
-    p += name.size();
+    p = advance(p, name.size());
     sayLine("delimeter contain spaces");
     if (*p != delimiter) return Other;
     // advance: a NUL delimiter at the end of the line leaves an empty value.
@@ -26,7 +26,7 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
     const std::string scratch = filePath + "_qzbackup";
     OutFile out;
     if (!out.open(scratch.c_str())) return 0;
-    LineReader in(filePath, 3000);
+    LineReader in(filePath, kParamLineLimit);
     if (!in.isOpen()) return 0;
 
     int changed = 0;
@@ -45,9 +45,9 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
             break;
         }
     }
-    // A line longer than 2999 characters cannot be copied whole: rather than
-    // replace the file with a copy cut short there, leave it as it is.
-    if (in.tooLong()) return 0;
+    // A line of more than 2998 characters ends the copy as the end of the file
+    // does, and the file is replaced by the copy made so far: the line limit
+    // of the directive toolkit, kept as it is.
     in.close();
     out.close();
     // Replaced in place with the C library calls; their results are not examined.

@@ -4,9 +4,13 @@
 #ifndef QZ_PARAM_FILE_H
 #define QZ_PARAM_FILE_H
 
+#include <cstddef>
 #include <string>
 
 namespace qz {
+
+// Lines are read as getline(buf, 2999) reads them: at most 2998 characters.
+constexpr size_t kParamLineLimit = 2999;
 
 struct ParamLine {
     const std::string& name;   // compared case-insensitively as a prefix

@@ -168,7 +168,15 @@ void sayLine(std::string_view text) {
 bool OutFile::open(const char* path) {
     close();
     if (path == nullptr) return false;
-    f_ = fopen(path, "we");
+    // A scratch file is never written through a symbolic link: one planted
+    // where the scratch file goes would redirect the write to its target.
+    const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (fd < 0) return false;
+    f_ = fdopen(fd, "w");
+    if (f_ == nullptr) {
+        ::close(fd);
+        return false;
+    }
     if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
     return f_ != nullptr;
 }

@@ -12,7 +12,7 @@ namespace {
 // 64 when the last line "/bin/uname -a" prints holds "x86_64", else 32; 0
 // when it prints nothing (or cannot be run) and the machine type is unknown.
 int machineBits() {
-    qz::ShellPipe pipe(qz::shellCommand({qz::sysPath("/bin/uname"), "-a"}));
+    qz::ShellPipe pipe("/bin/uname -a");
     if (pipe.get() == nullptr) return 0;
     char buf[2000];
     bool any = false;

@@ -7,7 +7,7 @@
 int FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue,
                                            char delimeter, char commentChar) {
     if (filePath.empty() || paramName.empty() || paramValue.empty()) return 0;
-    qz::LineReader in(filePath, 3000);
+    qz::LineReader in(filePath, qz::kParamLineLimit);
     if (!in.isOpen()) return 0;
     const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
     while (in.nextUntilEof()) {

@@ -105,14 +105,17 @@ TEST_F(FileHandlingTest, EmptyArgumentsAndUnopenableFilesGive0AndChangeNothing) 
     EXPECT_EQ(capturedOutput(), "");
     EXPECT_EQ(readFile("/params.txt"), data("params/users_with_duplicates.txt"));
 
-    // A line of 3000 characters cannot be copied whole: the file stays.
-    const std::string longLine = "user:secret\n" + std::string(3000, 'x') + "\nuser:secret\n";
-    writeFile("/params.txt", longLine);
+    // Lines of up to 2998 characters are read whole; a longer one ends the
+    // scan, and a rewrite keeps only the lines before it.
+    writeFile("/params.txt", std::string(2998, 'x') + "\nuser:secret\n");
     captureOutput();
-    EXPECT_EQ(files.delParamFromFile(file, "user", "secret", ':', '#'), 0);
-    EXPECT_EQ(files.editParamValueInFile(file, "user", "secret", "new", ':', '#'), 0);
+    EXPECT_EQ(files.isParamValueExistsInFile(file, "user", "secret", ':', '#'), 1);
+    writeFile("/params.txt", std::string(2999, 'x') + "\nuser:secret\n");
+    EXPECT_EQ(files.isParamValueExistsInFile(file, "user", "secret", ':', '#'), 0);
+    writeFile("/params.txt", "keep:1\nuser:secret\n" + std::string(2999, 'x') + "\nuser:secret\n");
+    EXPECT_EQ(files.delParamFromFile(file, "user", "secret", ':', '#'), 1);
     capturedOutput();
-    EXPECT_EQ(readFile("/params.txt"), longLine);
+    EXPECT_EQ(readFile("/params.txt"), "keep:1\n");
 }
 
 TEST_F(FileHandlingTest, AddAppendsTheValueAndANewline) {
