@@ -54,7 +54,8 @@ public:
 
     // Primitives on one domain's <VirtualHost> block: the block whose
     // ServerName line (after it) equals domainName ignoring case. Each edit
-    // first copies the file to a "<file>.qzbackup..." backup.
+    // but Apache_DeleteVhIfmoduleBlock first copies the file to a
+    // "<file>.qzbackup..." backup.
 
     // The value of the first `directive` line after the domain's ServerName:
     // the rest of the line, or with valueQuoted the text between the double
@@ -69,8 +70,8 @@ public:
     // Adds "\t<directive>" for each element at the end of the first block of
     // the domain; otherwise as Apache_AddDirectiveInVH.
     int  Apache_AddDirectivesInVH(std::string apacheConfFile, std::string domainName, std::vector<std::string> directives);
-    // Drops the lines of the domain's first block that start with one of the
-    // names and a space. 0 rewritten, 1 file not opened, 2 scratch file not
+    // Drops the lines of the domain's first block, after its ServerName line,
+    // that start with one of the names and a space. 0 rewritten, 1 file not opened, 2 scratch file not
     // opened, 3 no block of the domain.
     int  Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName, std::vector<std::string> directives);
     // Replaces the first `directive` line of every block of the domain with
@@ -84,7 +85,8 @@ public:
     // nested block.
     int  Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName, std::string directive, std::string value, bool addValue);
     // True when the domain's block holds "<IfModule <moduleName>.xxx>" (name
-    // compared ignoring case); prints "modname=..." for each <IfModule> seen.
+    // compared ignoring case); prints "modname=..." for each "<IfModule" line
+    // of the domain's block whose text holds a ".".
     bool Apache_isModuleExistsInVH(std::string httpdConfFile, std::string domainName, std::string moduleName);
     // Removes the first such <IfModule> section of the domain's block, up to
     // its first "</IfModule>" line. 0 (also when nothing was found, the

@@ -20,18 +20,18 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
     using namespace qz;
     DomainBlockScan block(domainName, kDeleteForm);
     bool done = false;  // the domain's block has closed: the rest is copied as it is
-    // `found`: the domain's block was reached; the file is rewritten even when
-    // nothing was dropped.
+    // `found`: the domain's block was reached (its ServerName line); from
+    // there to its closing line, no other line changes that, not even another
+    // ServerName. The file is rewritten even when nothing was dropped.
     return rewriteLines(apacheConfFile, plans::kDeleteDirectivesInVH, {1, 2, 3},
                         [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
                             const char* p = skipSpace(line.c_str());
                             if (!done && !isComment(p)) {
-                                const bool closesDomain =
-                                    block.inDomain && lineKind(p, kDeleteForm) == LineKind::Closing;
-                                if (block.examine(p)) {
-                                    found = found || block.inDomain;
-                                    done = closesDomain;
-                                } else if (block.inDomain && startsWithAny(p, directives)) {
+                                if (!found) {
+                                    found = block.examine(p) && block.inDomain;
+                                } else if (lineKind(p, kDeleteForm) == LineKind::Closing) {
+                                    done = true;
+                                } else if (startsWithAny(p, directives)) {
                                     return Next::Line;
                                 }
                             }

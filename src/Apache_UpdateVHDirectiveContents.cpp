@@ -14,6 +14,9 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
     return rewriteLines(apacheConfFile, plans::kUpdateVHDirContents, {1, 2, 3},
                         [&](LineReader& line, ScratchRewrite& scratch, bool& closed) {
                             const char* p = skipSpace(line.c_str());
+                            // A nested section left open ends with its block: the
+                            // line never goes into a later site's block.
+                            if (inNested && lineKind(p, kReadForm) == LineKind::Closing) inNested = false;
                             if (inNested) {
                                 if (startsWithNoCase(p, "</Directory>")) {
                                     if (!valueFound) scratch.writeLine("\t\t" + value);

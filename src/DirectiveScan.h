@@ -150,11 +150,14 @@ inline const char* afterName(const char* p, size_t nameLength) { return skipSpac
 
 // The value of a directive line whose name matched `nameLength` characters:
 // what follows the rest of the name as written in the file (Listen matches
-// "ListenBacklog 511", whose value is 511) and the white space after it.
+// "ListenBacklog 511", whose value is 511) and the white space after it. A
+// name that ends in white space ("Listen ") has no rest of a word to skip.
 inline const char* valueAfter(const char* p, size_t nameLength) {
-    p = advance(p, nameLength);
-    while (*p != '\0' && !std::isspace(static_cast<unsigned char>(*p))) ++p;
-    return skipSpace(p);
+    const char* q = advance(p, nameLength);
+    const bool nameEndsWord = q == p || std::isspace(static_cast<unsigned char>(q[-1]));
+    if (!nameEndsWord)
+        while (*q != '\0' && !std::isspace(static_cast<unsigned char>(*q))) ++q;
+    return skipSpace(q);
 }
 
 // The text between the first two double quotes of `line`; false when it

@@ -23,12 +23,6 @@ protected:
         return immutable_;
     }
 
-    // The fake "/bin/uname -a" under the system root.
-    void uname64() {
-        fakeCommand("uname", "echo 'Linux host 6.1.0 x86_64 GNU/Linux'");
-        makeDir("/bin");
-        ASSERT_EQ(symlink((bin_ + "/uname").c_str(), path("/bin/uname").c_str()), 0);
-    }
 
     bool immutable_ = false;
 };
@@ -43,6 +37,10 @@ TEST_F(ToolkitServerTest, GetDirectiveValueReadsTheFirstServerLevelLine) {
     EXPECT_EQ(value, "300  ");
     EXPECT_EQ(helper.Apache_getDirectiveValue(file, "php_admin_value open_basedir", value, false), 0);
     EXPECT_EQ(value, "/home:/tmp");
+    // A name ending in a blank is a whole word already.
+    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "Listen ", value, false), 0);
+    EXPECT_EQ(value, "80");
+    EXPECT_TRUE(helper.Apache_isDirectiveWithValueExists(file, "Listen ", "80", false));
 
     captureOutput();
     EXPECT_EQ(helper.Apache_getDirectiveValue(file, "DocumentRoot", value, true), 0);
@@ -208,10 +206,10 @@ TEST_F(ToolkitServerTest, AddModuleGoesBeforeTheFirstServerLevelLoadModule) {
 }
 
 TEST_F(ToolkitServerTest, AddModuleElseGoesBeforeTheFirstBlockWithAFullUsrLibPath) {
-    uname64();
-    makeDir("/usr/lib64/httpd/modules");
+    // The one candidate modules folder of both machine types.
+    makeDir("/usr/lib/httpd/modules");
     const std::string file = golden("module_before_first_vhost");
-    const std::string modules = path("/usr/lib64/httpd/modules");
+    const std::string modules = path("/usr/lib/httpd/modules");
     captureOutput();
     EXPECT_EQ(helper.Apache_addModule(file, "rewrite"), 0);
     EXPECT_EQ(capturedOutput(),

@@ -106,6 +106,14 @@ TEST_F(ToolkitVHostTest, DeleteDirectivesInVHDropsNamesFollowedByASpaceInTheFirs
     EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options"}), 0);
     EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n");
 
+    // A second ServerName inside the block does not end it, and only the first
+    // block of the domain is edited.
+    conf("<VirtualHost *:80>\n ServerName a.com\n Options None\n ServerName b.com\n Header set x\n</VirtualHost>\n"
+         "<VirtualHost *:443>\n ServerName a.com\n Options All\n</VirtualHost>\n");
+    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options", "Header"}), 0);
+    EXPECT_EQ(confText(), "<VirtualHost *:80>\n ServerName a.com\n ServerName b.com\n</VirtualHost>\n"
+                          "<VirtualHost *:443>\n ServerName a.com\n Options All\n</VirtualHost>\n");
+
     expectUnchanged("<VirtualHost>\n    ServerName a.com\n    Options None\n</VirtualHost>\n", 3, ".qzbackup.drt",
                     "_temp11", [&] { return helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options"}); });
 }
@@ -156,6 +164,12 @@ TEST_F(ToolkitVHostTest, UpdateVHDirectiveContentsAddsOrTogglesANestedLine) {
     expectUnchanged(original, 3, ".qzbackup.rt", "_temp12", [&] {
         return helper.Apache_UpdateVHDirectiveContents(file, "example.com", "<Directory /other>", "X", true);
     });
+    // A section left open ends with its block: nothing goes into the next site's.
+    expectUnchanged("<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n</VirtualHost>\n"
+                    "<VirtualHost *:80>\n ServerName b.com\n <Directory /b>\n </Directory>\n</VirtualHost>\n",
+                    3, ".qzbackup.rt", "_temp12", [&] {
+                        return helper.Apache_UpdateVHDirectiveContents(file, "a.com", "<Directory /a>", "X", true);
+                    });
 }
 
 TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
