@@ -39,7 +39,7 @@ constexpr size_t kServerLimit = 2999;
 constexpr size_t kSkippedHostLimit = 119;
 
 //                                          backup            scratch            limit  loop ends on            empty lines
-constexpr FilePlan kServerScan            {nullptr,          nullptr,           2999, LoopEnd::StreamFailure, EmptyLines::Skipped};
+constexpr FilePlan kServerScan            {nullptr,          nullptr,   kServerLimit, LoopEnd::StreamFailure, EmptyLines::Skipped};
 constexpr FilePlan kGetDirectiveInVH      {nullptr,          nullptr,           2024, LoopEnd::StreamFailure, EmptyLines::Skipped};
 constexpr FilePlan kAddDirectiveInVH      {".qzbackup.ACEP", "_qzbackup_ACEP",  2999, LoopEnd::EndOfFile,     EmptyLines::Handed};
 constexpr FilePlan kAddDirectivesInVH     {".qzbackup.AD",   "_qzbackup_ACEP",  2999, LoopEnd::EndOfFile,     EmptyLines::Handed};
