@@ -5,7 +5,8 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-packages="cmake g++ make libgtest-dev pkgconf"
+# apache2-utils: the real htpasswd, which the web-user and private-folder tests use.
+packages="cmake g++ make libgtest-dev pkgconf apache2-utils"
 missing=""
 for p in $packages; do
   dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
