@@ -58,9 +58,10 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
             out.writeLine(in.view());
         }
     }
-    // A line over the limit would keep the designed loop reading forever;
-    // moving the copy made so far would lose the rest of the configuration,
-    // so the configuration stays as it is and the copy is deleted.
+    // A line over the limit fails the stream, and a loop until end of file
+    // would then read on forever. Moving the copy made so far would lose the
+    // rest of the configuration, so the configuration stays as it is and the
+    // copy is deleted.
     if (in.tooLong()) {
         rewrite.out().close();
         qz::deleteScratch(TEMPFILE);

@@ -26,8 +26,8 @@ WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, co
             rewrite.out().writeLine(in.view());
         }
     }
-    // The designed loop would read on forever after a line over the limit;
-    // the file is left as it is instead of losing the lines after it.
+    // A loop until end of file would read on forever after a line over the
+    // limit; the file is left as it is instead of losing the lines after it.
     if (in.tooLong()) return {WebUserRewrite::kFileNotOpened, found};
     in.close();
     rewrite.commit();
