@@ -30,20 +30,18 @@ char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
     qz::trackMethod(TrackManager, "UserCreate", {login, password}, {"UserName", "Passwd"});
 
     const std::string file = qz::webUserFile(*this);
-    qz::LineReader in(file, qz::kWebUserLineLimit);
-    if (!in.isOpen()) {
+    // A folder opens for reading here and fails only when opened for writing.
+    if (!std::ifstream(file).is_open()) {
         qz::sayLine("Error opening passwd file");
         return 'N';
     }
-    in.close();
-    // A last line without its newline still ends before the new user's line.
-    const bool separate = endsWithoutNewline(file);
     std::ofstream out(file, std::ios::app | std::ios::binary);
     if (!out.is_open()) {
         qz::sayLine("Error opening file");
         return 'N';
     }
-    if (separate) out << '\n';
+    // A last line without its newline still ends before the new user's line.
+    if (endsWithoutNewline(file)) out << '\n';
     out << login << ':' << password << '\n';
     return 'M';
 }

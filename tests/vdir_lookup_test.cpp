@@ -129,6 +129,17 @@ TEST_F(VirtualDirectoryTest, ExistsListAndAliasLookups) {
     EXPECT_EQ(all.back(), "CQZMethodArguments [shop.test|old] [ObjDDir->DomainName|ObjDDir->DirName]");
 }
 
+TEST_F(VirtualDirectoryTest, DirectoryRequiredCountsTwoAliasesOfTheSite) {
+    writeConf("<VirtualHost *:80>\n    ServerName shop.test\n    Alias /a \"/var/www/two\"\n"
+              "    Alias /one \"/var/www/one\"\n#   Alias /old \"/var/www/one\"\n"
+              "    Alias /b \"/var/www/two\"\n</VirtualHost>\n"
+              "<VirtualHost *:80>\n    ServerName other.test\n    Alias /c \"/var/www/one\"\n</VirtualHost>\n");
+    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
+    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/two"), 1);
+    // One alias of the site; the commented one and the other site's do not count.
+    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/one"), 0);
+}
+
 TEST_F(VirtualDirectoryTest, UnreadableLinesDeleteTheScratchFile) {
     CQZVirtualDirectory vdir(nullptr, conf_.c_str());
     SDDir dir = dirRecord("a.test", "/y", "shop");

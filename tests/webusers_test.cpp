@@ -36,6 +36,11 @@ TEST_F(WebUsersTest, CreateKeepsTheUsersAndAppends) {
     EXPECT_EQ(otherSite.UserCreate("ann", "x"), 'N');
     EXPECT_EQ(capturedOutput(), "Error opening passwd file\n");
     EXPECT_FALSE(exists("/opt/qz/etc/webusers/passwd.other.test"));
+
+    writeFile("/opt/qz/etc/webusers/passwd.empty.test", "");
+    CQZUsers emptySite(nullptr, ins_, "empty.test", nullptr);
+    EXPECT_EQ(emptySite.UserCreate("user", "pass"), 'M');
+    EXPECT_EQ(readFile("/opt/qz/etc/webusers/passwd.empty.test"), "user:pass\n");
 }
 
 TEST_F(WebUsersTest, DeleteAndChangeRewriteThroughTheScratchFile) {
@@ -112,6 +117,17 @@ TEST_F(WebUsersTest, MissingFileAndScratchFile) {
     EXPECT_EQ(readFile(kFile), "a:1\n");
     EXPECT_TRUE(commandLog().empty());
     rmdir(users.TEMPFILE);
+
+    // A folder where the file should be opens for reading but not for
+    // writing, and holds no users.
+    makeDir("/opt/qz/etc/webusers/passwd.dir.test");
+    CQZUsers folderAsFile(nullptr, ins_, "dir.test", nullptr);
+    list.clear();
+    captureOutput();
+    EXPECT_EQ(folderAsFile.UserCreate("a", "b"), 'N');
+    EXPECT_EQ(folderAsFile.UserExist(&list), 'Q');
+    EXPECT_EQ(capturedOutput(), "Error opening file\n");
+    EXPECT_TRUE(list.empty());
 }
 
 TEST_F(WebUsersTest, NamesWithShellCharactersRunNothing) {
