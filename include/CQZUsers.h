@@ -34,11 +34,34 @@ public:
     CQZUsers& operator=(const CQZUsers& other);
     ~CQZUsers();
 
+    // The password file is InsFolder + "/etc/webusers/passwd." + DomainName,
+    // plus "_" + FolderPath when FolderPath is not empty (under the system
+    // root). One "login:password" a line; passwords are stored as given.
+    // Every operation is tracked with its name and arguments.
+
+    // Appends "UserName:Passwd" to the existing file, keeping its users (a
+    // login already there is added again). 'M' done; 'N' when the file does
+    // not exist ("Error opening passwd file") or cannot be written, as a
+    // folder cannot ("Error opening file").
     char UserCreate(const char* UserName, const char* Passwd);
+    // Removes every line beginning with UserName + ":" and every empty line.
+    // 'O' (also when the user was not there); 'N' no file, or a line over
+    // 2999 characters (the file is left as it is); 23 TEMPFILE cannot be
+    // written.
     char UserDelete(const char* UserName);
+    // Replaces every line beginning with UserName + ":" by UserName + ":" +
+    // Passwd and drops empty lines. 'L' found; '5' not found (the file is
+    // rewritten anyway); 22 no file, or a line over 2999 characters (the
+    // file is left as it is); 23 TEMPFILE cannot be written.
     char ChangePasswd(std::string UserName, std::string Passwd);
+    // Appends the login (text before ":") of each line, and one "" for the
+    // read at the end of the file. 'R'; 22 no file.
     char UserList(StringVector* List);
+    // Appends one "" per user line, up to the first line without ":". 'Q'
+    // (nothing appended when the file is a folder); 22 no file ("Error
+    // opening HttpdConfFile file" printed).
     char UserExist(StringVector* List);
+    // Deletes the password file. Always 'P'.
     char UserDeleteAll();
 
 private:

@@ -24,6 +24,11 @@ QZ_EXPORT void getApacheVersion(int& major, int& minor, int& minorMinor);
 // Login name of the user who owns Path, or "".
 QZ_EXPORT std::string GetPathOwner(std::string Path);
 
+// Deletes the folder DName and everything in it, depth first. false when it
+// is gone; true when it cannot be opened, an entry cannot be stat'ed, a
+// sub-folder cannot be deleted, or DName itself cannot be removed (a file
+// that cannot be removed is skipped and then keeps its folder). A symbolic
+// link is removed as a link; the folder it points to is left alone.
 QZ_EXPORT bool RemoveDir(const char* DName);
 
 // True when /etc/CloudLinux-release exists.

@@ -1,0 +1,19 @@
+// CQZUsers::ChangePasswd: gives a web user a new password.
+#include "CQZUsers.h"
+
+#include "QZCore.h"
+#include "WebUserFile.h"
+
+char CQZUsers::ChangePasswd(std::string UserName, std::string Passwd) {
+    const std::string key = UserName + ":";
+    qz::trackMethod(TrackManager, "ChangePasswd", {UserName, Passwd}, {"UserName", "Passwd"});
+
+    const std::string line = key + Passwd;
+    const qz::WebUserRewrite done = qz::rewriteWebUsers(*this, key, &line);
+    switch (done.result) {
+        case qz::WebUserRewrite::kFileNotOpened: return 22;
+        case qz::WebUserRewrite::kScratchNotOpened: return 23;
+        case qz::WebUserRewrite::kDone: break;
+    }
+    return done.found ? 'L' : '5';  // the file is rewritten either way
+}

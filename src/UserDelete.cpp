@@ -1,0 +1,18 @@
+// CQZUsers::UserDelete: removes a web user from the password file.
+#include "CQZUsers.h"
+
+#include "QZCore.h"
+#include "WebUserFile.h"
+
+char CQZUsers::UserDelete(const char* UserName) {
+    const std::string login = qz::str(UserName);
+    qz::trackMethod(TrackManager, "UserDelete", {login}, {"UserName"});
+
+    // The key ends with the ":", so deleting "bo" keeps "bob".
+    switch (qz::rewriteWebUsers(*this, login + ":", nullptr).result) {
+        case qz::WebUserRewrite::kFileNotOpened: return 'N';
+        case qz::WebUserRewrite::kScratchNotOpened: return 23;
+        case qz::WebUserRewrite::kDone: break;
+    }
+    return 'O';  // also when the user was not there
+}

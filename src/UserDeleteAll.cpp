@@ -1,0 +1,13 @@
+// CQZUsers::UserDeleteAll: deletes the password file.
+#include "CQZUsers.h"
+
+#include "QZCore.h"
+#include "WebUserFile.h"
+
+#include <cstdio>
+
+char CQZUsers::UserDeleteAll() {
+    qz::trackMethod(TrackManager, "UserDeleteAll", {""}, {""});
+    std::remove(qz::webUserFile(*this).c_str());
+    return 'P';  // whether or not there was a file to delete
+}

@@ -1,0 +1,138 @@
+// The line rules shared by the virtual-directory operations: how a website's
+// <VirtualHost> blocks are found, how a <Directory> path and an Alias line
+// are read, and what a lookup does with its files when it gives up.
+#ifndef QZ_VIRTUAL_DIRECTORY_LOOKUP_H
+#define QZ_VIRTUAL_DIRECTORY_LOOKUP_H
+
+#include "QZCore.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <strings.h>
+
+namespace qz {
+
+// Configuration lines are read as getline(buf, 3000) reads them.
+constexpr size_t kVirtualDirectoryLineLimit = 3000;
+
+// The block state of a website: "<VirtualHost" (12 characters) opens a block;
+// the first "ServerName" (10) of a block decides whether the block is the
+// website's: 11 characters on, then white space, then the whole rest equal to
+// the domain ignoring case. Later ServerName lines of the block are not
+// examined. Closing lines are only examined when `closingEnds` is set:
+// "</VirtualHost>" (14) then ends the block.
+class WebsiteBlocks {
+public:
+    WebsiteBlocks(const std::string& domain, bool closingEnds = false)
+        : domain_(domain), closingEnds_(closingEnds) {}
+
+    // Examines a line given after its leading white space; true when it was
+    // one of the block lines above.
+    bool examine(const char* p) {
+        if (startsWithNoCase(p, "<VirtualHost")) {
+            state_ = kBeforeName;
+        } else if (state_ == kBeforeName && startsWithNoCase(p, "ServerName")) {
+            state_ = strcasecmp(skipSpace(advance(p, 11)), domain_.c_str()) == 0 ? kWebsite : kOutside;
+        } else if (closingEnds_ && startsWithNoCase(p, "</VirtualHost>")) {
+            state_ = kOutside;
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    // Inside a block of the website, after its ServerName.
+    bool inWebsite() const { return state_ == kWebsite; }
+
+private:
+    enum State { kOutside, kBeforeName, kWebsite };
+    const std::string& domain_;
+    bool closingEnds_;
+    State state_ = kOutside;
+};
+
+// Reads `in` to the end of the file and hands body(p) every line of the
+// website's blocks other than the block lines, after its leading white space;
+// body returns true to end the scan, and so does this function then. Lines
+// whose first character is '#' are passed over (indented ones reach no
+// keyword anyway). A line over the limit also ends the scan, as the end of the
+// file would: a loop "until end of file" never sees the end after it.
+template <class Body>
+bool scanWebsiteLines(LineReader& in, WebsiteBlocks& blocks, Body&& body) {
+    while (in.nextUntilEof()) {
+        if (in.c_str()[0] == '#') continue;
+        const char* p = skipSpace(in.c_str());
+        if (blocks.examine(p) || !blocks.inWebsite()) continue;
+        if (body(p)) return true;
+    }
+    return false;
+}
+
+// The path of a "<Directory" line given after its leading white space: 11
+// characters on and after white space. A quoted path loses its opening quote
+// and ends at the next one; false when there is none. An unquoted path is the
+// whole rest of the line, its closing '>' included.
+inline bool directoryPath(const char* p, std::string& path) {
+    p = skipSpace(advance(p, 11));
+    if (*p != '"') {
+        path = p;
+        return true;
+    }
+    const char* close = std::strchr(p + 1, '"');
+    if (close == nullptr) return false;
+    path.assign(p + 1, close);
+    return true;
+}
+
+// The text of an "Alias" line (given after its leading white space) after 6
+// characters and white space: the alias, a blank, then the target.
+inline const char* aliasText(const char* p) { return skipSpace(advance(p, 6)); }
+
+// An Alias text split at its first blank (a space): the alias before it and
+// the target after it and its white space, a quoted target without its quotes.
+// Without a blank the alias is the whole text and the target is empty.
+struct AliasLine {
+    std::string alias;
+    std::string target;
+
+    explicit AliasLine(const char* text) {
+        const char* blank = std::strchr(text, ' ');
+        if (blank == nullptr) {
+            alias = text;
+            return;
+        }
+        alias.assign(text, blank);
+        const char* t = skipSpace(blank);
+        if (*t == '"') {
+            ++t;
+            const char* close = std::strchr(t, '"');
+            target = close ? std::string(t, close) : std::string(t);
+        } else {
+            target = t;
+        }
+    }
+};
+
+// Where a lookup opens the configuration: 21 when none is named, 22 (after
+// `message` on its own line, when one is given) when `in` did not open it,
+// 0 when it is open.
+inline int lookupUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
+    if (isEmpty(httpdConfFile)) return 21;
+    if (in.isOpen()) return 0;
+    if (message != nullptr) sayLine(message);
+    return 22;
+}
+
+// The message of the lookups that print one when the configuration does not open.
+constexpr const char* kConfigurationNotOpened = "Error opening HttpdConfFile file";
+
+// A lookup that meets a "<Directory" or Alias line it cannot read deletes the
+// manager's scratch file, as the editing operations do when they give up.
+inline void deleteScratch(const char* tempFile) {
+    if (tempFile != nullptr) std::remove(tempFile);
+}
+
+}  // namespace qz
+
+#endif

@@ -1,0 +1,39 @@
+// PrivateFolder::editPrivateFolder: moves a private folder, or gives its user
+// a new password.
+#include "PrivateFolder.h"
+
+#include "PrivateFolderFiles.h"
+#include "QZCore.h"
+
+namespace {
+
+// Prints "command=" and the command, then runs it; false when it could not
+// be started.
+bool runPrinted(const std::string& commandLine) {
+    qz::sayLine("command=" + commandLine);
+    qz::ShellPipe command(commandLine);
+    return command.get() != nullptr;  // closed (waited for) on the way out
+}
+
+}  // namespace
+
+int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldFolderPath, std::string userName,
+                                     std::string userPasswd) {
+    qz::trackMethod(TrackManager, "editPrivateFolder", {newFolderPath, oldFolderPath, userName, userPasswd},
+                    {"NewPrivateFolderPath", "OldPrivateFolderPath", "PrivateFolderUserName",
+                     "PrivateFolderUserPasswd"});
+
+    if (newFolderPath != oldFolderPath) {
+        const int deleted = deletePrivateFolder(oldFolderPath, userName);
+        if (deleted != 1603) return deleted;
+        const int added = addPrivateFolder(newFolderPath, userName, userPasswd);
+        return added == 1602 ? 1605 : added;
+    }
+
+    const qz::PrivateFolderFiles files(oldFolderPath);
+    if (!files.readable(files.passwords)) return 1606;
+    if (!runPrinted(files.htpasswd("-D", userName))) return 1501;
+    // Two blanks before the password, as the panel has always written it.
+    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::quotedPassword(userPasswd))) return 1606;
+    return 1605;
+}
