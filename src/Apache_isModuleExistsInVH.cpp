@@ -13,7 +13,8 @@ bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::str
 
     WordBlockScan block(domainName);
     bool exists = false;
-    // An over-long line ends the scan (the designed loop would never end).
+    // An over-long line is examined cut to the limit, then ends the scan (the
+    // designed loop would never end).
     scanLines(in, plan, [&](LineReader& line) {
         const char* rest = block.ifModuleInDomain(skipSpace(line.c_str()));
         exists = rest != nullptr && ifModuleNames(rest, moduleName);

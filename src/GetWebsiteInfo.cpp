@@ -75,7 +75,8 @@ char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     enum { Outside, UnnamedBlock, SiteBlock } state = Outside;
     bool proxyPassTaken = false;
     std::string docRoot;
-    // A line too long for the buffer ends the scan as the end of the file would.
+    // A line too long for the buffer is read cut to it, and then ends the scan
+    // as the end of the file would.
     while (in.nextUntilEof()) {
         const char* p = in.c_str();
         if (*p == '#') ++p;

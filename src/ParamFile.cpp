@@ -30,7 +30,7 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
     if (!in.isOpen()) return 0;
 
     int changed = 0;
-    while (in.nextUntilEof()) {
+    while (in.getline()) {
         if (in.empty()) continue;
         switch (wanted.classify(in.c_str())) {
         case ParamLine::Comment:
@@ -45,9 +45,9 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
             break;
         }
     }
-    // A line of more than 2998 characters ends the copy as the end of the file
-    // does, and the file is replaced by the copy made so far: the line limit
-    // of the directive toolkit, kept as it is.
+    // A line of more than 2998 characters fails the read and ends the copy as
+    // the end of the file does; the file is replaced by the copy made so far,
+    // as the toolkit's reads do.
     in.close();
     out.close();
     // Replaced in place with the C library calls; their results are not examined.

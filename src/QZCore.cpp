@@ -150,7 +150,7 @@ bool LineReader::getline(size_t limit) {
 bool LineReader::nextUntilEof() {
     if (eof_ || tooLong_) return false;
     getline();
-    return !tooLong_;
+    return true;
 }
 
 // ---- Output -----------------------------------------------------------------

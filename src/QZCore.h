@@ -58,8 +58,10 @@ public:
     // One turn of the loop "until end of file": `while (!eof()) { getline();
     // ...use the line... }`. True while the loop body runs with a line,
     // including the final empty read at end of file. A line longer than the
-    // limit fails the stream; such a loop would then never see end of file, so
-    // here it ends the scan, and the truncated line is not handed out.
+    // limit is handed out cut to the limit, as the loop body sees it, with
+    // tooLong() set; the stream has failed, so such a loop would then spin on
+    // empty reads for ever without seeing end of file: the next turn ends the
+    // scan instead.
     bool nextUntilEof();
 
     bool eof() const { return eof_; }

@@ -6,8 +6,9 @@
 
 // One entry per line read, the final empty read at the end of the file
 // included: the line's login, the text before its first ":" (the whole line
-// when it has none). A line over the limit ends the list: a loop until end
-// of file would add empty entries after it forever.
+// when it has none). A line over the limit is listed cut to the limit and
+// ends the list: a loop until end of file would add empty entries after it
+// forever.
 char CQZUsers::UserList(StringVector* List) {
     qz::trackMethod(TrackManager, "UserList", {""}, {""});
 

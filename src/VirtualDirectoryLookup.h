@@ -56,8 +56,9 @@ private:
 // website's blocks other than the block lines, after its leading white space;
 // body returns true to end the scan, and so does this function then. Lines
 // whose first character is '#' are passed over (indented ones reach no
-// keyword anyway). A line over the limit also ends the scan, as the end of the
-// file would: a loop "until end of file" never sees the end after it.
+// keyword anyway). A line over the limit is examined cut to the limit and
+// then ends the scan as the end of the file would: a loop "until end of file"
+// never sees the end after it.
 template <class Body>
 bool scanWebsiteLines(LineReader& in, WebsiteBlocks& blocks, Body&& body) {
     while (in.nextUntilEof()) {

@@ -9,7 +9,8 @@ int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::s
     if (param.empty()) return 0;
     qz::LineReader in(qzConfFile, 120);
     if (!in.isOpen()) return 0;
-    // A line longer than 119 characters fails the stream and ends the search.
+    // A line longer than 119 characters is examined cut to 119, then ends the
+    // search: the stream has failed.
     while (in.nextUntilEof()) {
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());

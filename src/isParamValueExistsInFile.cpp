@@ -10,7 +10,9 @@ int FileHandling::isParamValueExistsInFile(std::string filePath, std::string par
     qz::LineReader in(filePath, qz::kParamLineLimit);
     if (!in.isOpen()) return 0;
     const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
-    while (in.nextUntilEof()) {
+    // Read as the toolkit reads: the scan ends when a read fails, at the end
+    // of the file or on a line over the limit.
+    while (in.getline()) {
         if (!in.empty() && wanted.classify(in.c_str()) == qz::ParamLine::Match) return 1;
     }
     return 0;

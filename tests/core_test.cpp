@@ -94,8 +94,10 @@ TEST_F(CoreTest, LineReaderAcrossBlockBoundariesAndUnlimitedLines) {
         ASSERT_TRUE(limited.nextUntilEof());
         ASSERT_EQ(limited.view(), lines[i]);
     }
-    EXPECT_FALSE(limited.nextUntilEof()) << "the over-long last line ends the scan";
+    ASSERT_TRUE(limited.nextUntilEof()) << "the over-long last line is handed out cut";
+    EXPECT_EQ(limited.view(), std::string(2999, 'y'));
     EXPECT_TRUE(limited.tooLong());
+    EXPECT_FALSE(limited.nextUntilEof()) << "and then ends the scan";
 
     qz::LineReader whole(path("/big.txt"), 0);
     size_t count = 0;

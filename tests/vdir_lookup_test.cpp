@@ -155,6 +155,25 @@ TEST_F(VirtualDirectoryTest, UnreadableLinesDeleteTheScratchFile) {
     EXPECT_EQ(vdir.CheckVirDir(&dir), '}');
 }
 
+TEST_F(VirtualDirectoryTest, ALineOverTheLimitIsExaminedCutThenEndsTheScan) {
+    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
+    const std::string head = "<VirtualHost *:80>\nServerName a.test\n";
+    const std::string tail = "\n<Directory \"/after\">\nAlias /next /n\n</VirtualHost>\n";
+    writeConf(head + "<Directory \"/x\"> #" + std::string(3000, 'x') + tail);
+    SDDir cut = dirRecord("a.test", "/x", "next");
+    EXPECT_EQ(vdir.VirtualDirectoryExists(&cut), 1);
+    SDDir after = dirRecord("a.test", "/after");
+    EXPECT_EQ(vdir.VirtualDirectoryExists(&after), 0);
+    EXPECT_EQ(vdir.CheckVirDir(&cut), 'X');
+
+    const std::string alias = "Alias /shop /var/www/";
+    writeConf(head + alias + std::string(3000, 't') + tail);
+    SDDir shop = dirRecord("a.test", "", "shop");
+    EXPECT_EQ(vdir.CheckVirDir(&shop), '}');
+    EXPECT_EQ(vdir.GetVDPath(conf_, "a.test", "/shop"), "/var/www/" + std::string(2999 - alias.size(), 't'));
+    EXPECT_EQ(vdir.GetVDPath(conf_, "a.test", "/next"), "");
+}
+
 TEST_F(VirtualDirectoryTest, LookupsWithoutConfiguration) {
     CQZVirtualDirectory noConf(&tracker_);
     SDDir dir = dirRecord("a.test", "/x", "x");

@@ -76,12 +76,13 @@ TEST_F(WebUsersTest, ListAndCount) {
     EXPECT_EQ(count.size(), 1u);
     EXPECT_EQ(calls(tracker_)[3] + " " + calls(tracker_)[4], "CQZMethodName UserExist CQZMethodArguments [] []");
 
-    // A line over the 2999 characters of a read ends both scans.
+    // A line over the 2999 characters of a read is listed cut to 2999
+    // characters, then ends both scans.
     writeFile(kFile, "ann:x\n" + std::string(3000, 'b') + ":y\ncy:z\n");
     list.clear();
     count.clear();
     EXPECT_EQ(users.UserList(&list), 'R');
-    EXPECT_EQ(list, (StringVector{"ann"}));
+    EXPECT_EQ(list, (StringVector{"ann", std::string(2999, 'b')}));
     EXPECT_EQ(users.UserExist(&count), 'Q');
     EXPECT_EQ(count.size(), 1u);
     EXPECT_EQ(users.UserDelete("ann"), 'N');
