@@ -67,8 +67,4 @@ TEST_F(PerlTest, UnreadableConfigurations) {
     EXPECT_EQ(website.DisablePerl("a.com"), 21);
     EXPECT_EQ(readConf(), text + std::string(2048, 'y') + "\n");
     EXPECT_EQ(commandLog().size(), 1u);
-
-    CQZWebsite unnamed(&tracker_);
-    EXPECT_EQ(unnamed.EnablePerl("a.com"), 21);
-    EXPECT_EQ(unnamed.DisableFcgid("a.com", "mod_fcgid", "x"), 21);
 }
