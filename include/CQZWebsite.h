@@ -132,19 +132,87 @@ public:
     // returned), 1 when the file does not open or holds no such number.
     int CmdApchRestart(const char* HttpdPIDFile);
 
+    // Script handlers. None of them reports to TrackManager, restarts Apache
+    // or disables another handler first. Lines are read whole unless a limit
+    // is given. "Handler form" of a line: leading blanks cut, then leading
+    // tabs. The empty-HttpdConfFile case gives 21 without creating a file.
+
+    // Puts "\t<IfModule Module.c>", "\t\tAddHandler application/x-httpd-php
+    // .php", "\t</IfModule>" right after the first line starting with
+    // "CustomLog" that follows a line whose handler form is exactly
+    // "ServerName DomainName" (possibly in a later block when the site has
+    // none), unless the line after it contains "IfModule" or Module. Copies
+    // into HttpdConfFile.tmpdso until end of file (one empty line gained at
+    // the end) and moves it over the configuration only when the block went
+    // in; otherwise the .tmpdso file stays. 96 either way; 23 .tmpdso cannot
+    // be created; 21 the configuration cannot be opened.
     int EnablePhp(std::string DomainName, std::string Module);
+    // Removes the site's <IfModule mod_php?.c> block (its opening line, its
+    // AddHandler lines and its closing line; the name is cut one character
+    // before its first dot, so mod_php.c is not one). Every empty line of
+    // the file goes too. Always rewrites through TEMPFILE. 0; 21 when the
+    // configuration cannot be opened or holds a line over 2047 characters
+    // (left as it is then).
     int DisablePhp(std::string DomainName);
+    // Which handler block the site carries: 1 mod_php* ("dso enabled"),
+    // 2 mod_suphp ("suphp enabled"), 3 mod_fcgid ("fcgid enabled"), each
+    // after printing the block's module name; 0 none; 21.
     int ISPhpEnabled(std::string DomainName);
+    // The rest of the first Include line holding "php" in the domain's block
+    // (commented lines included); "" when none, when httpdConfFile is empty,
+    // or when it cannot be opened (after "Error while opening HttpdConfFile").
     std::string getPHPEntryToDelete(std::string domain, std::string httpdConfFile);
+    // The first plain file of the modules folder named libphp + one digit +
+    // ".so..." (libphp7.so), or "NULL" (also when the folder cannot be opened,
+    // after "can't open directory: "). Leaves the process's working directory
+    // in the modules folder.
     std::string Php_checkModulePhysicalPath(std::string apacheConfFile);
+    // 1 when a LoadModule line outside <VirtualHost> blocks, not commented
+    // out, contains moduleName; 0 when none does; 21 file cannot be opened.
     int Php_checkModule(std::string HttpdConfFile, std::string moduleName);
+    // Backs the file up to .qzbackup.rt, then writes "LoadModule php5_module
+    // modules/libphp5.so" (the modules folder, relative unless under
+    // /usr/lib) before the first column-1 LoadModule line, else before the
+    // first column-1 <VirtualHost line, through TEMPFILE; empty lines are
+    // dropped. 0 written; 1 the file cannot be opened (or holds a line over
+    // 2999 characters); 2 TEMPFILE cannot be opened; 4 no place (or a file
+    // name without "php"), TEMPFILE removed.
     int Php_addModule(std::string apacheConfFile, std::string moduleName);
+    // Drops the LoadModule lines that Php_checkModule would find. TEMPFILE
+    // is opened in append mode: what it already holds comes first in the
+    // result. 0; 21 file cannot be opened.
     int Php_disableModule(std::string apacheConfFile, std::string moduleName);
+    // The last *php*.conf and *perl*.conf files of <server root>/conf.d or,
+    // when that folder does not open, the *.load files of mods-enabled.
+    // Outputs cleared first; true when either was found. False after
+    // "No Path found" when neither folder opens.
     bool getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath);
 
+    // When the file has no server-level SocketPath or SharememPath (both
+    // printed), writes an <IfModule Module.c> block with both set under
+    // /tmp/mod_fcgid before every column-1 Include line (creating that
+    // folder, mode 777), or appends it when there is none. 0; 1 the file
+    // cannot be opened (or appended to, or holds a line over 2999
+    // characters); 2 HttpdConfFile.efcgid cannot be created.
     int ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module);
+    // Makes <site folder>/.setting_php (mode 04505) holding a copy of
+    // phpCGIPath, owned by the ServerAdmin's user and qz7group, and puts the
+    // site's <IfModule mod_fcgid.c> block after its CustomLog line as
+    // EnablePhp does (SuexecUserGroup when suexecSetting is "enabled" in any
+    // case). The site folder is the DocumentRoot cut after the domain; when
+    // there is none nothing is made or written. 96; 23 HttpdConfFile.tmpfcgid
+    // cannot be created; 21.
     int EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting);
+    // Removes the site's first <IfModule ...> block naming ModuleName (at
+    // most 10 lines after its opening line) and deletes <site folder>/PHPCGI.
+    // 96 (also when there is no block; the configuration then stays); 87 a
+    // longer block, the configuration left as it is; 23 TEMPFILE; 21.
     int DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI);
+    // Adds (Enable) or removes (Disable) "\t\tAddHandler cgi-script cgi pl"
+    // right under the site's <Directory "document root"> line, through the
+    // scratch file /etc/tempapa1. Every empty line of the file goes. 0;
+    // 21 the configuration cannot be opened or holds a line over 2046
+    // characters (left as it is then).
     int EnablePerl(std::string szDomainName);
     int DisablePerl(std::string szDomainName);
 

@@ -1,0 +1,50 @@
+// CQZWebsite::ConfigureFcgidGlobally: the server-level mod_fcgid settings.
+#include "CQZWebsite.h"
+
+#include "ApacheHelper.h"
+#include "DirectiveScan.h"
+
+int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module) {
+    ApacheHelper helper;
+    std::string socketPath, sharememPath;
+    helper.Apache_getDirectiveValue(HttpdConfFile, "SocketPath", socketPath, false);
+    helper.Apache_getDirectiveValue(HttpdConfFile, "SharememPath", sharememPath, false);
+    qz::sayLine("SocketPath=" + socketPath);
+    qz::sayLine("SharememPath=" + sharememPath);
+    if (!socketPath.empty() || !sharememPath.empty()) return 0;
+
+    const std::string block = "<IfModule " + Module + ".c>\n"
+                              "\tSocketPath /tmp/mod_fcgid/\n"
+                              "\tSharememPath /tmp/mod_fcgid/fcgid_shm\n"
+                              "</IfModule>";
+    const std::string folder = qz::sysPath("/tmp/mod_fcgid");
+
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (!in.isOpen()) return 1;
+    qz::Rewrite rewrite(HttpdConfFile + ".efcgid", HttpdConfFile);
+    if (!rewrite.open()) return 2;
+    qz::OutFile& out = rewrite.out();
+    // Every column-1 Include line gets its own block: earlier blocks are not
+    // looked for.
+    bool written = false;
+    while (in.getline()) {
+        if (qz::startsWithNoCase(in.c_str(), "Include")) {
+            out.writeLine(block);
+            qz::runShell(qz::shellCommand({"mkdir", folder}));
+            qz::runShell(qz::shellCommand({"chmod", "777", folder}));
+            written = true;
+        }
+        out.writeLine(in.view());
+    }
+    // A line over 2999 characters would end the copy there: the configuration
+    // is left as it is (neither moved over nor appended to).
+    if (in.tooLong()) return 1;
+    in.close();
+    if (written) {
+        rewrite.commit();
+        return 0;
+    }
+    // No Include line: the block goes at the end; the scratch copy stays.
+    rewrite.out().close();
+    return qz::appendLine(HttpdConfFile, block) ? 0 : 1;
+}

@@ -1,0 +1,56 @@
+// CQZWebsite::DisableFcgid: removes a site's mod_fcgid block and its PHP CGI
+// copy.
+#include "CQZWebsite.h"
+
+#include "ApacheHelper.h"
+#include "HandlerScan.h"
+
+#include <cstdio>
+#include <strings.h>
+
+int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
+    if (qz::isEmpty(HttpdConfFile)) return 21;
+    const std::string conf = HttpdConfFile;
+    // The block is found by ModuleName itself; ModuleName + ".c" would find
+    // the same mod_fcgid block.
+    const std::string match = "ServerName " + DomainName;
+    qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
+    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    qz::LineReader in(conf, 0);
+    if (!in.isOpen()) return 21;
+    qz::OutFile& out = rewrite.out();
+
+    constexpr int kMaxBlockLines = 10;  // after the opening line, the closing one included
+    int consumed = 0;                   // counted over the whole call
+    bool inSite = false, found = false, error = false;
+    while (in.getline()) {
+        const std::string_view line = qz::handlerForm(in.view());
+        if (inSite && line.size() == 14 && qz::startsWithNoCase(line.data(), "</VirtualHost>")) inSite = false;
+        if (line == match) inSite = true;
+        if (inSite && qz::contains(line, "IfModule") && qz::contains(line, ModuleName)) {
+            found = true;
+            while (in.getline()) {
+                if (++consumed > kMaxBlockLines) {
+                    error = true;
+                    break;
+                }
+                if (qz::handlerForm(in.view()) == "</IfModule>") break;
+            }
+            inSite = false;
+            continue;
+        }
+        out.writeLine(in.view());
+    }
+    in.close();
+    if (!found || error) return error ? 87 : 96;
+    rewrite.commit();
+
+    ApacheHelper helper;
+    std::string documentRoot;
+    helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
+    const std::string site = qz::siteFolder(documentRoot, DomainName);
+    // Only a named file inside a known site folder is deleted: an empty name
+    // would remove the folder itself if it were empty.
+    if (!site.empty() && !PHPCGI.empty()) std::remove((site + "/" + PHPCGI).c_str());
+    return 96;
+}

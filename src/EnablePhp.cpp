@@ -1,0 +1,17 @@
+// CQZWebsite::EnablePhp: runs a site's PHP through the Apache module.
+#include "CQZWebsite.h"
+
+#include "HandlerScan.h"
+
+int CQZWebsite::EnablePhp(std::string DomainName, std::string Module) {
+    // No configuration named: nothing is created, not even the scratch file.
+    if (qz::isEmpty(HttpdConfFile)) return 21;
+    const std::string conf = HttpdConfFile;
+    const std::vector<std::string> block = {"\t<IfModule " + Module + ".c>",
+                                            "\t\tAddHandler application/x-httpd-php .php", "\t</IfModule>"};
+    // The line after CustomLog is the only guard against a second block.
+    auto present = [&Module](std::string_view next) {
+        return qz::contains(next, "IfModule") || qz::contains(next, Module);
+    };
+    return qz::insertAfterCustomLog(conf, conf + ".tmpdso", "ServerName " + DomainName, present, block);
+}

@@ -1,0 +1,58 @@
+#include "HandlerScan.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace qz {
+
+std::string_view handlerForm(std::string_view line) {
+    if (!line.empty() && line.front() == ' ') line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    if (!line.empty() && line.front() == '\t') line.remove_prefix(std::min(line.find_first_not_of('\t'), line.size()));
+    return line;
+}
+
+WordLine::WordLine(const char* p) {
+    const char* space = strchr(p, ' ');
+    word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
+    rest = space ? skipSpace(space + 1) : p + word.size();
+}
+
+std::string siteFolder(const std::string& documentRoot, const std::string& domain) {
+    const size_t at = domain.empty() ? std::string::npos : documentRoot.find(domain);
+    if (at == std::string::npos) return "";
+    return documentRoot.substr(0, at + domain.size());
+}
+
+bool ServerModuleLine::loads(std::string_view line, const std::string& moduleName) {
+    if (line.substr(0, 12) == "<VirtualHost") {
+        inSite = true;
+    } else if (line.substr(0, 13) == "</VirtualHost") {
+        inSite = false;
+    } else if (!inSite) {
+        return line.substr(0, 1) != "#" && contains(line, "LoadModule") && contains(line, moduleName);
+    }
+    return false;
+}
+
+bool AppendFile::open(const std::string& path) {
+    close();
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (fd < 0) return false;
+    f_ = fdopen(fd, "a");
+    if (f_ == nullptr) ::close(fd);
+    return f_ != nullptr;
+}
+
+void AppendFile::writeLine(std::string_view text) {
+    if (f_ == nullptr) return;
+    fwrite(text.data(), 1, text.size(), f_);
+    fputc('\n', f_);
+}
+
+void AppendFile::close() {
+    if (f_ != nullptr) fclose(f_);
+    f_ = nullptr;
+}
+
+}  // namespace qz

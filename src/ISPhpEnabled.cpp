@@ -1,0 +1,50 @@
+// CQZWebsite::ISPhpEnabled: which PHP handler block a site carries.
+#include "CQZWebsite.h"
+
+#include "HandlerScan.h"
+
+#include <strings.h>
+
+int CQZWebsite::ISPhpEnabled(std::string DomainName) {
+    if (qz::isEmpty(HttpdConfFile)) return 21;
+    qz::LineReader in(HttpdConfFile, 2048);
+    if (!in.isOpen()) return 21;
+    int count = 0;  // <VirtualHost> lines since the last ServerName or closing
+    bool site = false;
+    // A line over the limit fails the stream and ends the scan.
+    while (in.getline()) {
+        if (in.empty()) continue;
+        const char* p = qz::skipSpace(in.c_str());
+        if (*p == '#') continue;
+        const qz::WordLine w(p);
+        if (w.is("<VirtualHost")) {
+            ++count;
+        } else if (w.is("ServerName")) {
+            if (count != 1) continue;
+            count = 0;  // a second ServerName of the block is not looked at
+            site = strcasecmp(w.rest, DomainName.c_str()) == 0;
+        } else if (w.is("<IfModule") && site) {
+            // A rest without a dot names no module.
+            const char* dot = strchr(w.rest, '.');
+            if (dot == nullptr) continue;
+            const std::string name(w.rest, dot);
+            qz::sayLine(name);
+            if (qz::startsWithNoCase(name.c_str(), "mod_php")) {
+                qz::sayLine("dso enabled");
+                return 1;
+            }
+            if (strcasecmp(name.c_str(), "mod_suphp") == 0) {
+                qz::sayLine("suphp enabled");
+                return 2;
+            }
+            if (strcasecmp(name.c_str(), "mod_fcgid") == 0) {
+                qz::sayLine("fcgid enabled");
+                return 3;
+            }
+        } else if (w.is("</VirtualHost>")) {
+            if (site) return 0;
+            count = 0;
+        }
+    }
+    return 0;
+}

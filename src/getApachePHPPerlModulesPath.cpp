@@ -1,0 +1,46 @@
+// CQZWebsite::getApachePHPPerlModulesPath: the distribution's PHP and Perl
+// module configuration files.
+#include "CQZWebsite.h"
+
+#include "QZCore.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace {
+
+// Walks `folder` (plain entries only) for names holding "php" or "perl" and
+// `suffix`; the last of each kind wins. False when the folder does not open.
+bool findModuleFiles(const std::string& folder, const char* suffix, std::string& perlPath, std::string& phpPath) {
+    DIR* dir = opendir(folder.c_str());
+    if (dir == nullptr) return false;
+    while (const dirent* entry = readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        const std::string path = folder + "/" + name;
+        struct stat st;
+        if (stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
+        if (name.find(suffix) == std::string::npos) continue;
+        if (name.find("php") != std::string::npos) phpPath = path;
+        if (name.find("perl") != std::string::npos) perlPath = path;
+    }
+    closedir(dir);
+    return true;
+}
+
+}  // namespace
+
+bool CQZWebsite::getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath) {
+    perlPath.clear();
+    phpPath.clear();
+    std::string base = getApacheServerRoot(httpdConfFile);
+    // Without a "/" (npos) the whole path is kept.
+    if (base.empty()) base = httpdConfFile.substr(0, httpdConfFile.rfind('/'));
+    // conf.d, when it opens, is the only folder consulted.
+    if (!findModuleFiles(base + "/conf.d", ".conf", perlPath, phpPath) &&
+        !findModuleFiles(base + "/mods-enabled", ".load", perlPath, phpPath)) {
+        qz::sayLine("No Path found");
+        return false;
+    }
+    return !perlPath.empty() || !phpPath.empty();
+}
