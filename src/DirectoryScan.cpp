@@ -28,7 +28,7 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
     bool dropping = false;  // inside the matched section, whose old lines go
     bool done = false;      // the rest of the file is copied as it is
     int stopped = 0;
-    std::string found;
+    std::string sectionPath;
     const int result = rewriteLines(file, plan, {1, 2, 4}, [&](LineReader& line, ScratchRewrite& scratch, bool& edited) {
         if (done) {
             scratch.writeLine(line.view());
@@ -50,12 +50,12 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
             scratch.writeLine(line.view());
             return Next::Line;
         }
-        const PathForm form = directoryPath(p, found);
+        const PathForm form = directoryPath(p, sectionPath);
         if (form == PathForm::Unterminated || (form == PathForm::Unquoted && unquotedStops)) {
             stopped = 3;
             return Next::Stop;
         }
-        if (strcasecmp(found.c_str(), path.c_str()) != 0) {
+        if (strcasecmp(sectionPath.c_str(), path.c_str()) != 0) {
             scratch.writeLine(line.view());
             return Next::Line;
         }
