@@ -110,15 +110,18 @@ public:
     // (whatever its path; an existing section for dirPath is not looked for).
     // 4 when the block has none.
     int  Apache_addDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath, std::vector<std::string> dirEntry);
-    // Removes the section up to its first "</Directory" line. 3 when a
-    // <Directory line met before it has an unquoted or unterminated path.
+    // Removes the section up to and including the first "</Directory" line
+    // after its opening line (a section never closed: up to the end of the
+    // file). 3 when a <Directory line met before it has an unquoted or
+    // unterminated path.
     int  Apache_deleteDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath);
     // Rewrites the section's opening line as "\t<Directory \"newPath\">". 3 when
     // a path met before it has no closing quote; an unquoted path is compared
     // as it stands (">" included).
     int  Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath, std::string newPath);
     // Keeps the section's opening line and replaces its contents by
-    // "\t\t<entry>" for each entry and "\t</Directory>". 3 as for deleting.
+    // "\t\t<entry>" for each entry and "\t</Directory>"; the old lines go as
+    // for deleting. 3 as for deleting.
     int  Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName, std::string dirPath, std::vector<std::string> entry);
 
     // HTTPS redirect files: "<domain>.conf" in the "qz" folder of the server
@@ -132,8 +135,9 @@ public:
     // Include line (or at the end) unless a line gives Include (or a name
     // starting with it, such as IncludeOptional) that value; prints
     // "writing entry" and the result of that write, or "entry already
-    // exists". False, after "unable to open file: <path>", when the file
-    // cannot be written.
+    // exists". The file and the placeholder are written through a symbolic
+    // link. False, after "unable to open file: <path>", when the file cannot
+    // be opened.
     bool Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName, std::string ipAddress, std::string port);
     // Deletes the active redirect file (not a stopped one). Prints
     // "file path:<path>"; always true. So do Stop and Start.

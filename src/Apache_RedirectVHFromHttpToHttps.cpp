@@ -15,7 +15,7 @@ void makeRedirectFolder(ApacheHelper& helper, const std::string& folder) {
     if (helper.IsDirectoryExists(folder)) return;
     mkdir(folder.c_str(), 0755);
     qz::OutFile dummy;
-    if (dummy.open((folder + "/dummy.conf").c_str())) dummy.writeLine("#dummy conf file, please don't delete it");
+    if (dummy.openTarget((folder + "/dummy.conf").c_str())) dummy.writeLine("#dummy conf file, please don't delete it");
 }
 
 // The configuration includes the folder through "Include qz/*.conf". Names
@@ -40,7 +40,7 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
     if (!folder.empty()) {
         makeRedirectFolder(*this, folder);
         includeRedirectFolder(*this, httpdConfFile);
-        out.open(file.c_str());
+        out.openTarget(file.c_str());
     }
     // With no server root nothing is created: no folder at the top of the
     // file system, and no Include line that would point nowhere.

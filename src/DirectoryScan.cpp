@@ -36,14 +36,11 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
         }
         const char* p = skipSpace(line.c_str());
         if (dropping) {
-            // The old lines go up to the first "</Directory" line. A section
-            // left open ends with its block instead: the block's closing line
-            // stays, so nothing of the next site's block is lost.
-            const bool blockCloses = lineKind(p, kReadForm) == LineKind::Closing;
-            if (!blockCloses && !startsWithNoCase(p, "</Directory")) return Next::Line;
+            // The old lines go up to and including the first "</Directory"
+            // line, or to the end of the file.
+            if (!startsWithNoCase(p, "</Directory")) return Next::Line;
             dropping = false;
             done = true;
-            if (blockCloses) scratch.writeLine(line.view());
             return Next::Line;
         }
         if (block.examine(p) || !block.inDomain || !opensDirectory(p)) {

@@ -26,8 +26,7 @@ void rewriteRedirectAliases(const std::string& domain,
     }
     const std::string temp = sysPath("/etc/temp");
     OutFile out;
-    // Deleting the file with nothing to rename in its place would lose it.
-    if (!out.open(temp.c_str())) return;
+    out.open(temp.c_str());
     LineReader in(file, 0);
     while (in.isOpen() && in.nextUntilEof()) out.writeLine(isAliasLine(in.view()) ? change(in.view(), layout) : std::string(in.view()));
     in.close();

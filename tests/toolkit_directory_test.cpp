@@ -57,11 +57,15 @@ TEST_F(ToolkitDirectoryTest, EditsTouchTheFirstMatchingSectionOfTheDomain) {
     EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {}), 0);
     EXPECT_EQ(confText(), host("    <Directory \"/a\">\n\t</Directory>\n        Options All\n    </Directory>\n"));
 
-    // A section left open ends with its block, which keeps its closing line.
-    const std::string next = "<VirtualHost *:80>\n    ServerName b.com\n" + section("\"/b\"") + "</VirtualHost>\n";
-    conf(host("    <Directory \"/a\">\n        Options All\n") + next);
+    // A section left open: its old lines go on into the next site's block,
+    // up to the first "</Directory" line, or to the end of the file.
+    const std::string open = host("    <Directory \"/a\">\n        Options All\n");
+    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n" + section("\"/b\"") + "    DocumentRoot /b\n</VirtualHost>\n");
     EXPECT_EQ(helper.Apache_deleteDirectoryTag(file_, "a.com", "/a"), 0);
-    EXPECT_EQ(confText(), host("") + next);
+    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    DocumentRoot /b\n</VirtualHost>\n");
+    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n</VirtualHost>\n");
+    EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {"Options None"}), 0);
+    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n\t\tOptions None\n\t</Directory>\n");
 }
 
 TEST_F(ToolkitDirectoryTest, AnUnquotedOrUnterminatedPathStopsTheSearch) {

@@ -4,6 +4,7 @@
 #include "ToolkitTestFixture.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 class ToolkitRedirectTest : public ToolkitTest {
 protected:
@@ -119,6 +120,26 @@ TEST_F(ToolkitRedirectTest, AFileThatCannotBeWrittenOrAnUnknownServerRoot) {
     EXPECT_EQ(capturedOutput(), "unable to open file: /qz/b.com.conf\nfile path:/qz/b.com.conf\n");
     EXPECT_EQ(confText(), "Listen 80\n");
     EXPECT_EQ(commandLog().size(), logged);
+}
+
+TEST_F(ToolkitRedirectTest, ARedirectFileIsWrittenThroughASymbolicLink) {
+    conf("Include qz/*.conf\n");
+    makeDir("/etc/httpd/qz");
+    makeDir("/srv");
+    writeFile("/srv/example.com.conf", std::string(500, 'x'));
+    ASSERT_EQ(symlink(path("/srv/example.com.conf").c_str(), path(qz("example.com.conf")).c_str()), 0);
+    // A link to a file not there yet creates it.
+    ASSERT_EQ(symlink(path("/srv/b.com.conf").c_str(), path(qz("b.com.conf")).c_str()), 0);
+    captureOutput();
+    EXPECT_TRUE(redirect("example.com"));
+    EXPECT_TRUE(redirect("b.com"));
+    capturedOutput();
+    EXPECT_EQ(readFile("/srv/example.com.conf"), expected("redirect_file"));
+    const std::string start = "<VirtualHost 10.0.0.1:80>\n\tServerName b.com\n";
+    EXPECT_EQ(readFile("/srv/b.com.conf").substr(0, start.size()), start);
+    struct stat st;
+    ASSERT_EQ(lstat(path(qz("example.com.conf")).c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode));
 }
 
 TEST_F(ToolkitRedirectTest, LetsEncryptEntriesGoIntoTheFirstBlockOfTheDomain) {

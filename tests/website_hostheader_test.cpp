@@ -136,16 +136,40 @@ TEST_F(HostHeaderTest, FailuresAndTheFixedScratchFile) {
     EXPECT_EQ(readConf(), block("ServerAlias c.com"));
     std::remove(path("/conf/httpd.conf_temp1").c_str());
 
-    // /etc/temp cannot be written: the redirect file is left as it is. One
-    // that cannot be read is replaced by the empty copy.
+    // /etc/temp cannot be written (a folder stands there): the redirect file
+    // is deleted all the same and the folder is renamed to its name.
     writeFile(kDebian, redirect);
-    makeDir("/etc/temp");
+    makeDir("/etc/temp/inside");
     EXPECT_EQ(site->AddHostHeader("a.com", "e.com"), 0);
-    EXPECT_EQ(readFile(kDebian), redirect);
+    EXPECT_FALSE(exists("/etc/temp"));
+    EXPECT_TRUE(exists(std::string(kDebian) + "/inside"));
     EXPECT_EQ(readConf(), block("\tServerAlias c.com e.com"));
-    EXPECT_EQ(std::system(("rm -r " + path("/etc/temp") + " " + path(kDebian)).c_str()), 0);
+    // A redirect file that cannot be read is replaced by the empty copy.
+    EXPECT_EQ(std::system(("rm -r " + path(kDebian)).c_str()), 0);
     makeDir(kDebian);
     EXPECT_EQ(site->AddHostHeader("a.com", "f.com"), 0);
     EXPECT_EQ(readFile(kDebian), "");
     EXPECT_TRUE(exists(kDebian));
+
+    // A manager without a configuration file: 1, the redirect file already
+    // rewritten.
+    writeFile(kDebian, redirect);
+    EXPECT_EQ(CQZWebsite(&tracker, "").AddHostHeader("a.com", "g.com"), 1);
+    EXPECT_EQ(readFile(kDebian), "\tServerAlias www.a.com g.com\n\n");
+}
+
+TEST_F(HostHeaderTest, ARedirectFileWithoutAFinalNewline) {
+    writeConf(block("ServerAlias www.a.com"));
+    writeFile(kDebian, "<VirtualHost *:80>\n\tServerAlias www.a.com\n</VirtualHost>");
+    EXPECT_EQ(site->AddHostHeader("a.com", "b.com"), 0);
+    // The last line is read without its end of file, so no empty line is
+    // added after it.
+    EXPECT_EQ(readFile(kDebian), "<VirtualHost *:80>\n\tServerAlias www.a.com b.com\n</VirtualHost>\n");
+    writeFile(kRedHat, "\tServerAlias www.a.com ");
+    std::remove(path(kDebian).c_str());
+    captureOutput();
+    EXPECT_EQ(site->DeleteHostHeader("a.com", "www.a.com"), 0);
+    EXPECT_EQ(capturedOutput(), "Ptr1=www.a.com\nmatched\n");
+    EXPECT_EQ(readFile(kRedHat), " \tServerAlias  \n");
+    EXPECT_EQ(readConf(), block("\tServerAlias  b.com"));
 }
