@@ -98,15 +98,60 @@ public:
     // 1 file not opened, 2 scratch file not opened, 3 no block of the domain.
     int  Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName, std::string ip, std::string port);
 
+    // <Directory "path"> sections of the domain's block, found by the path
+    // between the double quotes of their opening line, compared in full
+    // ignoring case. Only the first matching section of the domain's blocks is
+    // touched. Each edit copies the file to "<file>.qzbackup.rt" first and
+    // drops the file's empty lines. Results: 0 done, 1 file not opened,
+    // 2 scratch file not opened, 4 no such section.
+
+    // Inserts "\t<Directory \"dirPath\">", "\t\t<entry>" for each entry and
+    // "\t</Directory>" before the first <Directory line of the domain's block
+    // (whatever its path; an existing section for dirPath is not looked for).
+    // 4 when the block has none.
     int  Apache_addDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath, std::vector<std::string> dirEntry);
+    // Removes the section up to and including the first "</Directory" line
+    // after its opening line (a section never closed: up to the end of the
+    // file). 3 when a <Directory line met before it has an unquoted or
+    // unterminated path.
     int  Apache_deleteDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath);
+    // Rewrites the section's opening line as "\t<Directory \"newPath\">". 3 when
+    // a path met before it has no closing quote; an unquoted path is compared
+    // as it stands (">" included).
     int  Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath, std::string newPath);
+    // Keeps the section's opening line and replaces its contents by
+    // "\t\t<entry>" for each entry and "\t</Directory>"; the old lines go as
+    // for deleting. 3 as for deleting.
     int  Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName, std::string dirPath, std::vector<std::string> entry);
 
+    // HTTPS redirect files: "<domain>.conf" in the "qz" folder of the server
+    // root that Apache_GetHttpdRootPath names, "<domain>.conf.stop" when
+    // switched off. With no known server root nothing is touched.
+
+    // Writes the domain's redirect file: a <VirtualHost ipAddress:port> with
+    // its ServerName, "ServerAlias www.<domain>" and a 301 rewrite to HTTPS.
+    // Creates the folder (0755) with its "dummy.conf" placeholder when
+    // missing, and adds "Include qz/*.conf" after the first server-level
+    // Include line (or at the end) unless a line gives Include (or a name
+    // starting with it, such as IncludeOptional) that value; prints
+    // "writing entry" and the result of that write, or "entry already
+    // exists". The file and the placeholder are written through a symbolic
+    // link. False, after "unable to open file: <path>", when the file cannot
+    // be opened.
     bool Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName, std::string ipAddress, std::string port);
+    // Deletes the active redirect file (not a stopped one). Prints
+    // "file path:<path>"; always true. So do Stop and Start.
     bool Apache_DeleteRedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName);
+    // Renames an active redirect file to "<domain>.conf.stop".
     bool Apache_StopRedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName);
+    // Renames a stopped redirect file back to "<domain>.conf".
     bool Apache_StartRedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName);
+    // In the domain's first block: the opening line becomes
+    // "<VirtualHost ip:port>" ("[ip]" for IPv6), "\t<directive>" lines go
+    // before its closing line, and NVHentry after it when makeNVHentry.
+    // Backup "<file>.qzbackup.cp"; empty lines are kept and one is added at
+    // the end; prints the "mv" command. 0 done, 1 file not opened (or a line
+    // over 5998 characters), 2 scratch file not opened, 3 no block.
     int  Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std::string domainName, std::string ip, std::string port,
                                        std::vector<std::string> directives, bool makeNVHentry, std::string NVHentry);
 

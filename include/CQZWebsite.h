@@ -107,7 +107,19 @@ public:
     // 34 running, 33 stopped (its ServerName line is commented out), 1 no such
     // site, 21, 22. Prints the ServerName found. Not tracked.
     char GetWebsiteStatus(std::string szDomainName);
+    // Adds hostHeader to the ServerAlias line of every block of the domain
+    // (the value alone when the old one has at most two characters). First
+    // the domain's HTTPS redirect file (/etc/apache2/qz/<domain>.conf, else
+    // /etc/httpd/qz/<domain>.conf) gets it on its alias line, through the
+    // scratch file /etc/temp. 0 added; 2 already listed (also when it is the
+    // beginning of a listed alias); 1 no alias line to read, or the update
+    // failed ("Update error").
     char AddHostHeader(std::string domainName, std::string hostHeader);
+    // Removes hostHeader from the ServerAlias line of every block of the
+    // domain and from the redirect file's alias line, printing "Ptr1=<name>"
+    // for every listed name but the last and "matched" for the one removed.
+    // 0 updated (also when it was not listed); 1 no alias line to read
+    // (nothing is changed) or the update failed.
     char DeleteHostHeader(std::string domainName, std::string hostHeader);
 
     // The quoted value of the first ServerRoot directive that starts in

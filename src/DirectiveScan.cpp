@@ -135,4 +135,35 @@ int addLinesToDomainBlocks(const std::string& file, const std::string& domain, c
     });
 }
 
+// ---- Rewriting the opening line of a domain's block ---------------------------------
+
+std::string virtualHostOpening(const std::string& ip, const std::string& port) {
+    const std::string address = ip.find(':') != std::string::npos ? "[" + ip + "]" : ip;
+    return "<VirtualHost " + address + ":" + port + ">";
+}
+
+bool HeldOpening::copy(const LineReader& line, ScratchRewrite& scratch) {
+    const char* p = skipSpace(line.c_str());
+    bool matched = false;
+    switch (lineKind(p, kPortForm)) {
+    case LineKind::Opening:
+        held_.assign(line.view());
+        holding_ = true;
+        return false;
+    case LineKind::Closing:
+        holding_ = false;
+        break;
+    case LineKind::ServerName:
+        if (!holding_) break;
+        holding_ = false;
+        matched = serverNameIs(p, domain_);
+        scratch.writeLine(matched ? opening_ : held_);
+        break;
+    case LineKind::Other:
+        break;
+    }
+    scratch.writeLine(line.view());
+    return matched;
+}
+
 }  // namespace qz

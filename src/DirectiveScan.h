@@ -241,6 +241,33 @@ bool ifModuleNames(const char* rest, const std::string& moduleName);
 int addLinesToDomainBlocks(const std::string& file, const std::string& domain, const FilePlan& plan,
                            const std::vector<std::string>& lines, bool everyBlock);
 
+// ---- Rewriting the opening line of a domain's block ---------------------------------
+
+// "<VirtualHost ip:port>", the address in square brackets when it holds a
+// ":" (IPv6).
+std::string virtualHostOpening(const std::string& ip, const std::string& port);
+
+// Copies lines, holding each opening line (not the bare "<VirtualHost>") back
+// until its block's ServerName line, which decides what goes in its place:
+// `opening` when it names the domain, else the held line. Lines in between
+// are written at once, so they land before it, and a block without a
+// ServerName line loses its opening line; the panel always writes ServerName
+// first.
+class HeldOpening {
+public:
+    HeldOpening(const std::string& domain, std::string opening) : domain_(domain), opening_(std::move(opening)) {}
+
+    // Writes (or holds) one line. True when it was the ServerName line of the
+    // domain's block, whose opening line was just replaced.
+    bool copy(const LineReader& line, ScratchRewrite& scratch);
+
+private:
+    const std::string& domain_;
+    std::string opening_;
+    std::string held_;
+    bool holding_ = false;
+};
+
 }  // namespace qz
 
 #endif

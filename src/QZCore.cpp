@@ -285,4 +285,14 @@ void trackModule(CQZTrackManager* tracker, const char* module) {
     if (tracker != nullptr) tracker->CQZModuleName(module);
 }
 
+// ---- Target files -----------------------------------------------------------
+
+bool OutFile::openTarget(const char* path) {
+    close();
+    if (path == nullptr) return false;
+    f_ = fopen(path, "we");
+    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
+    return f_ != nullptr;
+}
+
 }  // namespace qz

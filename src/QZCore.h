@@ -131,6 +131,10 @@ public:
     OutFile& operator=(const OutFile&) = delete;
 
     bool open(const char* path);
+    // A file the operation is meant to write, such as a redirect file: opened
+    // the same way but through a symbolic link, as an administrator's link
+    // to it is kept.
+    bool openTarget(const char* path);
     bool isOpen() const { return f_ != nullptr; }
     void write(std::string_view text);
     void writeLine(std::string_view text) { write(text); write("\n"); }

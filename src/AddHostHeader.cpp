@@ -1,0 +1,36 @@
+// CQZWebsite::AddHostHeader: adds a name to the ServerAlias line of a site's
+// blocks, and to its HTTPS redirect file.
+#include "CQZWebsite.h"
+
+#include "ApacheHelper.h"
+#include "HostHeaderRedirect.h"
+#include "QZCore.h"
+
+char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
+    qz::trackMethod(TrackManager, "AddHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
+
+    // The redirect file gets the name first, even when the site lists it.
+    // Red Hat's alias line is expected to end with a space.
+    qz::rewriteRedirectAliases(domainName, [&](std::string_view line, qz::RedirectLayout layout) {
+        return layout == qz::RedirectLayout::RedHat ? std::string(line) + hostHeader + " "
+                                                    : std::string(line) + " " + hostHeader;
+    });
+
+    ApacheHelper helper;
+    const std::string httpdConfFile = qz::str(HttpdConfFile);
+    std::string value;
+    if (helper.Apache_getDirectiveInVH(httpdConfFile, domainName, "ServerAlias", value, false) != 0) return 1;
+
+    // Listed already: an occurrence at the start of the list or after a
+    // space. What follows it is not looked at, so the beginning of a longer
+    // alias counts too (a.example against a.example.net).
+    for (size_t at = value.find(hostHeader); at != std::string::npos; at = value.find(hostHeader, at + 1)) {
+        if (at == 0 || value[at - 1] == ' ') return 2;
+    }
+    const std::string aliases = value.size() > 2 ? value + " " + hostHeader : hostHeader;
+    if (helper.Apache_UpdateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0) {
+        qz::sayLine("Update error");
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,12 @@
+// ApacheHelper::Apache_UpdateDirectoryDirectives: replaces the directives of a
+// <Directory> section of a domain's <VirtualHost> block.
+#include "ApacheHelper.h"
+
+#include "DirectoryScan.h"
+
+int ApacheHelper::Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName,
+                                                   std::string dirPath, std::vector<std::string> entry) {
+    using namespace qz;
+    return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryDirectives, domainName, dirPath, true,
+                                SectionEdit::Replace, std::string(), entry);
+}

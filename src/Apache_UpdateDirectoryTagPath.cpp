@@ -1,0 +1,13 @@
+// ApacheHelper::Apache_UpdateDirectoryTagPath: gives a <Directory> section of
+// a domain's <VirtualHost> block a new path.
+#include "ApacheHelper.h"
+
+#include "DirectoryScan.h"
+
+int ApacheHelper::Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath,
+                                                std::string newPath) {
+    using namespace qz;
+    // An unquoted path is compared as it stands, ">" included.
+    return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryTagPath, domainName, oldPath, false,
+                                SectionEdit::Rename, newPath, {});
+}

@@ -1,0 +1,11 @@
+// ApacheHelper::Apache_deleteDirectoryTag: removes a <Directory> section from
+// a domain's <VirtualHost> block.
+#include "ApacheHelper.h"
+
+#include "DirectoryScan.h"
+
+int ApacheHelper::Apache_deleteDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath) {
+    using namespace qz;
+    return editDirectorySection(apacheConfFile, plans::kDeleteDirectoryTag, domainName, dirPath, true,
+                                SectionEdit::Delete, std::string(), {});
+}

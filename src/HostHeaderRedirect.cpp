@@ -1,0 +1,38 @@
+#include "HostHeaderRedirect.h"
+
+#include "QZCore.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace qz {
+
+bool isAliasLine(std::string_view line) {
+    for (size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) return line.substr(i, 11) == "ServerAlias";
+    }
+    return false;
+}
+
+void rewriteRedirectAliases(const std::string& domain,
+                            const std::function<std::string(std::string_view, RedirectLayout)>& change) {
+    std::string file = sysPath("/etc/apache2/qz/") + domain + ".conf";
+    RedirectLayout layout = RedirectLayout::Debian;
+    if (access(file.c_str(), F_OK) != 0) {
+        file = sysPath("/etc/httpd/qz/") + domain + ".conf";
+        layout = RedirectLayout::RedHat;
+        if (access(file.c_str(), F_OK) != 0) return;
+    }
+    const std::string temp = sysPath("/etc/temp");
+    OutFile out;
+    out.open(temp.c_str());
+    LineReader in(file, 0);
+    while (in.isOpen() && in.nextUntilEof()) out.writeLine(isAliasLine(in.view()) ? change(in.view(), layout) : std::string(in.view()));
+    in.close();
+    out.close();
+    std::remove(file.c_str());
+    std::rename(temp.c_str(), file.c_str());
+}
+
+}  // namespace qz
