@@ -108,20 +108,14 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // ServerName; 2: in a block of the site.
     int flag = 0;
     std::string fullPath;
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (*line == '#') {
-            out.writeLine(in.view());
-            continue;
-        }
-        const char* p = skipSpace(line);
+    return rewriteConfiguration(in, rewrite, TEMPFILE, 'S', [&](const LineReader& line, const char* p) -> char {
         const bool closing = startsWithNoCase(p, "</VirtualHost");
         if (closing && flag == 2 && AdminFlag == 0) {
             writeSection(out, request, fullPath);
         } else if (closing) {
             fullPath.clear();
         }
-        out.writeLine(in.view());
+        out.writeLine(line.view());
 
         if (closing) {
             flag = 0;
@@ -134,17 +128,12 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
             if (flag == 0) fullPath.clear();
         } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
             std::string path;
-            if (!directoryPath(p, path)) return abandonRewrite(in, rewrite, TEMPFILE, 'W');
+            if (!directoryPath(p, path)) return 'W';
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 sayLine("Directory already exist");
-                return abandonRewrite(in, rewrite, TEMPFILE, 1);
+                return 1;
             }
         }
-    }
-    // A line too long for the buffer would keep the scan from ever reaching the
-    // end of the file; the configuration is left as it is instead.
-    if (in.tooLong()) return abandonRewrite(in, rewrite, TEMPFILE, 22);
-    in.close();
-    rewrite.commit();
-    return 'S';
+        return 0;
+    });
 }

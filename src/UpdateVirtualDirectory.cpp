@@ -109,16 +109,10 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     };
     int state = Outside;
     std::string fullPath;
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (*line == '#') {
-            out.writeLine(in.view());
-            continue;
-        }
-        const char* p = skipSpace(line);
+    return rewriteConfiguration(in, rewrite, TEMPFILE, 'Y', [&](const LineReader& line, const char* p) -> char {
         if (state == OldSection) {
             if (startsWithNoCase(p, "</Directory>")) state = Written;
-            continue;
+            return 0;
         }
         if (startsWithNoCase(p, "<VirtualHost") && state != Written) {
             state = Unnamed;
@@ -131,14 +125,14 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
             }
         } else if (startsWithNoCase(p, "<Directory") && state == Site) {
             std::string path;
-            if (!directoryPath(p, path)) return abandonRewrite(in, rewrite, TEMPFILE, 'W');
+            if (!directoryPath(p, path)) return 'W';
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 writeSection(out, request, fullPath, Placement::Replacing);
                 state = OldSection;
             } else {
                 writeDirectoryOpening(out, path);  // written back in the one quoted form
             }
-            continue;
+            return 0;
         } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {
             if (state == Site) {
                 writeSection(out, request, fullPath, Placement::Appending);
@@ -148,12 +142,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 state = Outside;
             }
         }
-        out.writeLine(in.view());
-    }
-    // A line too long for the buffer would keep the scan from ever reaching the
-    // end of the file; the configuration is left as it is instead.
-    if (in.tooLong()) return abandonRewrite(in, rewrite, TEMPFILE, 22);
-    in.close();
-    rewrite.commit();
-    return 'Y';
+        out.writeLine(line.view());
+        return 0;
+    });
 }
