@@ -73,7 +73,7 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
         sayLine("cp11");
         addWebadminLogin(authFile, request.webadminName, request.webadminPass);
         sayLine("cp2");
-        if (!request.webAdmin.empty()) runShell(shellCommand({"chown", panelOwner(request.webAdmin), authFile}));
+        if (!request.webAdmin.empty()) chownPasswordFile(request.webAdmin, authFile);
         sayLine("cp3");
     }
     out.writeLine("\t</Directory>");

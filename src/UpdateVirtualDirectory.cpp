@@ -45,7 +45,7 @@ void protect(qz::OutFile& out, const Request& request) {
     helper.Apache_getDirectiveInVH(request.httpdConfFile, request.domain, "ServerAdmin", admin, false);
     const size_t at = admin.find('@');
     if (at == std::string::npos || at == 0) return;
-    runShell(shellCommand({"chown", panelOwner(admin.substr(0, at)), authFile}));
+    chownPasswordFile(admin.substr(0, at), authFile);
 }
 
 enum class Placement {

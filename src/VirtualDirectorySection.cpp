@@ -78,12 +78,23 @@ void ensurePasswordFile(const std::string& authFile) {
     created.open(authFile.c_str());
 }
 
+namespace {
+bool isSymbolicLink(const std::string& path) {
+    struct stat st;
+    return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+}  // namespace
+
 void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass) {
     struct stat st;
-    if (name.empty() || pass.empty() || stat(authFile.c_str(), &st) != 0) return;
+    if (name.empty() || pass.empty() || stat(authFile.c_str(), &st) != 0 || isSymbolicLink(authFile)) return;
     const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " '" + shellQuotedBody(pass) + "'";
     sayLine("cmd=" + command);
     runShell(command);
+}
+
+void chownPasswordFile(const std::string& owner, const std::string& authFile) {
+    if (!isSymbolicLink(authFile)) runShell(shellCommand({"chown", panelOwner(owner), authFile}));
 }
 
 }  // namespace qz

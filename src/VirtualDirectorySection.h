@@ -44,9 +44,16 @@ void writeAuthLines(OutFile& out, const std::string& authFile);
 // through a symbolic link.
 void ensurePasswordFile(const std::string& authFile);
 
+// The password file lies in a folder of the site's owner, but htpasswd and
+// chown run as root: a password file that is a symbolic link is neither
+// written nor given away by the two functions below, whatever it points at.
+
 // When the name and the password are both given and `authFile` exists:
 // prints "cmd=" and the command, then runs "htpasswd -b authFile name 'pass'".
 void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass);
+
+// Runs "chown owner:qz7group authFile".
+void chownPasswordFile(const std::string& owner, const std::string& authFile);
 
 // Gives up a rewrite of the configuration: both files are closed and the
 // scratch file deleted, so the configuration stays as it was. Returns result.

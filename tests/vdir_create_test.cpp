@@ -208,6 +208,18 @@ TEST_F(CreateVirtualDirectoryTest, PasswordFileIsCreatedEmptyOrKeptAndOwnedByThe
     EXPECT_TRUE(commandsOf("chmod").size() == 2u);
 }
 
+TEST_F(CreateVirtualDirectoryTest, APasswordFileThatIsASymbolicLinkIsLeftAlone) {
+    writeFile("/victim", "root:x:0:0::/root:/bin/sh\n");
+    ASSERT_EQ(symlink(path("/victim").c_str(), authFile().c_str()), 0);
+    writeConf("<VirtualHost *:80>\nServerName shop.test\nDocumentRoot /s/html\n</VirtualHost>\n");
+    SDDir dir = record();
+    dir.AnonAccess = '1';
+    EXPECT_EQ(create(dir, 0, "admin", "pw"), 'S');
+    EXPECT_EQ(readFile("/victim"), "root:x:0:0::/root:/bin/sh\n");
+    EXPECT_TRUE(commandsOf("htpasswd").empty());
+    EXPECT_EQ(commandsOf("chown"), (Lines{"chown [-R] [webadm:qz7group] [/s]"}));
+}
+
 TEST_F(CreateVirtualDirectoryTest, ShellMetacharactersReachTheCommandsAsPlainWords) {
     const std::string sites = "/home/it's $(touch x) `touch y`;";
     std::filesystem::create_directories(path(sites + "/shop.test"));
