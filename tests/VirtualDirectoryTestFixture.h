@@ -8,9 +8,10 @@
 #include "QZTestFixture.h"
 
 #include <cstring>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 class VirtualDirectoryTest : public HttpdConfTest {
@@ -22,27 +23,22 @@ protected:
         makeDir("/home/sites/shop.test");
         struct stat st = {};
         ASSERT_EQ(stat(path("/home/sites/shop.test").c_str(), &st), 0);
-        writeFile("/etc/passwd", "root:x:99999:0:root:/root:/bin/sh\nwebadm:x:" + std::to_string(st.st_uid) +
-                                     ":100::/home/webadm:/bin/sh\n");
+        writeFile("/etc/passwd", "root:x:99999:0::/:/bin/sh\nwebadm:x:" + std::to_string(st.st_uid) + ":1::/:/bin/sh\n");
         apacheVersion("2.4.57");
-        for (const char* name : {"chown", "chmod"}) {
-            // "name [arg] [arg] ...": each word the command received, bracketed.
-            fakeCommand(name, std::string("{ printf '%s' ") + name +
-                                  "; for a in \"$@\"; do printf ' [%s]' \"$a\"; done; echo; } >> \"$QZ_TEST_LOG\"");
-        }
+        // "name [arg] [arg] ...": each word the command received, bracketed.
+        for (std::string name : {"chown", "chmod"})
+            fakeCommand(name, "{ printf %s " + name + "; for a; do printf ' [%s]' \"$a\"; done; echo; } >>\"$QZ_TEST_LOG\"");
         loggedCommand("htpasswd");
         loggedCommand("mv");
     }
 
-    // "apachectl -v" reports this version; an empty one reports nothing from
-    // any of the Apache commands.
+    // "apachectl -v" reports this version; "" makes every Apache command silent.
     void apacheVersion(const std::string& version) {
-        const std::string line = version.empty() ? "" : "echo 'Server version: Apache/" + version + " (Unix)'";
-        for (const char* name : {"apachectl", "httpd", "apache2"}) fakeCommand(name, line.empty() ? "true" : line);
+        for (const char* name : {"apachectl", "httpd", "apache2"})
+            fakeCommand(name, version.empty() ? "true" : "echo 'Server version: Apache/" + version + " (Unix)'");
     }
 
-    // A protected directory of shop.test, with the site's home folder under
-    // <root>/home/sites.
+    // A directory of shop.test, whose home folder lies under <root>/home/sites.
     SDDir record(const char* dirPath = "") {
         SDDir dir = {};
         strcpy(dir.DomainName, "shop.test");
@@ -50,18 +46,26 @@ protected:
         snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s/home/sites", root_.c_str());
         return dir;
     }
-
     std::string authFile() const { return path("/home/sites/shop.test/webusers_shop.test.htpasswd"); }
+
+    char create(SDDir dir, int adminFlag = 0, const std::string& name = "", const std::string& pass = "") {
+        return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, adminFlag, name, pass);
+    }
+    char info(SDDir& dir) { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").GetVirtualDirectoryinfo(&dir); }
+    char update(SDDir dir, const std::string& name = "", const std::string& pass = "") {
+        return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").UpdateVirtualDirectory(&dir, name, pass);
+    }
 
     // Whether the real htpasswd accepts the password for the user.
     bool verifies(const std::string& user, const std::string& pass, const std::string& file = "") const {
-        auto quoted = [](std::string text) {
-            for (size_t at = 0; (at = text.find('\'', at)) != std::string::npos; at += 4) text.replace(at, 1, "'\\''");
-            return "'" + text + "'";
-        };
-        const std::string command = "htpasswd -vb " + quoted(file.empty() ? authFile() : file) + " " + quoted(user) +
-                                    " " + quoted(pass) + " 2>/dev/null";
-        return std::system(command.c_str()) == 0;
+        const pid_t pid = fork();
+        if (pid == 0) {
+            execlp("htpasswd", "htpasswd", "-vb", (file.empty() ? authFile() : file).c_str(), user.c_str(), pass.c_str(),
+                   static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        int status = 0;
+        return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     }
 
     // Text with the scratch root written as @ROOT@.
@@ -70,23 +74,14 @@ protected:
         return text;
     }
 
-    // The configuration against tests/data/vdir/<name>.expected.
-    void expectConf(const std::string& name) const {
-        EXPECT_EQ(rooted(readConf()), data("vdir/" + name + ".expected")) << name;
-    }
-
-    // The configuration's lines from the first one that starts with `first`
-    // (after white space) to the next "</Directory>", both included.
-    Lines section(const std::string& first) const {
-        Lines lines;
-        std::istringstream in(readConf());
-        for (std::string line; std::getline(in, line);) {
-            const size_t text = line.find_first_not_of(" \t");
-            if (lines.empty() && (text == std::string::npos || line.compare(text, first.size(), first) != 0)) continue;
-            lines.push_back(line);
-            if (line == "\t</Directory>") break;
-        }
-        return lines;
+    // The configuration, the printed lines and the command log against
+    // tests/data/vdir/<name>.expected, .out and .commands.
+    void expectGolden(const std::string& name, const std::string& printed) const {
+        EXPECT_EQ(rooted(readConf()), data("vdir/" + name + ".expected"));
+        EXPECT_EQ(rooted(printed), data("vdir/" + name + ".out"));
+        std::string commands;
+        for (const std::string& line : commandLog()) commands += line + "\n";
+        EXPECT_EQ(rooted(commands), data("vdir/" + name + ".commands"));
     }
 
     // Lines of the command log that start with `name`.
