@@ -100,25 +100,17 @@ TEST_F(VirtualDirectoryInfoTest, UpdateReplacesTheSectionOfTheFirstMatchingBlock
 
 TEST_F(VirtualDirectoryInfoTest, UpdateAppendsASectionProtectedWhenAnonymousAccessIsZero) {
     apacheVersion("2.2.34");
-    const std::string block = "<VirtualHost *:80>\n  ServerName shop.test\n  ServerAdmin @shop.test\n";
-    const std::string text = block + "</VirtualHost>\n" + block + "</VirtualHost>\n";
-    const std::string opening = "\t<Directory \"/s/shop\">\n\t\tDeny from \"all\"\n";
     SDDir dir = record("/s/shop");
     strcpy(dir.Deny, "all");
-    dir.RubyOnRails = dir.AnonAccess = '1';
-    writeConf(text);
-    EXPECT_EQ(update(dir, "admin", "pw"), 'Y');
-    EXPECT_EQ(readConf(), block + opening + "\t</Directory>\n</VirtualHost>\n" + block + "</VirtualHost>\n\n");
-    EXPECT_FALSE(exists(authFile().substr(root_.size())));
-
-    dir.AnonAccess = '0';
-    writeConf(text);
-    EXPECT_EQ(update(dir, "admin", "pw"), 'Y');
-    EXPECT_EQ(rooted(readConf()), block + opening +
-                                      "\t\tAuthType Basic\n\t\tAuthName \"Restricted Area\"\n"
-                                      "\t\tAuthUserFile @ROOT@/home/sites/shop.test/webusers_shop.test.htpasswd\n"
-                                      "\t\trequire valid-user\n\t</Directory>\n</VirtualHost>\n" +
-                                      block + "</VirtualHost>\n\n");
+    dir.RubyOnRails = '1';
+    for (const char anonymous : {'1', '0'}) {
+        dir.AnonAccess = anonymous;
+        writeConf(data("vdir/appended_to_first_block.conf"));
+        EXPECT_EQ(update(dir, "admin", "pw"), 'Y');
+        const std::string name = anonymous == '1' ? "appended_unprotected" : "appended_protected";
+        EXPECT_EQ(rooted(readConf()), data("vdir/" + name + ".expected")) << name;
+        EXPECT_EQ(exists(authFile().substr(root_.size())), anonymous == '0');
+    }
     EXPECT_TRUE(verifies("admin", "pw"));
 
     // No password given: the file is made, nobody is added. A ServerAdmin
@@ -131,8 +123,8 @@ TEST_F(VirtualDirectoryInfoTest, UpdateAppendsASectionProtectedWhenAnonymousAcce
     EXPECT_EQ(commandsOf("htpasswd").size(), 2u);  // the first update's and the check's
 
     // No block of the site: a copy with one more empty line.
-    writeConf(text);
+    writeConf(data("vdir/appended_to_first_block.conf"));
     strcpy(dir.DomainName, "other.test");
     EXPECT_EQ(update(dir), 'Y');
-    EXPECT_EQ(readConf(), text + "\n");
+    EXPECT_EQ(readConf(), data("vdir/appended_to_first_block.conf") + "\n");
 }
