@@ -29,8 +29,40 @@ public:
     CQZVirtualDirectory(const CQZVirtualDirectory& other);
     CQZVirtualDirectory& operator=(const CQZVirtualDirectory& other);
 
+    // Adds a <Directory> section for the folder before the end of every block
+    // whose ServerName is DomainName. The folder is DirPath, or, when that is
+    // empty, the block's DocumentRoot without its last five characters. The
+    // owner of WebAdminPath/DomainName gets the folder (chown -R, chmod -R 705).
+    // With AnonAccess '1' the section asks for a login from the password file
+    // WebAdminPath/DomainName/webusers_DomainName.htpasswd, which is created
+    // empty when missing and gets WebadminName when a password is given too.
+    // A non-zero AdminFlag writes no section. Returns 'S' when the file was
+    // rewritten (also when no block matched), 1 when the site's block already
+    // has a section for the folder, 'W' for a "<Directory" path whose quote is
+    // never closed or a null record, 21 without a configuration file, 22 when
+    // it cannot be read (or holds a line over 2999 characters), 23 when the
+    // scratch file cannot be written; on 1, 'W' and 22 nothing is changed.
     char CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, std::string WebadminName, std::string WebadminPass);
+    // Reads the section for DirPath in the first block of DomainName into the
+    // record: Permission (the folder's st_mode, 0 when it cannot be read),
+    // Order (always 1), Options, Allow ("All" unless an Allow line says
+    // otherwise; 2.4 Require lines are not read) and Deny, and sets AnonAccess,
+    // PerlEnabled and RubyOnRails to '1' when the section has their lines
+    // (never clears them). Lines commented out with one '#' read as live ones.
+    // Returns 'V' when the site's block was found, with or without the
+    // section, 26 when no block names the site, 1 for a "<Directory" path
+    // whose quote is never closed, 21 without a configuration file, 22 when it
+    // cannot be read. Allow and Deny are cut to their 255 characters.
     char GetVirtualDirectoryinfo(SDDir* ObjDDir);
+    // Writes the section for DirPath afresh in the first block of DomainName:
+    // in place of the old one (protected when AnonAccess is '1', with the Ruby
+    // on Rails lines when RubyOnRails is '1'), or, when the block has none,
+    // at the block's end (protected when AnonAccess is '0', never with the
+    // Rails lines). The password file is owned by the local part of the
+    // block's ServerAdmin address. Other "<Directory" lines of that block are
+    // rewritten in one quoted form. Returns 'Y' when the file was rewritten
+    // (also when no block matched), 'W' for a "<Directory" path whose quote is
+    // never closed or a null record, 21, 22 and 23 as creation does.
     char UpdateVirtualDirectory(SDDir* ObjDDir, std::string WebadminName, std::string WebadminPass);
 
     // The operations below return 21 when HttpdConfFile is empty and 22 when

@@ -21,7 +21,8 @@ QZ_EXPORT int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamV
 // fewer is not parsed. Prints "major=", "minor=" and "minorMinor=" lines.
 QZ_EXPORT void getApacheVersion(int& major, int& minor, int& minorMinor);
 
-// Login name of the user who owns Path, or "".
+// Login name of the user who owns Path, looked up in /etc/passwd; "" when
+// Path or the file cannot be read or no entry has the owner's user id.
 QZ_EXPORT std::string GetPathOwner(std::string Path);
 
 // Deletes the folder DName and everything in it, depth first. false when it

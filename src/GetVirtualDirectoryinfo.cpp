@@ -1,0 +1,133 @@
+// CQZVirtualDirectory::GetVirtualDirectoryinfo: reads a folder's <Directory>
+// section of a website back into the record.
+#include "CQZVirtualDirectory.h"
+
+#include "DirectiveScan.h"
+#include "QZCore.h"
+#include "VirtualDirectoryScan.h"
+
+#include <cstdio>
+#include <cstring>
+#include <strings.h>
+#include <sys/stat.h>
+
+namespace {
+
+// A list of an Allow or Deny line (given at the list) into its record field:
+// an opening quote is dropped and the list ends at the next one. The copy is
+// cut to the field's capacity.
+template <size_t N>
+void copyList(const char* list, char (&field)[N]) {
+    size_t length = strlen(list);
+    if (*list == '"') {
+        ++list;
+        const char* close = strchr(list, '"');
+        length = close != nullptr ? static_cast<size_t>(close - list) : strlen(list);
+    }
+    if (length > N - 1) length = N - 1;
+    memcpy(field, list, length);
+    field[length] = '\0';
+}
+
+// Each option searched anywhere in the rest of an Options line.
+void readOptions(const char* rest, SOptions& options) {
+    for (const qz::OptionWord& word : qz::kOptionWords) {
+        const std::string plus = std::string("+") + word.name;
+        const std::string minus = std::string("-") + word.name;
+        char flag = 0;
+        if (strstr(rest, plus.c_str()) != nullptr) {
+            flag = '+';
+        } else if (strstr(rest, minus.c_str()) != nullptr) {
+            flag = '-';
+        }
+        options.*word.flag = flag;
+    }
+}
+
+// The lines of the section after its opening line, up to "</Directory" or
+// the end of the file. Comment lines are skipped.
+void readSection(qz::LineReader& in, SDDir& dir) {
+    using namespace qz;
+    dir.Order = 1;
+    copyList("All", dir.Allow);
+    dir.Deny[0] = '\0';
+    while (in.nextUntilEof()) {
+        const char* line = in.c_str();
+        if (*line == '#') continue;
+        const char* p = skipSpace(line);
+        if (startsWithNoCase(p, "Options")) {
+            readOptions(afterName(p, 8), dir.Options);
+        } else if (startsWithNoCase(p, "Order")) {
+            if (startsWithNoCase(afterName(p, 6), "Allow")) dir.Order = 1;
+        } else if (startsWithNoCase(p, "Allow")) {
+            copyList(afterName(afterName(p, 6), 5), dir.Allow);  // past "Allow", then "from"
+        } else if (startsWithNoCase(p, "Deny")) {
+            copyList(afterName(afterName(p, 5), 5), dir.Deny);
+        } else if (startsWithNoCase(p, "AuthType Basic")) {
+            dir.AnonAccess = '1';
+        } else if (strcasecmp(p, "AddHandler cgi-script cgi pl") == 0) {
+            dir.PerlEnabled = '1';
+        } else if (strcasecmp(p, "AddHandler fastcgi-script .fcgi") == 0) {
+            dir.RubyOnRails = '1';
+        } else if (startsWithNoCase(p, "</Directory")) {
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
+    using namespace qz;
+    // Without a record there is no website to look up.
+    if (ObjDDir == nullptr) return 26;
+    SDDir& dir = *ObjDDir;
+    const std::string domain = field(dir.DomainName);
+    const std::string dirPath = field(dir.DirPath);
+    trackMethod(TrackManager, "GetVirtualDirectoryinfo", {domain, dirPath},
+                {"ObjDDir->DomainName", "ObjDDir->DirPath"});
+
+    if (isEmpty(HttpdConfFile)) return 21;
+    LineReader in(HttpdConfFile, 3000);
+    if (!in.isOpen()) return 22;
+
+    // 0: outside a block or in another site's; 1: in a block before its
+    // ServerName; 2: in a block of the site.
+    int flag = 0;
+    // Commented-out lines are read as live ones: one '#' in the first column
+    // is stepped over. A line too long for the buffer ends the reading as the
+    // end of the file does.
+    while (in.nextUntilEof()) {
+        const char* p = in.c_str();
+        if (*p == '#') ++p;
+        p = skipSpace(p);
+        if (startsWithNoCase(p, "<VirtualHost")) {
+            flag = 1;
+        } else if (startsWithNoCase(p, "ServerName") && flag == 1) {
+            flag = serverNameIs(p, domain) ? 2 : 0;
+            if (flag == 2) {
+                struct stat st;
+                dir.Permission = stat(dirPath.c_str(), &st) == 0 ? st.st_mode : 0;
+            }
+        } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
+            std::string path;
+            if (!directoryPath(p, path)) {
+                // The shared scan's way out: the scratch file goes, although
+                // this operation never writes one.
+                in.close();
+                if (TEMPFILE != nullptr) std::remove(TEMPFILE);
+                return 1;
+            }
+            if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;
+            readSection(in, dir);
+            return 'V';
+        } else if (startsWithNoCase(p, "</VirtualHost")) {
+            if (flag == 2) return 'V';  // the site's block has no section for the folder
+            flag = 0;
+        }
+    }
+    // The end of the file without a block of the site: the result of a
+    // website lookup that finds none. A block of the site left open at the
+    // end reads as one without the section.
+    return flag == 2 ? 'V' : 26;
+}

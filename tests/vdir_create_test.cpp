@@ -1,0 +1,207 @@
+// CreateVirtualDirectory and GetPathOwner: the sections written into every
+// block of a site, the access and Options lines, the password file, the
+// commands, the printed progress lines and the early exits.
+#include "VirtualDirectoryTestFixture.h"
+
+#include <filesystem>
+#include <unistd.h>
+
+using CreateVirtualDirectoryTest = VirtualDirectoryTest;
+
+namespace {
+const std::string kSite = "<VirtualHost *:80>\nServerName shop.test\nDocumentRoot /s/html\n</VirtualHost>\n";
+}
+
+TEST_F(CreateVirtualDirectoryTest, WritesASectionIntoEveryBlockOfTheSite) {
+    apacheVersion("2.2.34");
+    writeConf(data("vdir/every_matching_block.conf"));
+    SDDir dir = record();
+    dir.Order = 1;
+    strcpy(dir.Allow, "10.0.0.0/8 192.168.1.0/24");
+    strcpy(dir.Deny, "all");
+    dir.Options = {'-', 0, '+', '-', '+'};
+    dir.AnonAccess = '1';
+    CQZTrackManager tracker;
+    CQZVirtualDirectory manager(&tracker, conf_.c_str(), "/opt/qz");
+    captureOutput();
+    EXPECT_EQ(manager.CreateVirtualDirectory(&dir, 0, "admin", "secret"), 'S');
+    expectGolden("every_matching_block", capturedOutput());
+    EXPECT_FALSE(exists("/etc/apactemp"));
+    EXPECT_TRUE(verifies("admin", "secret"));
+    EXPECT_FALSE(verifies("admin", "other"));
+    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName WebServerManager", "CQZMethodName CreateVirtualDirectory",
+                                     "CQZMethodArguments [shop.test||10.0.0.0/8 192.168.1.0/24|all] "
+                                     "[ObjDDir->DomainName|ObjDDir->DirPath|ObjDDir->Allow|ObjDDir->Deny]"}));
+}
+
+TEST_F(CreateVirtualDirectoryTest, AccessAndOptionsLinesFollowOrderAndTheApacheVersion) {
+    struct Case {
+        const char* version;
+        char order;
+        const char* allow;
+        const char* deny;
+        SOptions options;
+        Lines lines;  // between the opening and the closing line
+    };
+    const Case cases[] = {
+        {"2.4.57", 0, "1.2.3.4", "", {}, {}},
+        {"2.4.57", 0, "1.2.3.4", "5.6.7.8", {}, {"\t\tDeny from \"5.6.7.8\"", "\t\tAllow from \"1.2.3.4\""}},
+        {"2.2.34", 0, "", "5.6.7.8", {}, {"\t\tDeny from \"5.6.7.8\""}},
+        {"2.2.34", '1', "", "5.6.7.8", {}, {"\t\tOrder Deny,Allow"}},
+        {"", 1, "1.2.3.4", "x", {}, {"\t\tOrder Deny,Allow", "\t\tAllow from \"1.2.3.4\"", "\t\tDeny from \"x\""}},
+        {"2.4.57", 1, "1.2.3.4", "5.6.7.8", {}, {"\t\tRequire all granted"}},
+        {"3.0.1", 1, "", "5.6.7.8", {}, {"\t\tRequire all denied"}},
+        {"2.4.57", 1, "", "", {'+', '+', '-', '+', '-'},
+         {"\t\tOptions +Indexes +Includes -ExecCGI +MultiViews -FollowSymLinks"}},
+        // A flag that is neither '+' nor '-' asks for the line but adds no word.
+        {"2.4.57", 0, "", "", {0, 'y', 0, 0, 0}, {"\t\tOptions"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.version) + " " + c.allow + "/" + c.deny);
+        apacheVersion(c.version);
+        SDDir dir = record("/s/shop");
+        dir.Order = c.order;
+        strcpy(dir.Allow, c.allow);
+        strcpy(dir.Deny, c.deny);
+        dir.Options = c.options;
+        writeConf(kSite);
+        EXPECT_EQ(create(dir), 'S');
+        std::string section = "\t<Directory \"/s/shop\">\n";
+        for (const std::string& line : c.lines) section += line + "\n";
+        EXPECT_EQ(readConf(), kSite.substr(0, kSite.size() - 15) + section + "\t</Directory>\n</VirtualHost>\n\n");
+    }
+}
+
+TEST_F(CreateVirtualDirectoryTest, AnExistingSectionOrAnUnclosedQuoteLeavesTheConfigurationAlone) {
+    const std::string block = "<VirtualHost *:80>\nServerName shop.test\nDocumentRoot /s/html\n";
+    const std::pair<std::string, char> cases[] = {
+        {block + "<Directory \"/S/SHOP\">\n</Directory>\n</VirtualHost>\n", 1},
+        {block + "  <Directory \"/s/shop\n</VirtualHost>\n", 'W'},
+    };
+    for (const auto& [text, result] : cases) {
+        writeConf(text);
+        writeFile("/etc/apactemp", "stale");
+        captureOutput();
+        EXPECT_EQ(create(record("/s/shop")), result);
+        EXPECT_EQ(capturedOutput(), std::string("Anonymous=") + '\0' + "\nmajor=2\nminor=4\nminorMinor=57\n" +
+                                        (result == 1 ? "Directory already exist\n" : ""));
+        EXPECT_EQ(readConf(), text);
+        EXPECT_FALSE(exists("/etc/apactemp"));
+    }
+    EXPECT_TRUE(commandLog().empty());
+
+    // Only the site's block is examined, and an unquoted path keeps its '>'.
+    const std::string other = "<VirtualHost *:80>\nServerName other.test\n<Directory \"/s/shop\n</VirtualHost>\n";
+    writeConf(other + block + "<Directory /s/shop>\n</VirtualHost>");
+    EXPECT_EQ(create(record("/s/shop")), 'S');
+    EXPECT_EQ(readConf(), other + block + "<Directory /s/shop>\n\t<Directory \"/s/shop\">\n\t</Directory>\n"
+                                          "</VirtualHost>\n");
+    // The admin flag, or no block of the site: a copy with one more empty line.
+    writeConf(kSite);
+    EXPECT_EQ(create(record("/s/shop"), 1), 'S');
+    SDDir www = record("/s/shop");
+    strcpy(www.DomainName, "www.shop.test");
+    EXPECT_EQ(create(www), 'S');
+    EXPECT_EQ(readConf(), kSite + "\n\n");
+}
+
+TEST_F(CreateVirtualDirectoryTest, FailuresGive21To23WithTheConfigurationUnchanged) {
+    SDDir dir = record("/s/shop");
+    const std::string missing = path("/conf/missing.conf");
+    for (CQZVirtualDirectory manager : {CQZVirtualDirectory(nullptr), CQZVirtualDirectory(nullptr, missing.c_str())}) {
+        const char result = manager.HttpdConfFile == nullptr ? 21 : 22;
+        EXPECT_EQ(manager.CreateVirtualDirectory(&dir, 0, "", ""), result);
+        EXPECT_EQ(manager.GetVirtualDirectoryinfo(&dir), result);
+        captureOutput();
+        EXPECT_EQ(manager.UpdateVirtualDirectory(&dir, "", ""), result);
+        EXPECT_EQ(capturedOutput(), result == 22 ? "Error opening HttpdConfFile file\n" : "");
+        EXPECT_EQ(manager.CreateVirtualDirectory(nullptr, 0, "", ""), 'W');
+        EXPECT_EQ(manager.UpdateVirtualDirectory(nullptr, "", ""), 'W');
+        EXPECT_EQ(manager.GetVirtualDirectoryinfo(nullptr), 26);
+    }
+    writeConf(kSite);
+    makeDir("/etc/apactemp");
+    EXPECT_EQ(create(dir), 23);
+    captureOutput();
+    EXPECT_EQ(update(dir), 23);
+    EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file\n");
+    EXPECT_EQ(readConf(), kSite);
+    EXPECT_TRUE(commandLog().empty());
+
+    // A line longer than the 2999 characters a read takes.
+    std::filesystem::remove(path("/etc/apactemp"));
+    const std::string longLine = kSite + "# " + std::string(3000, 'x') + "\n";
+    writeConf(longLine);
+    EXPECT_EQ(create(dir), 22);
+    EXPECT_EQ(update(dir), 22);
+    EXPECT_EQ(readConf(), longLine);
+    EXPECT_FALSE(exists("/etc/apactemp"));
+}
+
+TEST_F(CreateVirtualDirectoryTest, PasswordFileIsCreatedOrKeptNeverFollowedThroughALinkAndOwnedByGetPathOwner) {
+    const std::string auth = authFile().substr(root_.size());
+    SDDir dir = record();
+    dir.AnonAccess = '1';
+    writeConf(kSite);
+    EXPECT_EQ(create(dir, 0, "", "secret"), 'S');
+    EXPECT_TRUE(exists(auth));
+    EXPECT_EQ(readFile(auth), "");
+    EXPECT_TRUE(commandsOf("htpasswd").empty());
+
+    writeFile(auth, "old:$apr1$x$y\n");
+    writeConf(kSite);
+    EXPECT_EQ(create(dir, 0, "admin", "pw"), 'S');
+    EXPECT_EQ(readFile(auth).rfind("old:$apr1$x$y\nadmin:", 0), 0u);
+    EXPECT_TRUE(verifies("admin", "pw"));
+
+    // A link planted where the password file goes.
+    std::filesystem::remove(authFile());
+    writeFile("/victim", "root:x:0:0::/root:/bin/sh\n");
+    ASSERT_EQ(symlink(path("/victim").c_str(), authFile().c_str()), 0);
+    writeConf(kSite);
+    const size_t logged = commandLog().size();
+    EXPECT_EQ(create(dir, 0, "admin", "pw"), 'S');
+    EXPECT_EQ(readFile("/victim"), "root:x:0:0::/root:/bin/sh\n");
+    const Lines log = commandLog();
+    EXPECT_EQ(Lines(log.begin() + logged, log.end() - 1),
+              (Lines{"chown [-R] [webadm:qz7group] [/s]", "chmod [-R] [705] [webadm:qz7group] [/s]"}));
+
+    // Nobody in /etc/passwd owns the home folder: no owner, no chown or chmod.
+    EXPECT_EQ(GetPathOwner(path("/home/sites/shop.test")), "webadm");
+    EXPECT_EQ(GetPathOwner(path("/home/sites/none")), "");
+    writeFile("/etc/passwd", "root:x:99999:0::/:/bin/sh\n");
+    EXPECT_EQ(GetPathOwner(path("/home/sites/shop.test")), "");
+    writeConf(kSite);
+    captureOutput();
+    EXPECT_EQ(create(record()), 'S');
+    EXPECT_NE(capturedOutput().find("Directory Creation\nWebAdmin=\nFullPath=/s\nwriting directory entry\n"),
+              std::string::npos);
+    EXPECT_EQ(commandsOf("chmod").size(), 3u);
+    std::filesystem::remove(path("/etc/passwd"));
+    EXPECT_EQ(GetPathOwner(path("/home/sites/shop.test")), "");
+}
+
+TEST_F(CreateVirtualDirectoryTest, ShellMetacharactersReachTheCommandsAsPlainWords) {
+    const std::string sites = "/home/it's $(touch x) `touch y`;";
+    std::filesystem::create_directories(path(sites + "/shop.test"));
+    writeConf(kSite);
+    SDDir dir = record("/s/a b;touch z");
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s%s", root_.c_str(), sites.c_str());
+    dir.AnonAccess = '1';
+    const std::string pass = "p'w $(touch q) \"`id`\";|&";
+    ASSERT_EQ(chdir(root_.c_str()), 0);
+    captureOutput();
+    EXPECT_EQ(create(dir, 0, "admin", pass), 'S');
+    const std::string out = capturedOutput();
+    const std::string auth = path(sites + "/shop.test/webusers_shop.test.htpasswd");
+    EXPECT_NE(out.find("command =chown -R webadm:qz7group '/s/a b;touch z'\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("cmd=htpasswd -b '" + root_ + "/home/it'\\''s $(touch x) `touch y`;/shop.test/"
+                       "webusers_shop.test.htpasswd' admin 'p'\\''w $(touch q) \"`id`\";|&'\n"),
+              std::string::npos)
+        << out;
+    EXPECT_EQ(commandsOf("chown"), (Lines{"chown [-R] [webadm:qz7group] [/s/a b;touch z]",
+                                          "chown [webadm:qz7group] [" + auth + "]"}));
+    EXPECT_NE(readConf().find("\t\tAuthUserFile " + auth + "\n"), std::string::npos);
+    for (const char* planted : {"/x", "/y", "/z", "/q"}) EXPECT_FALSE(exists(planted)) << planted;
+    EXPECT_TRUE(verifies("admin", pass, auth));
+}
