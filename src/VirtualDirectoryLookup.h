@@ -5,6 +5,7 @@
 #define QZ_VIRTUAL_DIRECTORY_LOOKUP_H
 
 #include "QZCore.h"
+#include "VirtualDirectoryScan.h"
 
 #include <cstdio>
 #include <cstring>
@@ -68,22 +69,6 @@ bool scanWebsiteLines(LineReader& in, WebsiteBlocks& blocks, Body&& body) {
         if (body(p)) return true;
     }
     return false;
-}
-
-// The path of a "<Directory" line given after its leading white space: 11
-// characters on and after white space. A quoted path loses its opening quote
-// and ends at the next one; false when there is none. An unquoted path is the
-// whole rest of the line, its closing '>' included.
-inline bool directoryPath(const char* p, std::string& path) {
-    p = skipSpace(advance(p, 11));
-    if (*p != '"') {
-        path = p;
-        return true;
-    }
-    const char* close = std::strchr(p + 1, '"');
-    if (close == nullptr) return false;
-    path.assign(p + 1, close);
-    return true;
 }
 
 // The text of an "Alias" line (given after its leading white space) after 6
