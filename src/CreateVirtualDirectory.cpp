@@ -128,7 +128,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
             if (flag == 0) fullPath.clear();
         } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
             std::string path;
-            if (!directoryPath(p, path)) return 'W';
+            if (!readDirectoryPath(p, path)) return 'W';
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 sayLine("Directory already exist");
                 return 1;

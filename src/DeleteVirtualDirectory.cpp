@@ -42,7 +42,7 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
         }
         const char* p = qz::skipSpace(line);
         if (qz::startsWithNoCase(p, "<Directory")) {
-            if (!qz::directoryPath(p, path)) {
+            if (!qz::readDirectoryPath(p, path)) {
                 rewrite.out().close();
                 qz::deleteScratch(TEMPFILE);
                 return 1;

@@ -111,7 +111,7 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
             }
         } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
             std::string path;
-            if (!directoryPath(p, path)) {
+            if (!readDirectoryPath(p, path)) {
                 // The shared scan's way out: the scratch file goes, although
                 // this operation never writes one.
                 in.close();

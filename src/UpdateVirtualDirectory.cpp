@@ -125,7 +125,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
             }
         } else if (startsWithNoCase(p, "<Directory") && state == Site) {
             std::string path;
-            if (!directoryPath(p, path)) return 'W';
+            if (!readDirectoryPath(p, path)) return 'W';
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 writeSection(out, request, fullPath, Placement::Replacing);
                 state = OldSection;

@@ -24,7 +24,7 @@ char CQZVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     std::string path;
     const bool found = qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "<Directory")) return false;
-        if (!qz::directoryPath(p, path)) {
+        if (!qz::readDirectoryPath(p, path)) {
             qz::deleteScratch(TEMPFILE);
             return true;
         }

@@ -3,6 +3,7 @@
 #ifndef QZ_VIRTUAL_DIRECTORY_SCAN_H
 #define QZ_VIRTUAL_DIRECTORY_SCAN_H
 
+#include "DirectoryScan.h"
 #include "QZCore.h"
 #include "QZTypes.h"
 
@@ -11,21 +12,11 @@
 
 namespace qz {
 
-// The path of a "<Directory" line given after its leading white space: 11
-// characters on (the keyword and one separator), then white space. A quoted
-// path loses its opening quote and ends at the next one; an unquoted path is
-// the rest of the line, its closing '>' included (so it never equals a
-// folder). False when the opening quote is never closed.
-inline bool directoryPath(const char* p, std::string& path) {
-    const char* start = skipSpace(advance(p, 11));
-    if (*start != '"') {
-        path = start;
-        return true;
-    }
-    const char* close = strchr(start + 1, '"');
-    if (close == nullptr) return false;
-    path.assign(start + 1, close);
-    return true;
+// The path of a "<Directory" line given after its leading white space, as
+// the directory-section primitives read it (an unquoted path keeps its '>',
+// so it never equals a folder); false when the opening quote is never closed.
+inline bool readDirectoryPath(const char* p, std::string& path) {
+    return directoryPath(p, path) != PathForm::Unterminated;
 }
 
 // The Options words of a directory section, in the order the Options line
