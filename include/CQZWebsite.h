@@ -5,9 +5,10 @@
 // changing it on the way, then runs "mv TEMPFILE HttpdConfFile" through the
 // shell. Operations return small result numbers: 21 HttpdConfFile is empty,
 // 22 it cannot be opened, 23 TEMPFILE cannot be opened, and a success number
-// per operation (see each declaration). Each operation first reports its name
-// and arguments to TrackManager. Lines are read up to 2999 characters; a
-// longer line ends the scan there.
+// per operation (see each declaration). The website operations first report
+// their name and arguments to TrackManager; each declaration says whether it
+// does, and how long a line it reads (most read up to 2999 characters, and a
+// longer line ends the scan there).
 //
 // Construction:
 //   CQZWebsite()                   nothing set; every pointer member is null.
