@@ -100,8 +100,8 @@ bool ifModuleNames(const char* rest, const std::string& moduleName) {
 
 int addLinesToDomainBlocks(const std::string& file, const std::string& domain, const FilePlan& plan,
                            const std::vector<std::string>& lines, bool everyBlock) {
-    // The design tests neither file; an input that cannot be opened would
-    // keep its loop going for ever. Here it reports 1, and so do a scratch
+    // A loop until end of file over an input that did not open would never
+    // end, and nothing could be added to it. Here it reports 1, and so do a scratch
     // file that cannot be opened (nothing could be added) and an over-long
     // line; the file is left as it is in each case.
     enum class State { Outside, InHost, InDomain } state = State::Outside;

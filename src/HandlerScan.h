@@ -94,8 +94,10 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
         if (inSite && line.substr(0, 9) == "CustomLog") {
             inSite = false;
             out.writeLine(in.view());
-            // The read "at once": at the end of the file it yields an empty
-            // line (the CustomLog line is not read a second time).
+            // The read "at once": after a final newline it yields an empty
+            // line; when the CustomLog line ended the file without one, the
+            // read fails and leaves that line in place, so it is guarded on
+            // and written a second time.
             in.getline();
             if (insert && !guard(in.view())) {
                 for (const std::string& text : block) out.writeLine(text);

@@ -96,15 +96,20 @@ bool LineReader::refill() {
 }
 
 bool LineReader::getline(size_t limit) {
-    len_ = 0;
     tooLong_ = false;
     if (!good()) {
-        // The sentry of a stream that is not good fails the read.
+        // The sentry of a stream that is not good fails the read: getline(buf,
+        // N) still stores an empty string, std::getline into a string leaves
+        // the string as it was.
         fail_ = true;
-        line_[0] = '\0';
-        clen_ = 0;
+        if (limit != 0) {
+            len_ = 0;
+            line_[0] = '\0';
+            clen_ = 0;
+        }
         return false;
     }
+    len_ = 0;
     const size_t room = limit == 0 ? SIZE_MAX : limit - 1;
     bool delimiter = false;
     for (;;) {

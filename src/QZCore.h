@@ -36,7 +36,8 @@ std::string sysPath(std::string_view fixedPath);
 //     the line stays unread);
 //   - a read that extracts nothing (end of file) fails the stream;
 //   - once the stream is not good, every further read fails and stores "".
-// N == 0 means "no limit" (std::getline into a std::string).
+// N == 0 means "no limit" (std::getline into a std::string), and then a read
+// on a stream that is no longer good fails and leaves the line as it was.
 // A folder does not open. A file that opens but cannot be read (an I/O error)
 // reads as empty, as an ifstream does.
 class LineReader {

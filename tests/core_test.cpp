@@ -31,6 +31,18 @@ std::vector<Read> streamReads(const std::string& file, size_t n, int reads) {
     return out;
 }
 
+// Up to `reads` std::getline calls into one string on a real stream.
+std::vector<Read> stringReads(const std::string& file, int reads) {
+    std::ifstream in(file);
+    std::string line;
+    std::vector<Read> out;
+    for (int i = 0; i < reads; ++i) {
+        std::getline(in, line);
+        out.push_back({line.c_str(), in.eof(), in.fail()});
+    }
+    return out;
+}
+
 std::vector<Read> readerReads(const std::string& file, size_t n, int reads) {
     qz::LineReader in(file, n);
     std::vector<Read> out;
@@ -73,6 +85,8 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
             SCOPED_TRACE("n=" + std::to_string(n) + " text=\"" + text + "\"");
             EXPECT_EQ(readerReads(file, n, 12), streamReads(file, n, 12));
         }
+        SCOPED_TRACE("unlimited, text=\"" + text + "\"");
+        EXPECT_EQ(readerReads(file, 0, 12), stringReads(file, 12));
     }
     writeFile("/lines.txt", std::string("ab\0cd\nnext\n", 11));
     EXPECT_EQ(readerReads(file, 10, 3), streamReads(file, 10, 3));

@@ -23,12 +23,14 @@ TEST_F(PhpModuleTest, EnablePhpMatchesTheWholeServerNameLineAndGuardsOnTheNextLi
         EXPECT_EQ(readFile("/conf/httpd.conf.tmpdso"), text + "\n");
     }
     // Blanks then tabs are cut, not tabs then blanks; a site without
-    // CustomLog leaves the mark for the next block's CustomLog.
+    // CustomLog leaves the mark for the next block's CustomLog, and a
+    // CustomLog line that ends the file without a newline is read again.
     writeConf("\t ServerName a.com\nCustomLog x\n ServerName d.com\nServerName e.com\nCustomLog e_log");
     EXPECT_EQ(website.EnablePhp("a.com", "mod_php7"), 96);
     EXPECT_EQ(website.EnablePhp("d.com", "mod_php7"), 96);
     EXPECT_EQ(readConf(), "\t ServerName a.com\nCustomLog x\n ServerName d.com\nServerName e.com\nCustomLog e_log\n"
-                          "\t<IfModule mod_php7.c>\n\t\tAddHandler application/x-httpd-php .php\n\t</IfModule>\n\n");
+                          "\t<IfModule mod_php7.c>\n\t\tAddHandler application/x-httpd-php .php\n\t</IfModule>\n"
+                          "CustomLog e_log\n");
     EXPECT_TRUE(commandLog().size() == 1);
 }
 
