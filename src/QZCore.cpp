@@ -205,7 +205,9 @@ bool isPlainShellChar(unsigned char c) {
 }  // namespace
 
 std::string shellWord(std::string_view arg) {
-    bool plain = !arg.empty();
+    // An empty argument holds no character to quote: it is written as it
+    // stands (as nothing), like every other plain argument.
+    bool plain = true;
     for (char c : arg) {
         if (!isPlainShellChar(static_cast<unsigned char>(c))) {
             plain = false;

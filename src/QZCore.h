@@ -148,7 +148,7 @@ private:
 // ---- Shell ------------------------------------------------------------------
 
 // One command-line word: an argument made only of A-Z a-z 0-9 @ % _ + = : , . / -
-// is written as it stands; any other (the empty one included) is single-quoted
+// is written as it stands (the empty one as nothing); any other is single-quoted
 // so that the shell passes it as one word and runs nothing from it.
 std::string shellWord(std::string_view arg);
 

@@ -140,7 +140,8 @@ TEST_F(CoreTest, ShellWordsKeepOrdinaryNamesAndQuoteEverythingElse) {
     EXPECT_EQ(qz::shellCommand({"mv", "/etc/httpd/conf/1732166400", "/etc/httpd/conf/httpd.conf"}),
               "mv /etc/httpd/conf/1732166400 /etc/httpd/conf/httpd.conf");
     EXPECT_EQ(qz::shellWord("user@example.com:qz7group,a=b+c%d_e-f"), "user@example.com:qz7group,a=b+c%d_e-f");
-    EXPECT_EQ(qz::shellWord(""), "''");
+    EXPECT_EQ(qz::shellWord(""), "");
+    EXPECT_EQ(qz::shellCommand({"chown", "-R", "a:qz7group", ""}), "chown -R a:qz7group ");
     EXPECT_EQ(qz::shellWord("a b"), "'a b'");
     EXPECT_EQ(qz::shellWord("it's"), "'it'\\''s'");
     EXPECT_EQ(qz::shellQuotedBody("p'w"), "p'\\''w");
