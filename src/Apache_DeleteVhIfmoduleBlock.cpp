@@ -41,7 +41,7 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
     if (in.tooLong()) end = ScanEnd::TooLong;
     in.close();
     scratch.out().close();
-    // An over-long line would keep the designed loop going for ever; the file
+    // An over-long line would keep a loop until end of file going for ever; the file
     // is left as it is and the call reports 22, as for a file it cannot read.
     if (end == ScanEnd::TooLong) return 22;
     if (removed) scratch.commit();

@@ -14,7 +14,7 @@ bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::str
     WordBlockScan block(domainName);
     bool exists = false;
     // An over-long line is examined cut to the limit, then ends the scan (the
-    // designed loop would never end).
+    // loop until end of file would never end after it).
     scanLines(in, plan, [&](LineReader& line) {
         const char* rest = block.ifModuleInDomain(skipSpace(line.c_str()));
         exists = rest != nullptr && ifModuleNames(rest, moduleName);

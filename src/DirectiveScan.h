@@ -111,7 +111,7 @@ struct RewriteFailures {
 // for every line the scan sees; the body writes what it keeps to the scratch
 // file and sets `changed`. A changed file is replaced by the scratch file
 // ("mv") and 0 returned; otherwise the scratch file is deleted. An end-of-file
-// loop that met an over-long line (it would never end as designed) also
+// loop that met an over-long line (such a loop would never end) also
 // leaves the file as it is.
 template <class Body>
 int rewriteLines(const std::string& file, const FilePlan& plan, const RewriteFailures& failures, Body&& body) {
