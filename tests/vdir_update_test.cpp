@@ -2,7 +2,7 @@
 // into the record, replacing it in the site's first block or adding one there.
 #include "VirtualDirectoryTestFixture.h"
 
-using VirtualDirectoryInfoTest = VirtualDirectoryTest;
+using VirtualDirectoryInfoTest = VirtualDirectorySectionTest;
 
 namespace {
 std::string flags(const SOptions& o) {
