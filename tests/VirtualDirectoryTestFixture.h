@@ -1,9 +1,7 @@
 // The fixture of the virtual directory tests: a configuration file, a site's
 // home folder owned by a user of the scratch /etc/passwd, a fake Apache of a
 // chosen version, chown and chmod that only record their arguments, and the
-// real htpasswd and mv, logged. Named apart from the lookup tests' own
-// VirtualDirectoryTest: two classes of one name in one test program break the
-// one-definition rule and corrupt memory.
+// real htpasswd and mv, logged.
 #ifndef QZ_VIRTUAL_DIRECTORY_TEST_FIXTURE_H
 #define QZ_VIRTUAL_DIRECTORY_TEST_FIXTURE_H
 
@@ -16,7 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
-class VirtualDirectorySectionTest : public HttpdConfTest {
+class VirtualDirectoryTest : public HttpdConfTest {
 protected:
     using Lines = std::vector<std::string>;
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <unistd.h>
 
-using CreateVirtualDirectoryTest = VirtualDirectorySectionTest;
+using CreateVirtualDirectoryTest = VirtualDirectoryTest;
 
 namespace {
 const std::string kSite = "<VirtualHost *:80>\nServerName shop.test\nDocumentRoot /s/html\n</VirtualHost>\n";

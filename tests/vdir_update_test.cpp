@@ -2,7 +2,7 @@
 // into the record, replacing it in the site's first block or adding one there.
 #include "VirtualDirectoryTestFixture.h"
 
-using VirtualDirectoryInfoTest = VirtualDirectorySectionTest;
+using VirtualDirectoryInfoTest = VirtualDirectoryTest;
 
 namespace {
 std::string flags(const SOptions& o) {
