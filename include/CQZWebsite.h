@@ -145,10 +145,14 @@ public:
     // returned), 1 when the file does not open or holds no such number.
     int CmdApchRestart(const char* HttpdPIDFile);
 
-    // Script handlers. None of them reports to TrackManager, restarts Apache
-    // or disables another handler first. Lines are read whole unless a limit
-    // is given. "Handler form" of a line: leading blanks cut, then leading
-    // tabs. The empty-HttpdConfFile case gives 21 without creating a file.
+    // Script handlers. None of them restarts Apache or disables another
+    // handler first. The PHP module operations (EnablePhp ...
+    // getApachePHPPerlModulesPath) do not report to TrackManager; the FastCGI
+    // and Perl ones first report their name and arguments, named as in their
+    // declarations ("DomainName", "phpCGIPath", ...), before anything is
+    // printed or checked. Lines are read whole unless a limit is given.
+    // "Handler form" of a line: leading blanks cut, then leading tabs. The
+    // empty-HttpdConfFile case gives 21 without creating a file.
 
     // Puts "\t<IfModule Module.c>", "\t\tAddHandler application/x-httpd-php
     // .php", "\t</IfModule>" right after the first line starting with
@@ -184,11 +188,12 @@ public:
     // out, contains moduleName; 0 when none does; 21 file cannot be opened.
     int Php_checkModule(std::string HttpdConfFile, std::string moduleName);
     // Backs the file up to .qzbackup.rt, then writes "LoadModule php5_module
-    // modules/libphp5.so" (the modules folder, relative unless under
-    // /usr/lib) before the first column-1 LoadModule line, else before the
-    // first column-1 <VirtualHost line, through TEMPFILE; empty lines are
-    // dropped. 0 written; 1 the file cannot be opened (or holds a line over
-    // 2999 characters); 2 TEMPFILE cannot be opened; 4 no place (or a file
+    // modules/libphp5.so" (the modules folder whole when it holds "/usr/lib",
+    // else only its part after the last "/") before the first column-1
+    // LoadModule line, else before the first column-1 <VirtualHost line,
+    // through TEMPFILE; empty lines are dropped. 0 written; 1 the file cannot
+    // be opened, or holds a line over 2999 characters (it is then left as it
+    // is, not cut short); 2 TEMPFILE cannot be opened; 4 no place (or a file
     // name without "php"), TEMPFILE removed.
     int Php_addModule(std::string apacheConfFile, std::string moduleName);
     // Drops the LoadModule lines that Php_checkModule would find. TEMPFILE
@@ -205,16 +210,18 @@ public:
     // printed), writes an <IfModule Module.c> block with both set under
     // /tmp/mod_fcgid before every column-1 Include line (creating that
     // folder, mode 777), or appends it when there is none. 0; 1 the file
-    // cannot be opened (or appended to, or holds a line over 2999
-    // characters); 2 HttpdConfFile.efcgid cannot be created.
+    // cannot be opened or appended to, or holds a line over 2999 characters
+    // (it is then left as it is, not cut short); 2 HttpdConfFile.efcgid
+    // cannot be created.
     int ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module);
     // Makes <site folder>/.setting_php (mode 04505) holding a copy of
     // phpCGIPath, owned by the ServerAdmin's user and qz7group, and puts the
     // site's <IfModule mod_fcgid.c> block after its CustomLog line as
     // EnablePhp does (SuexecUserGroup when suexecSetting is "enabled" in any
     // case). The site folder is the DocumentRoot cut after the domain; when
-    // there is none nothing is made or written. 96; 23 HttpdConfFile.tmpfcgid
-    // cannot be created; 21.
+    // there is none (no DocumentRoot holding the domain) no folder is made,
+    // no command is run and no block is inserted, and the result is still 96.
+    // 96; 23 HttpdConfFile.tmpfcgid cannot be created; 21.
     int EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting);
     // Removes the site's first <IfModule ...> block naming ModuleName (at
     // most 10 lines after its opening line) and deletes <site folder>/PHPCGI.

@@ -5,6 +5,7 @@
 #include "DirectiveScan.h"
 
 int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module) {
+    qz::trackMethod(TrackManager, "ConfigureFcgidGlobally", {HttpdConfFile, Module}, {"HttpdConfFile", "Module"});
     ApacheHelper helper;
     std::string socketPath, sharememPath;
     helper.Apache_getDirectiveValue(HttpdConfFile, "SocketPath", socketPath, false);
@@ -36,8 +37,9 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
         }
         out.writeLine(in.view());
     }
-    // A line over 2999 characters would end the copy there: the configuration
-    // is left as it is (neither moved over nor appended to).
+    // A line over 2999 characters ends the copy: the configuration is left as
+    // it is (neither moved over nor appended to) and 1 is returned, since a
+    // copy cut short would lose the rest of the file.
     if (in.tooLong()) return 1;
     in.close();
     if (written) {

@@ -9,6 +9,8 @@
 #include <strings.h>
 
 int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
+    qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
+                    {"DomainName", "ModuleName", "PHPCGI"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;
     // The block is found by ModuleName itself; ModuleName + ".c" would find

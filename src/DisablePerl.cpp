@@ -8,6 +8,7 @@
 #include <strings.h>
 
 int CQZWebsite::DisablePerl(std::string szDomainName) {
+    qz::trackMethod(TrackManager, "DisablePerl", {szDomainName}, {"szDomainName"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     std::string documentRoot;
     ApacheHelper().Apache_getDirectiveInVH(HttpdConfFile, szDomainName, "DocumentRoot", documentRoot, true);

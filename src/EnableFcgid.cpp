@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 
 int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting) {
+    qz::trackMethod(TrackManager, "EnableFcgid", {DomainName, phpCGIPath, suexecSetting},
+                    {"DomainName", "phpCGIPath", "suexecSetting"});
     qz::sayLine("suexecSetting=" + suexecSetting);
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;
@@ -22,16 +24,17 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
     const std::string name = phpCGIPath.substr(phpCGIPath.rfind('/') + 1);
     const std::string wrapper = settings + "/" + name;
 
-    // Without a site folder (no document root holding the domain) there is
-    // nowhere to put the settings: nothing is made at the top of the file
-    // system and no block is written; the copy below is still made.
+    // Without a site folder (no document root holding the domain) nothing is
+    // made and no block is inserted, and the result is still 96: the settings
+    // folder would otherwise be "/.setting_php" at the top of the file system
+    // and the block would point there. The scratch copy below is still made.
     if (!site.empty()) {
         struct stat st;
         if (stat(settings.c_str(), &st) != 0) {
             qz::sayLine("creating .setting_php directory");
             mkdir(settings.c_str(), 0100);
         }
-        chmod(settings.c_str(), 04505);  // setuid with r-x for owner and others, as designed
+        chmod(settings.c_str(), 04505);  // setuid with r-x for owner and others, on purpose
         const std::string owner = webAdmin + ":qz7group";
         qz::runShell(qz::shellCommand({"chown", owner, settings}));
         qz::runShell(qz::shellCommand({"cp", phpCGIPath, settings + "/."}));

@@ -6,6 +6,7 @@
 #include "PerlHandler.h"
 
 int CQZWebsite::EnablePerl(std::string szDomainName) {
+    qz::trackMethod(TrackManager, "EnablePerl", {szDomainName}, {"szDomainName"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     std::string documentRoot;
     ApacheHelper().Apache_getDirectiveInVH(HttpdConfFile, szDomainName, "DocumentRoot", documentRoot, true);

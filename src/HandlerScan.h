@@ -43,10 +43,10 @@ struct WordLine {
 // scratch file. The scratch file is opened (truncated) before the
 // configuration and is then moved over it ("mv scratch conf"); 0, or 21 when
 // the configuration does not open.
-// Safe choices: a scratch file that cannot be written is not moved over the
-// configuration (mv would put an older file there), and a line over the limit
-// leaves the configuration as it is and gives 21 (the original loop would
-// stop there and move a copy cut short, or never end).
+// A scratch file that cannot be written is not moved over the configuration
+// (mv would put an older file there). A line over the limit ends the copy:
+// the configuration is left as it is and 21 is returned, since a copy cut
+// short would lose the rest of it.
 template <class Body>
 int rewriteWords(const std::string& conf, const std::string& scratch, size_t limit, Body&& body) {
     Rewrite rewrite(scratch, conf);

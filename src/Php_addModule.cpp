@@ -10,12 +10,12 @@ namespace {
 enum class Pass { Placed, NotPlaced, NoInput, NoScratch };
 
 // One pass: the configuration copied into the scratch file without its empty
-// lines, with the line `entry()` builds (once the two files are open) before the first line that starts in column 1 with
-// `keyword` (ignoring case); the copy is moved over the configuration when
-// the entry went in. A line over 2999 characters leaves the configuration as
-// it is and counts as unreadable (the original loop would stop there and
-// move a copy cut short).
-// With `place` false nothing is placed.
+// lines, with the line `entry()` builds (once the two files are open) before
+// the first line that starts in column 1 with `keyword` (ignoring case); the
+// copy is moved over the configuration when the entry went in. With `place`
+// false nothing is placed. A line over 2999 characters ends the copy: the
+// configuration is left as it is and the pass counts as unreadable (1), since
+// a copy cut short would lose the rest of the file.
 template <class Entry>
 Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::string_view keyword, bool place,
                    Entry&& entry) {
@@ -47,9 +47,10 @@ int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName
     qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
     const std::string scratch = qz::str(TEMPFILE);
 
-    // Built in each pass: the modules folder relative to the server root
-    // unless it lies under /usr/lib, and the module's name from its "php" to
-    // its first "." (php5 for libphp5.so).
+    // Built in each pass: the modules folder whole when its path holds
+    // "/usr/lib", otherwise only its part after the last "/" (a folder under
+    // the server root, such as modules); and the module's name from its "php"
+    // to its first "." (php5 for libphp5.so).
     // A file name without "php" names no PHP module: it is placed nowhere,
     // as when the configuration has no place for it (4).
     const size_t php = moduleName.find("php");

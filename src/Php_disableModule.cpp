@@ -6,7 +6,7 @@
 
 int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string moduleName) {
     const std::string scratch = qz::str(TEMPFILE);
-    // Append mode, as designed: whatever the scratch file already holds ends
+    // Append mode, on purpose: whatever the scratch file already holds ends
     // up at the top of the configuration.
     qz::AppendFile out;
     const bool scratchOpen = !scratch.empty() && out.open(scratch);

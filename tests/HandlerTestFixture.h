@@ -29,10 +29,16 @@ protected:
     void useConf(const std::string& name) const { writeConf(golden(name + ".conf")); }
     std::string mvOf(const std::string& scratch) const { return "mv " + scratch + " " + conf_; }
 
-    // The tracker of the manager, which the handler operations never call.
+    // The tracker of the manager: the FastCGI and Perl operations report to
+    // it, the PHP module operations do not.
     CQZTrackManager tracker_;
     std::string missing_;  // a configuration that does not exist
     Lines constructed() const { return {"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]"}; }
+    // The two calls an operation makes first; values and names "|"-separated.
+    static Lines tracked(const std::string& method, const std::string& values, const std::string& names) {
+        return {"CQZMethodName " + method, "CQZMethodArguments [" + values + "] [" + names + "]"};
+    }
+    static void add(Lines& to, const Lines& more) { to.insert(to.end(), more.begin(), more.end()); }
 };
 
 #endif

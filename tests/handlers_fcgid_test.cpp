@@ -33,7 +33,7 @@ TEST_F(FcgidTest, ConfigureFcgidGloballyPutsABlockBeforeEveryColumnOneInclude) {
     makeDir("/tmp");
     loggedCommand("mkdir");
     useConf("fcgid_includes");
-    CQZWebsite website;
+    CQZWebsite website(&tracker_);
     captureOutput();
     EXPECT_EQ(website.ConfigureFcgidGlobally(conf_, "mod_fcgid"), 0);
     EXPECT_EQ(capturedOutput(), "SocketPath=\nSharememPath=\n");
@@ -51,6 +51,10 @@ TEST_F(FcgidTest, ConfigureFcgidGloballyPutsABlockBeforeEveryColumnOneInclude) {
     EXPECT_EQ(capturedOutput(), "SocketPath=/tmp/mod_fcgid/\nSharememPath=/tmp/mod_fcgid/fcgid_shm\n");
     EXPECT_EQ(readConf(), golden("fcgid_includes.expected"));
     EXPECT_EQ(commandLog().size(), commands.size());
+    Lines reported = {"CQZModuleName Apache"};
+    for (int call = 0; call < 2; ++call)
+        add(reported, tracked("ConfigureFcgidGlobally", conf_ + "|mod_fcgid", "HttpdConfFile|Module"));
+    EXPECT_EQ(calls(tracker_), reported);
 }
 
 TEST_F(FcgidTest, ConfigureFcgidGloballyAppendsWithoutAnInclude) {
@@ -67,12 +71,18 @@ TEST_F(FcgidTest, ConfigureFcgidGloballyAppendsWithoutAnInclude) {
     EXPECT_EQ(website.ConfigureFcgidGlobally(conf_, "mod_fcgid"), 0);
     EXPECT_EQ(readConf(), shm);
     EXPECT_EQ(website.ConfigureFcgidGlobally(missing_, "mod_fcgid"), 1);
+    // A line over 2999 characters: not appended to.
+    const std::string overLong = "Listen 80\n# " + std::string(2998, 'x') + "\n";
+    writeConf(overLong);
+    EXPECT_EQ(website.ConfigureFcgidGlobally(conf_, "mod_fcgid"), 1);
+    EXPECT_EQ(readConf(), overLong);
     std::remove(path("/conf/httpd.conf.efcgid").c_str());
     makeDir("/conf/httpd.conf.efcgid");
     writeConf("Include x.conf\n");
     EXPECT_EQ(website.ConfigureFcgidGlobally(conf_, "mod_fcgid"), 2);
     EXPECT_EQ(capturedOutput(), "SocketPath=\nSharememPath=\nSocketPath=\nSharememPath=/run/shm\n"
-                                "SocketPath=\nSharememPath=\nSocketPath=\nSharememPath=\n");
+                                "SocketPath=\nSharememPath=\nSocketPath=\nSharememPath=\n"
+                                "SocketPath=\nSharememPath=\n");
     EXPECT_TRUE(commandLog().empty());
 }
 
@@ -91,7 +101,10 @@ TEST_F(FcgidTest, EnableFcgidMakesTheSettingsFolderAndTheBlock) {
     const std::string suexec = "\t\tSuexecUserGroup admin qz7group\n";
     expected.erase(expected.find(suexec), suexec.size());
     EXPECT_EQ(readConf(), expected);
-    EXPECT_EQ(calls(tracker_), constructed());
+    Lines reported = constructed();
+    add(reported, tracked("EnableFcgid", "example.com|" + path("/usr/bin/php-cgi") + "|disabled",
+                       "DomainName|phpCGIPath|suexecSetting"));
+    EXPECT_EQ(calls(tracker_), reported);
 }
 
 TEST_F(FcgidTest, EnableFcgidFailuresAndSitesWithoutAFolder) {
@@ -182,7 +195,15 @@ TEST_F(FcgidTest, ASiteSwitchedModuleOffFastCgiOffKeepsItsBlock) {
     commands.insert(commands.end(), setting.begin(), setting.end());
     commands.push_back(mvOf(website.TEMPFILE));
     EXPECT_EQ(commandLog(), commands);
-    EXPECT_EQ(calls(tracker_), constructed());
+    // Only the FastCGI operations report themselves.
+    const Lines enable = tracked("EnableFcgid", "example.com|" + path("/usr/bin/php-cgi") + "|Enabled",
+                                 "DomainName|phpCGIPath|suexecSetting");
+    Lines reported = constructed();
+    add(reported, enable);
+    add(reported, enable);
+    add(reported,
+        tracked("DisableFcgid", "example.com|mod_fcgid|.setting_php/php-cgi", "DomainName|ModuleName|PHPCGI"));
+    EXPECT_EQ(calls(tracker_), reported);
     EXPECT_FALSE(exists("/home/admin/example.com/.setting_php/php-cgi"));
 
     // Empty lines aside, the file is the one the site started with.

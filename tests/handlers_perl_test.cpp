@@ -29,7 +29,10 @@ TEST_F(PerlTest, EnablePerlWritesTheLineUnderTheFirstQuotedDocumentRoot) {
     EXPECT_EQ(readConf(), "<VirtualHost *:80>\nServerName a.com\nDocumentRoot \"/w\"\n<Directory \"/w\">\n"
                           "\t\tAddHandler cgi-script cgi pl\n\t\tAddHandler cgi-script cgi pl\n</Directory>\n"
                           "</VirtualHost>\n");
-    EXPECT_EQ(calls(tracker_), constructed());
+    Lines reported = constructed();
+    for (const char* domain : {"PERL.com", "b.com", "a.com", "a.com"})
+        add(reported, tracked("EnablePerl", domain, "szDomainName"));
+    EXPECT_EQ(calls(tracker_), reported);
 }
 
 TEST_F(PerlTest, DisablePerlDropsTheMatchingHandlerLine) {
@@ -47,6 +50,10 @@ TEST_F(PerlTest, DisablePerlDropsTheMatchingHandlerLine) {
     EXPECT_EQ(website.DisablePerl("a.com"), 0);
     EXPECT_EQ(readConf(), unquoted);
     EXPECT_EQ(capturedOutput(), "");
+    Lines reported = constructed();
+    add(reported, tracked("DisablePerl", "perl.com", "szDomainName"));
+    add(reported, tracked("DisablePerl", "a.com", "szDomainName"));
+    EXPECT_EQ(calls(tracker_), reported);
 }
 
 TEST_F(PerlTest, UnreadableConfigurations) {

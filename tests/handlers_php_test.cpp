@@ -43,8 +43,11 @@ TEST_F(PhpModuleTest, UnopenableFiles) {
     writeConf("ServerName a.com\n");
     EXPECT_EQ(website.EnablePhp("a.com", "mod_php5"), 23);
 
-    // No configuration named: 21, and not even a scratch file is made.
-    CQZWebsite unnamed(&tracker_);
+    // No configuration named: 21, and not even a scratch file is made. The
+    // FastCGI and Perl operations have reported themselves by then; the PHP
+    // module ones never do.
+    CQZTrackManager tracker;
+    CQZWebsite unnamed(&tracker);
     for (int result : {unnamed.EnablePhp("a.com", "mod_php5"), unnamed.DisablePhp("a.com"),
                        unnamed.ISPhpEnabled("a.com"), unnamed.EnableFcgid("a.com", "/p", "enabled"),
                        unnamed.DisableFcgid("a.com", "mod_fcgid", "x"), unnamed.EnablePerl("a.com"),
@@ -53,6 +56,12 @@ TEST_F(PhpModuleTest, UnopenableFiles) {
     EXPECT_FALSE(exists(std::string(unnamed.TEMPFILE).substr(root_.size())));
     EXPECT_FALSE(exists("/etc/tempapa1"));
     EXPECT_TRUE(commandLog().empty());
+    Lines expected = {"CQZModuleName Apache"};
+    add(expected, tracked("EnableFcgid", "a.com|/p|enabled", "DomainName|phpCGIPath|suexecSetting"));
+    add(expected, tracked("DisableFcgid", "a.com|mod_fcgid|x", "DomainName|ModuleName|PHPCGI"));
+    add(expected, tracked("EnablePerl", "a.com", "szDomainName"));
+    add(expected, tracked("DisablePerl", "a.com", "szDomainName"));
+    EXPECT_EQ(calls(tracker), expected);
 }
 
 TEST_F(PhpModuleTest, DisablePhpRemovesVersionedModuleBlocksAndEveryEmptyLine) {
@@ -176,6 +185,36 @@ TEST_F(PhpModuleTest, AddModuleGoesBeforeTheFirstLoadModuleOrVirtualHost) {
     makeDir(temp.substr(root_.size()));
     EXPECT_EQ(website.Php_addModule(conf_, "libphp5.so"), 2);
     EXPECT_EQ(readConf(), neither);
+    // A line over 2999 characters: 1, and the file is not cut short.
+    rmdir(temp.c_str());
+    const std::string overLong = "LoadModule a_module modules/a.so\n# " + std::string(2998, 'x') + "\nListen 80\n";
+    writeConf(overLong);
+    EXPECT_EQ(website.Php_addModule(conf_, "libphp5.so"), 1);
+    EXPECT_EQ(readConf(), overLong);
+}
+
+TEST_F(PhpModuleTest, AddModuleKeepsAUsrLibFolderWholeAndOtherwiseItsLastName) {
+    loggedCommand("cp");
+    CQZWebsite website(&tracker_, conf_.c_str());
+    struct Case {
+        std::string server, loadModule, entry;
+    };
+    const Case cases[] = {
+        // Absolute module folders: whole under /usr/lib, else the last name.
+        {"", "LoadModule a_module /usr/lib64/httpd/modules/mod_a.so",
+         "LoadModule php7_module /usr/lib64/httpd/modules/libphp7.so"},
+        {"", "LoadModule a_module /opt/apache/libexec/mod_a.so", "LoadModule php7_module libexec/libphp7.so"},
+        // Relative ones, joined to the server root first.
+        {"ServerRoot \"/etc/httpd\"\n", "LoadModule a_module modules/extra/mod_a.so",
+         "LoadModule php7_module extra/libphp7.so"},
+        {"ServerRoot \"/usr/lib/apache2\"\n", "LoadModule a_module modules/mod_a.so",
+         "LoadModule php7_module /usr/lib/apache2/modules/libphp7.so"},
+    };
+    for (const Case& c : cases) {
+        writeConf(c.server + c.loadModule + "\n");
+        EXPECT_EQ(website.Php_addModule(conf_, "libphp7.so"), 0);
+        EXPECT_EQ(readConf(), c.server + c.entry + "\n" + c.loadModule + "\n");
+    }
 }
 
 TEST_F(PhpModuleTest, DisableModuleAppendsToTheScratchFile) {

@@ -20,7 +20,7 @@ SDDir dirRecord(const char* domain, const char* path, const char* name = "") {
 
 }  // namespace
 
-class VirtualDirectoryTest : public HttpdConfTest {
+class VirtualDirectoryLookupTest : public HttpdConfTest {
 protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
@@ -32,7 +32,7 @@ protected:
     CQZTrackManager tracker_;
 };
 
-TEST_F(VirtualDirectoryTest, DeleteRemovesThePathEverywhereWithBlankLines) {
+TEST_F(VirtualDirectoryLookupTest, DeleteRemovesThePathEverywhereWithBlankLines) {
     writeConf(data("vdir/every_section_of_the_path.conf"));
     CQZVirtualDirectory vdir(&tracker_, conf_.c_str());
     captureOutput();
@@ -44,7 +44,7 @@ TEST_F(VirtualDirectoryTest, DeleteRemovesThePathEverywhereWithBlankLines) {
                                       "CQZMethodArguments [/home/a/b] [pDDir]"}));
 }
 
-TEST_F(VirtualDirectoryTest, DeleteFailuresLeaveTheConfiguration) {
+TEST_F(VirtualDirectoryLookupTest, DeleteFailuresLeaveTheConfiguration) {
     CQZVirtualDirectory noConf(&tracker_);
     EXPECT_EQ(noConf.DeleteVirtualDirectory("/x"), 21);
     const std::string missing = path("/conf/missing.conf");
@@ -72,7 +72,7 @@ TEST_F(VirtualDirectoryTest, DeleteFailuresLeaveTheConfiguration) {
     EXPECT_TRUE(commandLog().empty());
 }
 
-TEST_F(VirtualDirectoryTest, DeleteQuotesTheFilesOfItsMv) {
+TEST_F(VirtualDirectoryLookupTest, DeleteQuotesTheFilesOfItsMv) {
     ASSERT_EQ(chdir(root_.c_str()), 0);  // an injected "touch canary" would land here
     const std::string name = "/conf/my httpd;touch canary;$(touch canary).conf", conf = path(name);
     writeFile(name, "Listen 80\n\n");
@@ -81,7 +81,7 @@ TEST_F(VirtualDirectoryTest, DeleteQuotesTheFilesOfItsMv) {
     EXPECT_FALSE(exists("/canary"));
 }
 
-TEST_F(VirtualDirectoryTest, ExistsListAndAliasLookups) {
+TEST_F(VirtualDirectoryLookupTest, ExistsListAndAliasLookups) {
     writeConf(data("vdir/aliases.conf"));
     const std::string original = readConf();
     CQZVirtualDirectory vdir(&tracker_, conf_.c_str());
@@ -129,7 +129,7 @@ TEST_F(VirtualDirectoryTest, ExistsListAndAliasLookups) {
     EXPECT_EQ(all.back(), "CQZMethodArguments [shop.test|old] [ObjDDir->DomainName|ObjDDir->DirName]");
 }
 
-TEST_F(VirtualDirectoryTest, DirectoryRequiredCountsTwoAliasesOfTheSite) {
+TEST_F(VirtualDirectoryLookupTest, DirectoryRequiredCountsTwoAliasesOfTheSite) {
     writeConf("<VirtualHost *:80>\n    ServerName shop.test\n    Alias /a \"/var/www/two\"\n"
               "    Alias /one \"/var/www/one\"\n#   Alias /old \"/var/www/one\"\n"
               "    Alias /b \"/var/www/two\"\n</VirtualHost>\n"
@@ -140,7 +140,7 @@ TEST_F(VirtualDirectoryTest, DirectoryRequiredCountsTwoAliasesOfTheSite) {
     EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/one"), 0);
 }
 
-TEST_F(VirtualDirectoryTest, UnreadableLinesDeleteTheScratchFile) {
+TEST_F(VirtualDirectoryLookupTest, UnreadableLinesDeleteTheScratchFile) {
     CQZVirtualDirectory vdir(nullptr, conf_.c_str());
     SDDir dir = dirRecord("a.test", "/y", "shop");
     writeConf("<VirtualHost *:80>\nServerName a.test\n<Directory \"/x>\nAlias /shop\n</VirtualHost>\n");
@@ -155,7 +155,7 @@ TEST_F(VirtualDirectoryTest, UnreadableLinesDeleteTheScratchFile) {
     EXPECT_EQ(vdir.CheckVirDir(&dir), '}');
 }
 
-TEST_F(VirtualDirectoryTest, ALineOverTheLimitIsExaminedCutThenEndsTheScan) {
+TEST_F(VirtualDirectoryLookupTest, ALineOverTheLimitIsExaminedCutThenEndsTheScan) {
     CQZVirtualDirectory vdir(nullptr, conf_.c_str());
     const std::string head = "<VirtualHost *:80>\nServerName a.test\n";
     const std::string tail = "\n<Directory \"/after\">\nAlias /next /n\n</VirtualHost>\n";
@@ -174,7 +174,7 @@ TEST_F(VirtualDirectoryTest, ALineOverTheLimitIsExaminedCutThenEndsTheScan) {
     EXPECT_EQ(vdir.GetVDPath(conf_, "a.test", "/next"), "");
 }
 
-TEST_F(VirtualDirectoryTest, LookupsWithoutConfiguration) {
+TEST_F(VirtualDirectoryLookupTest, LookupsWithoutConfiguration) {
     CQZVirtualDirectory noConf(&tracker_);
     SDDir dir = dirRecord("a.test", "/x", "x");
     StringVector list;
@@ -194,7 +194,7 @@ TEST_F(VirtualDirectoryTest, LookupsWithoutConfiguration) {
     EXPECT_TRUE(list.empty());
 }
 
-TEST_F(VirtualDirectoryTest, RemoveDirDeletesTheTreeButNotWhatLinksPointTo) {
+TEST_F(VirtualDirectoryLookupTest, RemoveDirDeletesTheTreeButNotWhatLinksPointTo) {
     makeDir("/site/a/b/c");
     makeDir("/outside");
     writeFile("/site/a/b/c/deep.txt", "x");
