@@ -52,7 +52,9 @@ public:
     // Returns 'V' when the site's block was found, with or without the
     // section, 26 when no block names the site, 1 for a "<Directory" path
     // whose quote is never closed, 21 without a configuration file, 22 when it
-    // cannot be read. Allow and Deny are cut to their 255 characters.
+    // cannot be read or when the search runs into a line over 2999 characters
+    // (the record may then be partly filled). Allow and Deny are cut to their
+    // 255 characters.
     char GetVirtualDirectoryinfo(SDDir* ObjDDir);
     // Writes the section for DirPath afresh in the first block of DomainName:
     // in place of the old one (protected when AnonAccess is '1', with the Ruby

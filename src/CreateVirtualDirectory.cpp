@@ -96,6 +96,8 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     if (isEmpty(HttpdConfFile)) return 21;
     LineReader in(HttpdConfFile, 3000);
     if (!in.isOpen()) return 22;
+    // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
+    // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) return 23;
     OutFile& out = rewrite.out();

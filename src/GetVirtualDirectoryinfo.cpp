@@ -45,8 +45,9 @@ void readOptions(const char* rest, SOptions& options) {
 }
 
 // The lines of the section after its opening line, up to "</Directory" or
-// the end of the file. Comment lines are skipped.
-void readSection(qz::LineReader& in, SDDir& dir) {
+// the end of the file. Comment lines are skipped. True when "</Directory"
+// ended the section.
+bool readSection(qz::LineReader& in, SDDir& dir) {
     using namespace qz;
     dir.Order = 1;
     copyList("All", dir.Allow);
@@ -70,9 +71,10 @@ void readSection(qz::LineReader& in, SDDir& dir) {
         } else if (strcasecmp(p, "AddHandler fastcgi-script .fcgi") == 0) {
             dir.RubyOnRails = '1';
         } else if (startsWithNoCase(p, "</Directory")) {
-            return;
+            return true;
         }
     }
+    return false;
 }
 
 }  // namespace
@@ -95,8 +97,11 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     // ServerName; 2: in a block of the site.
     int flag = 0;
     // Commented-out lines are read as live ones: one '#' in the first column
-    // is stepped over. A line too long for the buffer ends the reading as the
-    // end of the file does.
+    // is stepped over. A line over 2999 characters is examined cut to the
+    // limit, and then the reading ends: past it the stream has failed and a
+    // loop until end of file would never end. What follows it is unknown, so
+    // unless that cut line itself ended the search the result is 22, as for a
+    // file that cannot be read, not an answer about the site.
     while (in.nextUntilEof()) {
         const char* p = in.c_str();
         if (*p == '#') ++p;
@@ -119,13 +124,14 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
                 return 1;
             }
             if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;
-            readSection(in, dir);
+            if (!readSection(in, dir) && in.tooLong()) return 22;
             return 'V';
         } else if (startsWithNoCase(p, "</VirtualHost")) {
             if (flag == 2) return 'V';  // the site's block has no section for the folder
             flag = 0;
         }
     }
+    if (in.tooLong()) return 22;
     // The end of the file without a block of the site: the result of a
     // website lookup that finds none. A block of the site left open at the
     // end reads as one without the section.

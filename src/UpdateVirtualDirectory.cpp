@@ -90,6 +90,8 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
         sayLine("Error opening HttpdConfFile file");
         return 22;
     }
+    // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
+    // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) {
         sayLine("Error opening TEMPFILE file");

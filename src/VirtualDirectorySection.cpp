@@ -79,6 +79,8 @@ void ensurePasswordFile(const std::string& authFile) {
 }
 
 namespace {
+// htpasswd and chown, run as root, would follow a link a customer planted in
+// place of the password file and rewrite or give away its target.
 bool isSymbolicLink(const std::string& path) {
     struct stat st;
     return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);

@@ -41,7 +41,9 @@ std::string passwordFileOf(const SDDir& dir);
 void writeAuthLines(OutFile& out, const std::string& authFile);
 
 // Creates `authFile` empty when it cannot be opened for reading. Never
-// through a symbolic link.
+// through a symbolic link (O_NOFOLLOW): the file lies in the customer's
+// folder, and root would otherwise create or truncate what a planted link
+// points at.
 void ensurePasswordFile(const std::string& authFile);
 
 // The password file lies in a folder of the site's owner, but htpasswd and

@@ -34,6 +34,17 @@ TEST_F(CreateVirtualDirectoryTest, WritesASectionIntoEveryBlockOfTheSite) {
                                      "[ObjDDir->DomainName|ObjDDir->DirPath|ObjDDir->Allow|ObjDDir->Deny]"}));
 }
 
+TEST_F(CreateVirtualDirectoryTest, ABlockWithoutDocumentRootKeepsThePathOfThePreviousMatchingBlock) {
+    // Empty before any DocumentRoot, kept after a block of the site, emptied
+    // by another site's block.
+    writeConf(data("vdir/document_root_carried_over.conf"));
+    SDDir dir = record();
+    dir.AnonAccess = '0';
+    captureOutput();
+    EXPECT_EQ(create(dir), 'S');
+    expectGolden("document_root_carried_over", capturedOutput());
+}
+
 TEST_F(CreateVirtualDirectoryTest, AccessAndOptionsLinesFollowOrderAndTheApacheVersion) {
     struct Case {
         const char* version;
@@ -55,11 +66,13 @@ TEST_F(CreateVirtualDirectoryTest, AccessAndOptionsLinesFollowOrderAndTheApacheV
          {"\t\tOptions +Indexes +Includes -ExecCGI +MultiViews -FollowSymLinks"}},
         // A flag that is neither '+' nor '-' asks for the line but adds no word.
         {"2.4.57", 0, "", "", {0, 'y', 0, 0, 0}, {"\t\tOptions"}},
+        {"2.4.57", 0, "", "", {0, 0, 0, 0, '+'}, {"\t\tAddHandler cgi-script cgi pl", "\t\tOptions +ExecCGI"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.version) + " " + c.allow + "/" + c.deny);
         apacheVersion(c.version);
         SDDir dir = record("/s/shop");
+        dir.PerlEnabled = '1';  // creation takes the CGI handler from ExecCGI '+' alone
         dir.Order = c.order;
         strcpy(dir.Allow, c.allow);
         strcpy(dir.Deny, c.deny);
@@ -125,6 +138,14 @@ TEST_F(CreateVirtualDirectoryTest, FailuresGive21To23WithTheConfigurationUnchang
     captureOutput();
     EXPECT_EQ(update(dir), 23);
     EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file\n");
+    EXPECT_EQ(readConf(), kSite);
+    // Nor is the scratch file written through a link planted in its place.
+    std::filesystem::remove(path("/etc/apactemp"));
+    writeFile("/victim", "kept\n");
+    ASSERT_EQ(symlink(path("/victim").c_str(), path("/etc/apactemp").c_str()), 0);
+    EXPECT_EQ(create(dir), 23);
+    EXPECT_EQ(update(dir), 23);
+    EXPECT_EQ(readFile("/victim"), "kept\n");
     EXPECT_EQ(readConf(), kSite);
     EXPECT_TRUE(commandLog().empty());
 

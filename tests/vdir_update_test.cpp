@@ -48,10 +48,15 @@ TEST_F(VirtualDirectoryInfoTest, ReadsTheSectionOfTheSiteWithCommentedLinesLive)
     EXPECT_EQ(std::string(kept.Allow) + "|" + kept.Deny + "|" + char('0' + kept.Order), "All||1");
 }
 
-TEST_F(VirtualDirectoryInfoTest, EndsWithoutABlockAndBoundsTheLists) {
+TEST_F(VirtualDirectoryInfoTest, EndsWithoutABlockOrAtALongLineAndBoundsTheLists) {
     SDDir dir = record("/s/shop");
+    const std::string site = "<VirtualHost *:80>\nServerName shop.test\n";
+    const std::string longLine = "# " + std::string(3000, 'x') + "\n";
     const std::pair<std::string, char> ends[] = {
         {"<VirtualHost *:80>\nServerName other.test\n</VirtualHost>\n", 26},
+        // A line over 2999 characters ends the search without an answer.
+        {longLine + site + "</VirtualHost>\n", 22},
+        {site + "<Directory \"/s/shop\">\n" + longLine + "</Directory>\n</VirtualHost>\n", 22},
         {"", 26},
         {"<VirtualHost *:80>\nServerName shop.test\n", 'V'},  // the site's block left open
         {"<VirtualHost *:80>\nServerName shop.test\n<Directory \"/s/shop\">\nDeny from x", 'V'},
@@ -96,6 +101,19 @@ TEST_F(VirtualDirectoryInfoTest, UpdateReplacesTheSectionOfTheFirstMatchingBlock
               (Lines{"CQZModuleName WebServerManager", "CQZMethodName UpdateVirtualDirectory",
                      "CQZMethodArguments [shop.test|/s/shop|10.0.0.0/8||" + path("/home/sites") +
                          "] [ObjDDir->DomainName|ObjDDir->DirPath|ObjDDir->Allow|ObjDDir->Deny|ObjDDir->WebAdminPath]"}));
+
+    // The handler line follows PerlEnabled, not ExecCGI; AnonAccess '0' and a
+    // RubyOnRails other than '1' leave out the login and the Rails lines.
+    std::remove(authFile().c_str());
+    writeConf(data("vdir/section_replaced_in_first_block.conf"));
+    dir.PerlEnabled = 0;
+    dir.AnonAccess = dir.RubyOnRails = '0';
+    const size_t logged = commandLog().size();
+    EXPECT_EQ(update(dir, "admin", "pw"), 'Y');
+    EXPECT_EQ(rooted(readConf()), data("vdir/replaced_without_handler_login_or_rails.expected"));
+    const Lines log = commandLog();
+    EXPECT_EQ(Lines(log.begin() + logged, log.end()), (Lines{"mv " + path("/etc/apactemp") + " " + conf_}));
+    EXPECT_FALSE(exists(authFile().substr(root_.size())));
 }
 
 TEST_F(VirtualDirectoryInfoTest, UpdateAppendsASectionProtectedWhenAnonymousAccessIsZero) {
