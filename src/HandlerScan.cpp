@@ -1,8 +1,6 @@
 #include "HandlerScan.h"
 
 #include <algorithm>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace qz {
 
@@ -33,26 +31,6 @@ bool ServerModuleLine::loads(std::string_view line, const std::string& moduleNam
         return line.substr(0, 1) != "#" && contains(line, "LoadModule") && contains(line, moduleName);
     }
     return false;
-}
-
-bool AppendFile::open(const std::string& path) {
-    close();
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
-    f_ = fdopen(fd, "a");
-    if (f_ == nullptr) ::close(fd);
-    return f_ != nullptr;
-}
-
-void AppendFile::writeLine(std::string_view text) {
-    if (f_ == nullptr) return;
-    fwrite(text.data(), 1, text.size(), f_);
-    fputc('\n', f_);
-}
-
-void AppendFile::close() {
-    if (f_ != nullptr) fclose(f_);
-    f_ = nullptr;
 }
 
 }  // namespace qz

@@ -128,23 +128,6 @@ struct ServerModuleLine {
     bool inSite = false;
 };
 
-// A file written at its end (opened in append mode, created when missing),
-// never through a symbolic link.
-class AppendFile {
-public:
-    AppendFile() = default;
-    ~AppendFile() { close(); }
-    AppendFile(const AppendFile&) = delete;
-    AppendFile& operator=(const AppendFile&) = delete;
-
-    bool open(const std::string& path);
-    void writeLine(std::string_view text);
-    void close();
-
-private:
-    FILE* f_ = nullptr;
-};
-
 }  // namespace qz
 
 #endif

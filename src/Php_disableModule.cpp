@@ -8,8 +8,8 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
     const std::string scratch = qz::str(TEMPFILE);
     // Append mode, on purpose: whatever the scratch file already holds ends
     // up at the top of the configuration.
-    qz::AppendFile out;
-    const bool scratchOpen = !scratch.empty() && out.open(scratch);
+    qz::OutFile out;
+    const bool scratchOpen = !scratch.empty() && out.openAppend(scratch.c_str());
     qz::LineReader in(apacheConfFile, 0);
     if (!in.isOpen()) return 21;
     qz::ServerModuleLine lines;

@@ -170,19 +170,30 @@ void sayLine(std::string_view text) {
     std::cout << std::endl;
 }
 
+namespace {
+// fopen's stream over a file opened with `flags`, never through a symbolic
+// link: one planted where a scratch file goes would redirect the write to
+// its target.
+FILE* openNoFollow(const char* path, int flags, const char* mode) {
+    if (path == nullptr) return nullptr;
+    const int fd = ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
+    if (fd < 0) return nullptr;
+    FILE* f = fdopen(fd, mode);
+    if (f == nullptr) ::close(fd);
+    return f;
+}
+}  // namespace
+
 bool OutFile::open(const char* path) {
     close();
-    if (path == nullptr) return false;
-    // A scratch file is never written through a symbolic link: one planted
-    // where the scratch file goes would redirect the write to its target.
-    const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
-    f_ = fdopen(fd, "w");
-    if (f_ == nullptr) {
-        ::close(fd);
-        return false;
-    }
+    f_ = openNoFollow(path, O_TRUNC, "w");
     if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
+    return f_ != nullptr;
+}
+
+bool OutFile::openAppend(const char* path) {
+    close();
+    f_ = openNoFollow(path, O_APPEND, "a");
     return f_ != nullptr;
 }
 

@@ -132,6 +132,9 @@ public:
     OutFile& operator=(const OutFile&) = delete;
 
     bool open(const char* path);
+    // A scratch file written at its end: opened in append mode, created when
+    // missing, and, like open(), never through a symbolic link.
+    bool openAppend(const char* path);
     // A file the operation is meant to write, such as a redirect file: opened
     // the same way but through a symbolic link, as an administrator's link
     // to it is kept.
