@@ -93,9 +93,8 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny"});
     sayLine("Anonymous=" + std::string(1, dir.AnonAccess));
 
-    if (isEmpty(HttpdConfFile)) return 21;
     LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) return 22;
+    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);

@@ -25,9 +25,9 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     const std::string wanted = qz::str(pDDir);
     qz::trackMethod(TrackManager, "DeleteVirtualDirectory", {wanted}, {"pDDir"});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (!in.isOpen() || !openableForUpdate(HttpdConfFile)) return 22;
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
+    if (!openableForUpdate(HttpdConfFile)) return 22;
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) return 23;
     qz::OutFile& out = rewrite.out();

@@ -89,9 +89,8 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     trackMethod(TrackManager, "GetVirtualDirectoryinfo", {domain, dirPath},
                 {"ObjDDir->DomainName", "ObjDDir->DirPath"});
 
-    if (isEmpty(HttpdConfFile)) return 21;
     LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) return 22;
+    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
 
     // 0: outside a block or in another site's; 1: in a block before its
     // ServerName; 2: in a block of the site.

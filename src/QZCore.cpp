@@ -45,10 +45,10 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     line_[0] = '\0';
 }
 
-int configurationUnreadable(const char* httpdConfFile, const LineReader& in) {
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
     if (isEmpty(httpdConfFile)) return 21;
     if (in.isOpen()) return 0;
-    sayLine("Error while opening HttpdConfFile");
+    if (message != nullptr) sayLine(message);
     return 22;
 }
 

@@ -92,10 +92,12 @@ private:
     bool eof_ = false, fail_ = false, tooLong_ = false;
 };
 
-// The check a website operation makes after opening its configuration file:
-// 21 when none is named, 22 (after "Error while opening HttpdConfFile" on
-// standard output) when `in` did not open it, 0 when it is open.
-int configurationUnreadable(const char* httpdConfFile, const LineReader& in);
+// The check an operation makes after opening its configuration file: 21 when
+// none is named, 22 (after `message` on a line of standard output, unless it
+// is null) when `in` did not open it, 0 when it is open. The website
+// operations print "Error while opening HttpdConfFile".
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in,
+                            const char* message = "Error while opening HttpdConfFile");
 
 // ---- Keyword matching -----------------------------------------------------
 

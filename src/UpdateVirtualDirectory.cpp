@@ -84,12 +84,8 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny",
                  "ObjDDir->WebAdminPath"});
 
-    if (isEmpty(HttpdConfFile)) return 21;
     LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        sayLine("Error opening HttpdConfFile file");
-        return 22;
-    }
+    if (int failed = configurationUnreadable(HttpdConfFile, in, kConfigurationNotOpened)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);

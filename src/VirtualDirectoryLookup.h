@@ -100,19 +100,6 @@ struct AliasLine {
     }
 };
 
-// Where a lookup opens the configuration: 21 when none is named, 22 (after
-// `message` on its own line, when one is given) when `in` did not open it,
-// 0 when it is open.
-inline int lookupUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
-    if (isEmpty(httpdConfFile)) return 21;
-    if (in.isOpen()) return 0;
-    if (message != nullptr) sayLine(message);
-    return 22;
-}
-
-// The message of the lookups that print one when the configuration does not open.
-constexpr const char* kConfigurationNotOpened = "Error opening HttpdConfFile file";
-
 // A lookup that meets a "<Directory" or Alias line it cannot read deletes the
 // manager's scratch file, as the editing operations do when they give up.
 inline void deleteScratch(const char* tempFile) {

@@ -12,6 +12,10 @@
 
 namespace qz {
 
+// The message of the operations that print one when the configuration does
+// not open.
+constexpr const char* kConfigurationNotOpened = "Error opening HttpdConfFile file";
+
 // The path of a "<Directory" line given after its leading white space, as
 // the directory-section primitives read it (an unquoted path keeps its '>',
 // so it never equals a folder); false when the opening quote is never closed.
