@@ -48,10 +48,6 @@ LineKind lineKind(const char* p, const BlockForm& form) {
     return LineKind::Other;
 }
 
-bool serverNameIs(const char* p, const std::string& domain) {
-    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
-}
-
 bool DomainBlockScan::examine(const char* p) {
     switch (lineKind(p, form)) {
     case LineKind::Opening:

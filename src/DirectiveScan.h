@@ -145,9 +145,6 @@ void skipVirtualHost(LineReader& in, size_t limit);
 // A comment line: '#' is its first character after the leading white space.
 inline bool isComment(const char* afterSpace) { return *afterSpace == '#'; }
 
-// The text after a keyword of known length and the white space after it.
-inline const char* afterName(const char* p, size_t nameLength) { return skipSpace(advance(p, nameLength)); }
-
 // The value of a directive line whose name matched `nameLength` characters:
 // what follows the rest of the name as written in the file (Listen matches
 // "ListenBacklog 511", whose value is 511) and the white space after it. A
@@ -185,10 +182,6 @@ constexpr BlockForm kPortForm{false, 13};    // changing the address and port
 
 // The kind of a line given after its leading white space.
 LineKind lineKind(const char* p, const BlockForm& form);
-
-// Whether the ServerName line at `p` (after its leading white space) names
-// the domain.
-bool serverNameIs(const char* p, const std::string& domain);
 
 // The block state of the read and update primitives: any ServerName line of
 // an open block decides whether it is the domain's; closing clears both.

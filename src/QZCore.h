@@ -119,6 +119,17 @@ inline bool startsWithNoCase(const char* p, std::string_view keyword) {
     return strncasecmp(p, keyword.data(), keyword.size()) == 0;
 }
 
+// The text after a keyword of known length (with its separator, when that
+// is counted in) and the white space after it.
+inline const char* afterName(const char* p, size_t nameLength) { return skipSpace(advance(p, nameLength)); }
+
+// Whether the ServerName line at `p` (given after its leading white space)
+// names the domain: 11 characters on (the keyword and one separator), then
+// white space, then the whole rest equal to the domain ignoring case.
+inline bool serverNameIs(const char* p, const std::string& domain) {
+    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
+}
+
 // ---- Output ---------------------------------------------------------------
 
 // Writes to standard output, where the library's diagnostics go.

@@ -5,7 +5,6 @@
 #include "WebsiteSwitch.h"
 
 #include <algorithm>
-#include <strings.h>
 
 namespace qz {
 
@@ -61,8 +60,7 @@ bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* d
         held.append(line);
         held += '\n';
         if (startsWithNoCase(p, "ServerName")) {
-            const char* value = skipSpace(advance(p, 11));
-            if (strlen(value) == name.size() && strcasecmp(value, name.c_str()) == 0) target = true;
+            if (serverNameIs(p, name)) target = true;
         } else if (line.find("</VirtualHost>") != std::string_view::npos) {
             inBlock = false;
             if (!target) out.write(held);

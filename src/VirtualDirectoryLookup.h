@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <strings.h>
 
 namespace qz {
 
@@ -34,7 +33,7 @@ public:
         if (startsWithNoCase(p, "<VirtualHost")) {
             state_ = kBeforeName;
         } else if (state_ == kBeforeName && startsWithNoCase(p, "ServerName")) {
-            state_ = strcasecmp(skipSpace(advance(p, 11)), domain_.c_str()) == 0 ? kWebsite : kOutside;
+            state_ = serverNameIs(p, domain_) ? kWebsite : kOutside;
         } else if (closingEnds_ && startsWithNoCase(p, "</VirtualHost>")) {
             state_ = kOutside;
         } else {
@@ -73,7 +72,7 @@ bool scanWebsiteLines(LineReader& in, WebsiteBlocks& blocks, Body&& body) {
 
 // The text of an "Alias" line (given after its leading white space) after 6
 // characters and white space: the alias, a blank, then the target.
-inline const char* aliasText(const char* p) { return skipSpace(advance(p, 6)); }
+inline const char* aliasText(const char* p) { return afterName(p, 6); }
 
 // An Alias text split at its first blank (a space): the alias before it and
 // the target after it and its white space, a quoted target without its quotes.

@@ -45,7 +45,7 @@ std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());
         if (!qz::startsWithNoCase(p, "LoadModule")) continue;
-        const std::string modName = qz::skipSpace(qz::advance(p, 10));
+        const std::string modName = qz::afterName(p, 10);
         // The text between the last blank and the last "/", in unsigned
         // arithmetic: with no blank it starts at 0, with no "/" (or a "/"
         // before the blank) it runs to the end. b + 1 never passes the end.
