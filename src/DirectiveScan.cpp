@@ -68,20 +68,15 @@ bool DomainBlockScan::examine(const char* p) {
 
 const char* WordBlockScan::ifModuleInDomain(const char* p) {
     if (isComment(p)) return nullptr;
-    const char* space = strchr(p, ' ');
-    const std::string_view word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
-    const char* rest = space ? skipSpace(space + 1) : p + word.size();
-    auto is = [&word](std::string_view keyword) {
-        return word.size() == keyword.size() && startsWithNoCase(word.data(), keyword);
-    };
-    if (is("<VirtualHost")) {
+    const WordLine w(p);
+    if (w.is("<VirtualHost")) {
         inHost = true;
-    } else if (is("</VirtualHost>")) {
+    } else if (w.is("</VirtualHost>")) {
         inHost = inDomain = false;
-    } else if (is("ServerName")) {
-        if (inHost) inDomain = strcasecmp(rest, domain.c_str()) == 0;
-    } else if (is("<IfModule") && inDomain) {
-        return rest;
+    } else if (w.is("ServerName")) {
+        if (inHost) inDomain = strcasecmp(w.rest, domain.c_str()) == 0;
+    } else if (w.is("<IfModule") && inDomain) {
+        return w.rest;
     }
     return nullptr;
 }

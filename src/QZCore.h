@@ -130,6 +130,24 @@ inline bool serverNameIs(const char* p, const std::string& domain) {
     return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
 }
 
+// A line (given after its leading white space) cut at its first blank (a tab
+// does not separate) into its first word and the rest after white space.
+struct WordLine {
+    explicit WordLine(const char* p) {
+        const char* space = strchr(p, ' ');
+        word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
+        rest = space ? skipSpace(space + 1) : p + word.size();
+    }
+
+    // The first word equals `keyword` in full, ignoring case.
+    bool is(std::string_view keyword) const {
+        return word.size() == keyword.size() && startsWithNoCase(word.data(), keyword);
+    }
+
+    std::string_view word;
+    const char* rest;
+};
+
 // ---- Output ---------------------------------------------------------------
 
 // Writes to standard output, where the library's diagnostics go.
