@@ -226,7 +226,7 @@ std::string shellWord(std::string_view arg) {
         }
     }
     if (plain) return std::string(arg);
-    return "'" + shellQuotedBody(arg) + "'";
+    return shellQuoted(arg);
 }
 
 std::string shellQuotedBody(std::string_view text) {
@@ -240,6 +240,8 @@ std::string shellQuotedBody(std::string_view text) {
     }
     return out;
 }
+
+std::string shellQuoted(std::string_view text) { return "'" + shellQuotedBody(text) + "'"; }
 
 std::string shellCommand(std::initializer_list<std::string_view> words) {
     std::string line;

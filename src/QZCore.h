@@ -193,6 +193,10 @@ std::string shellCommand(std::initializer_list<std::string_view> words);
 // (a password in '...'): each single quote becomes '\''.
 std::string shellQuotedBody(std::string_view text);
 
+// The text in single quotes, each quote of its own escaped as above: one word
+// to the shell, whatever it holds (a password is always written so).
+std::string shellQuoted(std::string_view text);
+
 // Runs a command line through the shell (system). The exit status is returned
 // for callers that want it; the library's operations do not examine it.
 int runShell(const std::string& commandLine);

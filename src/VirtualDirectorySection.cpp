@@ -90,7 +90,7 @@ bool isSymbolicLink(const std::string& path) {
 void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass) {
     struct stat st;
     if (name.empty() || pass.empty() || stat(authFile.c_str(), &st) != 0 || isSymbolicLink(authFile)) return;
-    const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " '" + shellQuotedBody(pass) + "'";
+    const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " " + shellQuoted(pass);
     sayLine("cmd=" + command);
     runShell(command);
 }
