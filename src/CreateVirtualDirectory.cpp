@@ -109,7 +109,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // ServerName; 2: in a block of the site.
     int flag = 0;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, TEMPFILE, 'S', [&](const LineReader& line, const char* p) -> char {
+    return rewriteConfiguration(in, rewrite, 'S', [&](const LineReader& line, const char* p) -> char {
         const bool closing = startsWithNoCase(p, "</VirtualHost");
         if (closing && flag == 2 && AdminFlag == 0) {
             writeSection(out, request, fullPath);

@@ -43,8 +43,7 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
         const char* p = qz::skipSpace(line);
         if (qz::startsWithNoCase(p, "<Directory")) {
             if (!qz::readDirectoryPath(p, path)) {
-                rewrite.out().close();
-                qz::deleteScratch(TEMPFILE);
+                rewrite.discard();
                 return 1;
             }
             // The path is compared exactly, letter case included.
@@ -63,8 +62,7 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     // rest of the configuration, so the configuration stays as it is and the
     // copy is deleted.
     if (in.tooLong()) {
-        rewrite.out().close();
-        qz::deleteScratch(TEMPFILE);
+        rewrite.discard();
         return 22;
     }
     in.close();

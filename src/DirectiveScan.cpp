@@ -9,11 +9,6 @@ void makeBackup(const std::string& file, const FilePlan& plan) {
     if (plan.backupSuffix != nullptr) runShell(shellCommand({"cp", file, file + plan.backupSuffix}));
 }
 
-void ScratchRewrite::discard() {
-    rewrite_.out().close();
-    std::remove(scratch_.c_str());
-}
-
 bool appendLine(const std::string& file, std::string_view text) {
     FILE* f = fopen(file.c_str(), "ae");
     if (f == nullptr) return false;

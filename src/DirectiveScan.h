@@ -84,18 +84,16 @@ void makeBackup(const std::string& file, const FilePlan& plan);
 // moved over the file ("mv scratch file") or deleted.
 class ScratchRewrite {
 public:
-    ScratchRewrite(const std::string& file, const char* scratchSuffix)
-        : scratch_(file + scratchSuffix), rewrite_(scratch_, file) {}
+    ScratchRewrite(const std::string& file, const char* scratchSuffix) : rewrite_(file + scratchSuffix, file) {}
 
     bool open() { return rewrite_.open(); }
     OutFile& out() { return rewrite_.out(); }
     void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
     void commit() { rewrite_.commit(); }
     // Closes and deletes the scratch file; the file stays as it was.
-    void discard();
+    void discard() { rewrite_.discard(); }
 
 private:
-    std::string scratch_;
     Rewrite rewrite_;
 };
 

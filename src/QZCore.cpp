@@ -284,6 +284,11 @@ void Rewrite::commit() {
     runShell(shellCommand({"mv", scratch_, target_}));
 }
 
+void Rewrite::discard() {
+    out_.close();
+    std::remove(scratch_.c_str());
+}
+
 // ---- Owned buffers ---------------------------------------------------------
 
 char* copyOwned(char* member, const char* sourceOwn, char*& own) {

@@ -232,6 +232,8 @@ public:
     // Closes the scratch file and moves it over the target. The exit status
     // of mv is not examined.
     void commit();
+    // Closes and deletes the scratch file; the target stays as it was.
+    void discard();
 
 private:
     std::string scratch_, target_;

@@ -107,7 +107,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     };
     int state = Outside;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, TEMPFILE, 'Y', [&](const LineReader& line, const char* p) -> char {
+    return rewriteConfiguration(in, rewrite, 'Y', [&](const LineReader& line, const char* p) -> char {
         if (state == OldSection) {
             if (startsWithNoCase(p, "</Directory>")) state = Written;
             return 0;

@@ -6,7 +6,6 @@
 #include "QZCore.h"
 #include "QZTypes.h"
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -59,10 +58,9 @@ void chownPasswordFile(const std::string& owner, const std::string& authFile);
 
 // Gives up a rewrite of the configuration: both files are closed and the
 // scratch file deleted, so the configuration stays as it was. Returns result.
-inline char abandonRewrite(LineReader& in, Rewrite& rewrite, const char* scratch, char result) {
+inline char abandonRewrite(LineReader& in, Rewrite& rewrite, char result) {
     in.close();
-    rewrite.out().close();
-    if (scratch != nullptr) std::remove(scratch);
+    rewrite.discard();
     return result;
 }
 
@@ -75,16 +73,16 @@ inline char abandonRewrite(LineReader& in, Rewrite& rewrite, const char* scratch
 // too long for the buffer would keep such a loop from ever reaching the end of
 // the file; the configuration is left as it is instead, with 22.
 template <class Body>
-char rewriteConfiguration(LineReader& in, Rewrite& rewrite, const char* scratch, char done, Body&& body) {
+char rewriteConfiguration(LineReader& in, Rewrite& rewrite, char done, Body&& body) {
     while (in.nextUntilEof()) {
         const char* line = in.c_str();
         if (*line == '#') {
             rewrite.out().writeLine(in.view());
             continue;
         }
-        if (const char result = body(in, skipSpace(line))) return abandonRewrite(in, rewrite, scratch, result);
+        if (const char result = body(in, skipSpace(line))) return abandonRewrite(in, rewrite, result);
     }
-    if (in.tooLong()) return abandonRewrite(in, rewrite, scratch, 22);
+    if (in.tooLong()) return abandonRewrite(in, rewrite, 22);
     in.close();
     rewrite.commit();
     return done;
