@@ -2,7 +2,6 @@
 // a folder to every <VirtualHost> block of a website.
 #include "CQZVirtualDirectory.h"
 
-#include "DirectiveScan.h"
 #include "QZCommon.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
@@ -93,7 +92,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny"});
     sayLine("Anonymous=" + std::string(1, dir.AnonAccess));
 
-    LineReader in(HttpdConfFile, 3000);
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
     if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.

@@ -2,11 +2,9 @@
 // section of a website back into the record.
 #include "CQZVirtualDirectory.h"
 
-#include "DirectiveScan.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 
-#include <cstdio>
 #include <cstring>
 #include <strings.h>
 #include <sys/stat.h>
@@ -89,7 +87,7 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     trackMethod(TrackManager, "GetVirtualDirectoryinfo", {domain, dirPath},
                 {"ObjDDir->DomainName", "ObjDDir->DirPath"});
 
-    LineReader in(HttpdConfFile, 3000);
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
     if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
 
     // 0: outside a block or in another site's; 1: in a block before its
@@ -119,7 +117,7 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
                 // The shared scan's way out: the scratch file goes, although
                 // this operation never writes one.
                 in.close();
-                if (TEMPFILE != nullptr) std::remove(TEMPFILE);
+                deleteScratch(TEMPFILE);
                 return 1;
             }
             if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;

@@ -3,7 +3,6 @@
 #include "CQZVirtualDirectory.h"
 
 #include "ApacheHelper.h"
-#include "DirectiveScan.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
@@ -84,7 +83,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny",
                  "ObjDDir->WebAdminPath"});
 
-    LineReader in(HttpdConfFile, 3000);
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
     if (int failed = configurationUnreadable(HttpdConfFile, in, kConfigurationNotOpened)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.

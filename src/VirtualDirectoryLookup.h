@@ -1,20 +1,15 @@
-// The line rules shared by the virtual-directory operations: how a website's
-// <VirtualHost> blocks are found, how a <Directory> path and an Alias line
-// are read, and what a lookup does with its files when it gives up.
+// The line rules shared by the virtual-directory lookups: how a website's
+// <VirtualHost> blocks are found and how an Alias line is read.
 #ifndef QZ_VIRTUAL_DIRECTORY_LOOKUP_H
 #define QZ_VIRTUAL_DIRECTORY_LOOKUP_H
 
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 namespace qz {
-
-// Configuration lines are read as getline(buf, 3000) reads them.
-constexpr size_t kVirtualDirectoryLineLimit = 3000;
 
 // The block state of a website: "<VirtualHost" (12 characters) opens a block;
 // the first "ServerName" (10) of a block decides whether the block is the
@@ -98,12 +93,6 @@ struct AliasLine {
         }
     }
 };
-
-// A lookup that meets a "<Directory" or Alias line it cannot read deletes the
-// manager's scratch file, as the editing operations do when they give up.
-inline void deleteScratch(const char* tempFile) {
-    if (tempFile != nullptr) std::remove(tempFile);
-}
 
 }  // namespace qz
 
