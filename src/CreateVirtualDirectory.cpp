@@ -57,7 +57,7 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
         runPrinted(shellCommand({"chmod", "-R", "705", panelOwner(request.webAdmin), fullPath}));
     }
     sayLine("writing directory entry");
-    writeDirectoryOpening(out, fullPath);
+    out.writeLine(directoryOpening(fullPath));
     if (dir.Options.ExecCGI == '+') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);

@@ -59,7 +59,7 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
     using namespace qz;
     const SDDir& dir = request.dir;
     const bool replacing = placement == Placement::Replacing;
-    writeDirectoryOpening(out, fullPath);
+    out.writeLine(directoryOpening(fullPath));
     if (dir.PerlEnabled == '1') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);
@@ -127,7 +127,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 writeSection(out, request, fullPath, Placement::Replacing);
                 state = OldSection;
             } else {
-                writeDirectoryOpening(out, path);  // written back in the one quoted form
+                out.writeLine(directoryOpening(path));  // written back in the one quoted form
             }
             return 0;
         } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {

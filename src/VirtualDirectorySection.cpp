@@ -15,12 +15,6 @@ bool apacheUsesRequire() {
     return major > 2 || (major > 1 && minor > 3);
 }
 
-void writeDirectoryOpening(OutFile& out, std::string_view path) {
-    out.write("\t<Directory \"");
-    out.write(path);
-    out.writeLine("\">");
-}
-
 void writeAccessLines(OutFile& out, const SDDir& dir, bool requireSyntax) {
     const std::string allow = field(dir.Allow);
     const std::string deny = field(dir.Deny);

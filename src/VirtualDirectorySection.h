@@ -15,9 +15,6 @@ namespace qz {
 // 2.4 or later. A version that cannot be read counts as older.
 bool apacheUsesRequire();
 
-// "\t<Directory \"path\">"
-void writeDirectoryOpening(OutFile& out, std::string_view path);
-
 // The CGI handler line of a section.
 constexpr std::string_view kCgiHandlerLine = "\t\tAddHandler cgi-script cgi pl";
 
