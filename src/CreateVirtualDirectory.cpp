@@ -7,7 +7,6 @@
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
 
-#include <cstring>
 #include <strings.h>
 
 namespace {
@@ -17,14 +16,7 @@ namespace {
 // site root /home/site/shop.test/html gives /home/site/shop.test. The cut is
 // blind; a value shorter than five characters leaves nothing.
 std::string folderOfDocumentRoot(const char* p) {
-    const char* value = qz::afterName(p, 13);
-    std::string root;
-    if (*value == '"') {
-        const char* close = strchr(value + 1, '"');
-        root = close != nullptr ? std::string(value + 1, close) : std::string(value + 1);
-    } else {
-        root = value;
-    }
+    const std::string root = qz::unquoted(qz::afterName(p, 13));
     return root.size() >= 5 ? root.substr(0, root.size() - 5) : std::string();
 }
 

@@ -5,6 +5,7 @@
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 
+#include <algorithm>
 #include <cstring>
 #include <strings.h>
 #include <sys/stat.h>
@@ -16,14 +17,9 @@ namespace {
 // cut to the field's capacity.
 template <size_t N>
 void copyList(const char* list, char (&field)[N]) {
-    size_t length = strlen(list);
-    if (*list == '"') {
-        ++list;
-        const char* close = strchr(list, '"');
-        length = close != nullptr ? static_cast<size_t>(close - list) : strlen(list);
-    }
-    if (length > N - 1) length = N - 1;
-    memcpy(field, list, length);
+    const std::string text = qz::unquoted(list);
+    const size_t length = std::min(text.size(), N - 1);
+    memcpy(field, text.data(), length);
     field[length] = '\0';
 }
 

@@ -83,14 +83,7 @@ struct AliasLine {
             return;
         }
         alias.assign(text, blank);
-        const char* t = skipSpace(blank);
-        if (*t == '"') {
-            ++t;
-            const char* close = std::strchr(t, '"');
-            target = close ? std::string(t, close) : std::string(t);
-        } else {
-            target = t;
-        }
+        target = unquoted(skipSpace(blank));
     }
 };
 

@@ -34,6 +34,15 @@ inline bool readDirectoryPath(const char* p, std::string& path) {
     return directoryPath(p, path) != PathForm::Unterminated;
 }
 
+// A value as the virtual directory operations read it: one that opens with a
+// double quote loses that quote and ends at the next one (or at the end of
+// the line when there is none); any other is taken whole.
+inline std::string unquoted(const char* p) {
+    if (*p != '"') return p;
+    const char* close = std::strchr(p + 1, '"');
+    return close != nullptr ? std::string(p + 1, close) : std::string(p + 1);
+}
+
 // The Options words of a directory section, in the order the Options line
 // lists them, with the record flag ('+', '-' or 0) each one stands for.
 struct OptionWord {
