@@ -1,5 +1,6 @@
-// Looking for Apache's files in a system folder: shared by the init-script
-// and PID-file lookups.
+// Looking for Apache's files: the walk of a system folder shared by the
+// init-script and PID-file lookups, and the modules folder as the LoadModule
+// lines the module operations write name it.
 #ifndef QZ_APACHE_DISCOVERY_H
 #define QZ_APACHE_DISCOVERY_H
 
@@ -29,6 +30,14 @@ std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
     }
     closedir(dir);
     return found;
+}
+
+// The modules folder as a LoadModule line names it: whole when its path holds
+// "/usr/lib", otherwise only its part after the last "/" (a folder under the
+// server root, such as modules).
+inline std::string loadModuleFolder(const std::string& modulesDir) {
+    if (modulesDir.find("/usr/lib") != std::string::npos) return modulesDir;
+    return modulesDir.substr(modulesDir.rfind('/') + 1);
 }
 
 }  // namespace qz

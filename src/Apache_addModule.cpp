@@ -1,6 +1,7 @@
 // ApacheHelper::Apache_addModule: adds a LoadModule line for a module.
 #include "ApacheHelper.h"
 
+#include "ApacheDiscovery.h"
 #include "CQZWebsite.h"
 #include "DirectiveScan.h"
 
@@ -45,9 +46,7 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     ScratchRewrite scratch(apacheConfFile, kAddModule.scratchSuffix);
     if (!scratch.open()) return 2;
 
-    std::string modulePath = CQZWebsite().getApacheModulesDir(apacheConfFile);
-    // Outside /usr/lib the folder is taken relative to the server root.
-    if (modulePath.find("/usr/lib") == std::string::npos) modulePath = modulePath.substr(modulePath.rfind('/') + 1);
+    const std::string modulePath = loadModuleFolder(CQZWebsite().getApacheModulesDir(apacheConfFile));
     const std::string entry = "LoadModule " + moduleName + "_module " + modulePath + "/mod_" + moduleName + ".so";
     sayLine("entry=" + entry);
 
