@@ -1,5 +1,5 @@
-// Looking for Apache's files: the walk of a system folder shared by the
-// init-script and PID-file lookups, and the modules folder as the LoadModule
+// Looking for Apache's files: the walk of a folder shared by the init-script,
+// PID-file and module-file lookups, and the modules folder as the LoadModule
 // lines the module operations write name it.
 #ifndef QZ_APACHE_DISCOVERY_H
 #define QZ_APACHE_DISCOVERY_H
@@ -10,25 +10,36 @@
 
 namespace qz {
 
-// The name of the first entry of `folder`, in directory order, that is
-// neither "." nor "..", can be stat'ed, is not a directory and satisfies
-// `wanted(name)`; "" when none does or the folder does not open.
-template <typename Wanted>
-std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
+// Hands visit(name, folder + "/" + name) every plain entry of `folder`, in
+// directory order: every entry that is neither "." nor "..", can be stat'ed
+// and is not a directory, until visit returns true. False when the folder
+// does not open.
+template <typename Visit>
+bool forEachPlainEntry(const std::string& folder, Visit visit) {
     DIR* dir = opendir(folder.c_str());
-    if (dir == nullptr) return "";
-    std::string found;
+    if (dir == nullptr) return false;
     while (const dirent* entry = readdir(dir)) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
+        const std::string path = folder + "/" + name;
         struct stat st;
-        if (stat((folder + "/" + name).c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
-        if (wanted(name)) {
-            found = name;
-            break;
-        }
+        if (stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
+        if (visit(name, path)) break;
     }
     closedir(dir);
+    return true;
+}
+
+// The name of the first plain entry of `folder` that satisfies
+// `wanted(name)`; "" when none does or the folder does not open.
+template <typename Wanted>
+std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
+    std::string found;
+    forEachPlainEntry(folder, [&](const std::string& name, const std::string&) {
+        if (!wanted(name)) return false;
+        found = name;
+        return true;
+    });
     return found;
 }
 
