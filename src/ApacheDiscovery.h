@@ -1,8 +1,11 @@
 // Looking for Apache's files: the walk of a folder shared by the init-script,
-// PID-file and module-file lookups, and the modules folder as the LoadModule
-// lines the module operations write name it.
+// PID-file and module-file lookups, the server root the module lookups start
+// from, and the modules folder as the LoadModule lines the module operations
+// write name it.
 #ifndef QZ_APACHE_DISCOVERY_H
 #define QZ_APACHE_DISCOVERY_H
+
+#include "CQZWebsite.h"
 
 #include <dirent.h>
 #include <string>
@@ -41,6 +44,14 @@ std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
         return true;
     });
     return found;
+}
+
+// The folder a configuration's relative paths start from: the server root
+// getApacheServerRoot reports or, when it reports none, the configuration's
+// own folder (everything before its last "/"; the whole path without one).
+inline std::string serverRootOrConfFolder(CQZWebsite& website, const std::string& conf) {
+    const std::string root = website.getApacheServerRoot(conf);
+    return root.empty() ? conf.substr(0, conf.rfind('/')) : root;
 }
 
 // The modules folder as a LoadModule line names it: whole when its path holds

@@ -1,6 +1,7 @@
 // CQZWebsite::getApacheModulesDir: the folder Apache loads its modules from.
 #include "CQZWebsite.h"
 
+#include "ApacheDiscovery.h"
 #include "QZCore.h"
 
 #include <dirent.h>
@@ -35,9 +36,7 @@ bool folderOpens(const std::string& folder) {
 }  // namespace
 
 std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
-    std::string serverRoot = getApacheServerRoot(httpdConfFile);
-    // Without a "/" (npos) the whole path is kept.
-    if (serverRoot.empty()) serverRoot = httpdConfFile.substr(0, httpdConfFile.rfind('/'));
+    const std::string serverRoot = qz::serverRootOrConfFolder(*this, httpdConfFile);
 
     std::string result;
     qz::LineReader in(httpdConfFile, 3000);

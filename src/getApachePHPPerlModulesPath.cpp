@@ -23,9 +23,7 @@ bool findModuleFiles(const std::string& folder, const char* suffix, std::string&
 bool CQZWebsite::getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath) {
     perlPath.clear();
     phpPath.clear();
-    std::string base = getApacheServerRoot(httpdConfFile);
-    // Without a "/" (npos) the whole path is kept.
-    if (base.empty()) base = httpdConfFile.substr(0, httpdConfFile.rfind('/'));
+    const std::string base = qz::serverRootOrConfFolder(*this, httpdConfFile);
     // conf.d, when it opens, is the only folder consulted.
     if (!findModuleFiles(base + "/conf.d", ".conf", perlPath, phpPath) &&
         !findModuleFiles(base + "/mods-enabled", ".load", perlPath, phpPath)) {
