@@ -159,6 +159,58 @@ inline const char* valueAfter(const char* p, size_t nameLength) {
 // holds fewer than two.
 bool firstQuoted(const char* line, std::string& text);
 
+// ---- Placing one line at server level ---------------------------------------------
+
+// Follows the server-level lines of a file, those outside <VirtualHost>
+// blocks: a line starting with "<VirtualHost" opens a block and one starting
+// with "</VirtualHost" closes it, and both belong to the block.
+struct ServerLevel {
+    // Examines one line (after its leading white space); true when it is at
+    // server level.
+    bool at(const char* p) {
+        if (startsWithNoCase(p, "<VirtualHost")) {
+            inHost = true;
+        } else if (startsWithNoCase(p, "</VirtualHost")) {
+            inHost = false;
+        } else {
+            return !inHost;
+        }
+        return false;
+    }
+
+    bool inHost = false;
+};
+
+// Copies `in` into the scratch file as `plan` reads it, with `entry` written
+// before the first line that accept(p) takes (p: the line after its leading
+// white space), or after it when `before` is false, printing `progress` then
+// unless it is null; once a line is taken, accept sees no more lines. The copy
+// is then moved over the file, or deleted when no line was taken. True when
+// the entry went in.
+template <class Accept>
+bool copyPlacing(LineReader& in, ScratchRewrite& scratch, const FilePlan& plan, const std::string& entry,
+                 bool before, const char* progress, Accept&& accept) {
+    bool placed = false;
+    scanLines(in, plan, [&](LineReader& line) {
+        const bool here = !placed && accept(skipSpace(line.c_str()));
+        if (here) {
+            if (progress != nullptr) sayLine(progress);
+            placed = true;
+            if (before) scratch.writeLine(entry);
+        }
+        scratch.writeLine(line.view());
+        if (here && !before) scratch.writeLine(entry);
+        return Next::Line;
+    });
+    in.close();
+    if (!placed) {
+        scratch.discard();
+        return false;
+    }
+    scratch.commit();
+    return true;
+}
+
 // ---- Finding one domain's block, prefix form ----------------------------------
 
 // "<VirtualHost" over 12 characters opens a block (optionally not the bare
