@@ -24,15 +24,6 @@ void skipVirtualHost(LineReader& in, size_t limit) {
     }
 }
 
-bool firstQuoted(const char* line, std::string& text) {
-    const char* open = strchr(line, '"');
-    if (open == nullptr) return false;
-    const char* close = strchr(open + 1, '"');
-    if (close == nullptr) return false;
-    text.assign(open + 1, close);
-    return true;
-}
-
 LineKind lineKind(const char* p, const BlockForm& form) {
     if (startsWithNoCase(p, "<VirtualHost")) {
         if (form.bareOpeningCounts || !startsWithNoCase(p, "<VirtualHost>")) return LineKind::Opening;

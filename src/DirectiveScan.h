@@ -155,10 +155,6 @@ inline const char* valueAfter(const char* p, size_t nameLength) {
     return skipSpace(q);
 }
 
-// The text between the first two double quotes of `line`; false when it
-// holds fewer than two.
-bool firstQuoted(const char* line, std::string& text);
-
 // ---- Placing one line at server level ---------------------------------------------
 
 // Follows the server-level lines of a file, those outside <VirtualHost>

@@ -130,6 +130,17 @@ inline bool serverNameIs(const char* p, const std::string& domain) {
     return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
 }
 
+// The text between the first two double quotes of `line`, into `text`; false,
+// with `text` left as it was, when the line holds fewer than two.
+inline bool firstQuoted(const char* line, std::string& text) {
+    const char* open = strchr(line, '"');
+    if (open == nullptr) return false;
+    const char* close = strchr(open + 1, '"');
+    if (close == nullptr) return false;
+    text.assign(open + 1, close);
+    return true;
+}
+
 // A line (given after its leading white space) cut at its first blank (a tab
 // does not separate) into its first word and the rest after white space.
 struct WordLine {
