@@ -93,8 +93,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
         out.writeLine(in.view());
     }
     in.close();
-    if (!done) return 96;
-    rewrite.commit();
+    if (done) rewrite.commit();
     return 96;
 }
 
