@@ -1,6 +1,7 @@
 // The line scan shared by the directive toolkit (ApacheHelper): how each
-// primitive reads its file, the backup and scratch files it uses, and the two
-// ways of finding one domain's <VirtualHost> block.
+// primitive reads its file, the backup and scratch files it uses, placing one
+// line at server level, the two ways of finding one domain's <VirtualHost>
+// block, and the edits made at that block's ends.
 #ifndef QZ_DIRECTIVE_SCAN_H
 #define QZ_DIRECTIVE_SCAN_H
 
