@@ -1,14 +1,16 @@
 // Websites: the <VirtualHost> blocks of one Apache configuration file, and
 // their script handlers.
 //
-// Every editing operation copies HttpdConfFile line by line into TEMPFILE,
-// changing it on the way, then runs "mv TEMPFILE HttpdConfFile" through the
-// shell. Operations return small result numbers: 21 HttpdConfFile is empty,
-// 22 it cannot be opened, 23 TEMPFILE cannot be opened, and a success number
-// per operation (see each declaration). The website operations first report
-// their name and arguments to TrackManager; each declaration says whether it
-// does, and how long a line it reads (most read up to 2999 characters, and a
-// longer line ends the scan there).
+// The editing operations copy HttpdConfFile line by line into a scratch file,
+// changing it on the way, then run "mv <scratch file> HttpdConfFile" through
+// the shell. The scratch file is TEMPFILE unless the declaration names
+// another; the host-header operations edit through ApacheHelper. Operations
+// return small result numbers: unless the declaration says otherwise, 21
+// HttpdConfFile is empty, 22 it cannot be opened, 23 the scratch file cannot
+// be opened, and a success number per operation (see each declaration). The
+// website operations first report their name and arguments to TrackManager;
+// each declaration says whether it does, and how long a line it reads (most
+// read up to 2999 characters, and a longer line ends the scan there).
 //
 // Construction:
 //   CQZWebsite()                   nothing set; every pointer member is null.

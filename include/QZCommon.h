@@ -35,7 +35,9 @@ QZ_EXPORT bool RemoveDir(const char* DName);
 // True when /etc/CloudLinux-release exists.
 QZ_EXPORT bool ISCloudLinux();
 
-// Highest LVEId number in the file, 0 when none.
+// Highest "LVEId <number>" in the file, commented-out lines (a stopped site)
+// included; 0 when there is none or the file cannot be read. Numbers of
+// INT_MAX and above are passed over.
 QZ_EXPORT int ExtractHighestLVEid(std::string httpdConfFile);
 
 // Set for the life of the process once website creation writes or finds a

@@ -1,7 +1,11 @@
-// Looking for Apache's files in a system folder: shared by the init-script
-// and PID-file lookups.
+// Looking for Apache's files: the walk of a folder shared by the init-script,
+// PID-file and module-file lookups, the server root the module lookups start
+// from, and the modules folder as the LoadModule lines the module operations
+// write name it.
 #ifndef QZ_APACHE_DISCOVERY_H
 #define QZ_APACHE_DISCOVERY_H
+
+#include "CQZWebsite.h"
 
 #include <dirent.h>
 #include <string>
@@ -9,26 +13,53 @@
 
 namespace qz {
 
-// The name of the first entry of `folder`, in directory order, that is
-// neither "." nor "..", can be stat'ed, is not a directory and satisfies
-// `wanted(name)`; "" when none does or the folder does not open.
-template <typename Wanted>
-std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
+// Hands visit(name, folder + "/" + name) every plain entry of `folder`, in
+// directory order: every entry that is neither "." nor "..", can be stat'ed
+// and is not a directory, until visit returns true. False when the folder
+// does not open.
+template <typename Visit>
+bool forEachPlainEntry(const std::string& folder, Visit visit) {
     DIR* dir = opendir(folder.c_str());
-    if (dir == nullptr) return "";
-    std::string found;
+    if (dir == nullptr) return false;
     while (const dirent* entry = readdir(dir)) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
+        const std::string path = folder + "/" + name;
         struct stat st;
-        if (stat((folder + "/" + name).c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
-        if (wanted(name)) {
-            found = name;
-            break;
-        }
+        if (stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
+        if (visit(name, path)) break;
     }
     closedir(dir);
+    return true;
+}
+
+// The name of the first plain entry of `folder` that satisfies
+// `wanted(name)`; "" when none does or the folder does not open.
+template <typename Wanted>
+std::string firstPlainEntry(const std::string& folder, Wanted wanted) {
+    std::string found;
+    forEachPlainEntry(folder, [&](const std::string& name, const std::string&) {
+        if (!wanted(name)) return false;
+        found = name;
+        return true;
+    });
     return found;
+}
+
+// The folder a configuration's relative paths start from: the server root
+// getApacheServerRoot reports or, when it reports none, the configuration's
+// own folder (everything before its last "/"; the whole path without one).
+inline std::string serverRootOrConfFolder(CQZWebsite& website, const std::string& conf) {
+    const std::string root = website.getApacheServerRoot(conf);
+    return root.empty() ? conf.substr(0, conf.rfind('/')) : root;
+}
+
+// The modules folder as a LoadModule line names it: whole when its path holds
+// "/usr/lib", otherwise only its part after the last "/" (a folder under the
+// server root, such as modules).
+inline std::string loadModuleFolder(const std::string& modulesDir) {
+    if (modulesDir.find("/usr/lib") != std::string::npos) return modulesDir;
+    return modulesDir.substr(modulesDir.rfind('/') + 1);
 }
 
 }  // namespace qz

@@ -25,31 +25,10 @@ int writeByReference(const std::string& file, const std::string& entry, const st
     ScratchRewrite scratch(file, kWriteDirective.scratchSuffix);
     if (!scratch.open()) return 2;
 
-    bool inHost = false;
-    bool placed = false;
-    scanLines(in, kWriteDirective, [&](LineReader& line) {
-        const char* p = skipSpace(line.c_str());
-        if (startsWithNoCase(p, "<VirtualHost")) {
-            inHost = true;
-        } else if (startsWithNoCase(p, "</VirtualHost")) {
-            inHost = false;
-        } else if (!inHost && !placed && startsWithNoCase(p, reference)) {
-            placed = true;
-            if (beforeReference) scratch.writeLine(entry);
-            scratch.writeLine(line.view());
-            if (!beforeReference) scratch.writeLine(entry);
-            return Next::Line;
-        }
-        scratch.writeLine(line.view());
-        return Next::Line;
-    });
-    in.close();
-    if (!placed) {
-        scratch.discard();
-        return -1;
-    }
-    scratch.commit();
-    return 0;
+    ServerLevel level;
+    const bool placed = copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
+                                    [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); });
+    return placed ? 0 : -1;
 }
 
 // Second pass: `entry` goes before line number `lineCount` (1 for the first

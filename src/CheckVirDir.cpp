@@ -15,7 +15,7 @@ char CQZVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
     qz::trackMethod(TrackManager, "CheckVirDir", {domain, dirName}, {"ObjDDir->DomainName", "ObjDDir->DirName"});
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (int failed = qz::lookupUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
     qz::WebsiteBlocks blocks(domain);
     char result = 'X';  // no such alias
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {

@@ -2,13 +2,11 @@
 // a folder to every <VirtualHost> block of a website.
 #include "CQZVirtualDirectory.h"
 
-#include "DirectiveScan.h"
 #include "QZCommon.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
 
-#include <cstring>
 #include <strings.h>
 
 namespace {
@@ -18,14 +16,7 @@ namespace {
 // site root /home/site/shop.test/html gives /home/site/shop.test. The cut is
 // blind; a value shorter than five characters leaves nothing.
 std::string folderOfDocumentRoot(const char* p) {
-    const char* value = qz::afterName(p, 13);
-    std::string root;
-    if (*value == '"') {
-        const char* close = strchr(value + 1, '"');
-        root = close != nullptr ? std::string(value + 1, close) : std::string(value + 1);
-    } else {
-        root = value;
-    }
+    const std::string root = qz::unquoted(qz::afterName(p, 13));
     return root.size() >= 5 ? root.substr(0, root.size() - 5) : std::string();
 }
 
@@ -58,7 +49,7 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
         runPrinted(shellCommand({"chmod", "-R", "705", panelOwner(request.webAdmin), fullPath}));
     }
     sayLine("writing directory entry");
-    writeDirectoryOpening(out, fullPath);
+    out.writeLine(directoryOpening(fullPath));
     if (dir.Options.ExecCGI == '+') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);
@@ -93,9 +84,8 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny"});
     sayLine("Anonymous=" + std::string(1, dir.AnonAccess));
 
-    if (isEmpty(HttpdConfFile)) return 21;
-    LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) return 22;
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
+    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
@@ -110,7 +100,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // ServerName; 2: in a block of the site.
     int flag = 0;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, TEMPFILE, 'S', [&](const LineReader& line, const char* p) -> char {
+    return rewriteConfiguration(in, rewrite, 'S', [&](const LineReader& line, const char* p) -> char {
         const bool closing = startsWithNoCase(p, "</VirtualHost");
         if (closing && flag == 2 && AdminFlag == 0) {
             writeSection(out, request, fullPath);

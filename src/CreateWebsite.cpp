@@ -5,8 +5,8 @@
 #include "QZCore.h"
 #include "WebsiteEntry.h"
 
+#include <cstring>
 #include <pwd.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -133,11 +133,11 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
         const char* p = qz::skipSpace(line);
 
         if (qz::startsWithNoCase(p, "NameVirtualHost")) {
-            if (isOwnNameVirtualHost(qz::skipSpace(qz::advance(p, 15)), site)) hasNameVirtualHost = true;
+            if (isOwnNameVirtualHost(qz::afterName(p, 15), site)) hasNameVirtualHost = true;
         } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (strcasecmp(qz::skipSpace(qz::advance(p, 11)), site.puny.c_str()) == 0) return 92;
+            if (qz::serverNameIs(p, site.puny)) return 92;
         } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
-                   strncmp(qz::skipSpace(qz::advance(p, 12)), site.ip.c_str(), site.ip.size()) == 0) {
+                   strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
             // The address's own block: read on to its ServerName. A block held
             // by another site refuses the address; the address's placeholder
             // block takes the new site right after its ServerName line. The
@@ -148,7 +148,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                 const char* q = qz::skipSpace(in.c_str());
                 if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
                 if (!qz::startsWithNoCase(q, "ServerName")) continue;
-                if (strncmp(qz::skipSpace(qz::advance(q, 11)), site.ip.c_str(), site.ip.size()) != 0) return 92;
+                if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0) return 92;
                 if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));
                 hasNameVirtualHost = true;
                 out.write(qz::websiteEntry(v, HttpdConfFile));

@@ -3,7 +3,7 @@
 #include "CQZVirtualDirectory.h"
 
 #include "QZCore.h"
-#include "VirtualDirectoryLookup.h"
+#include "VirtualDirectoryScan.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,52 +22,33 @@ bool openableForUpdate(const char* path) {
 }  // namespace
 
 char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
-    const std::string wanted = qz::str(pDDir);
-    qz::trackMethod(TrackManager, "DeleteVirtualDirectory", {wanted}, {"pDDir"});
+    using namespace qz;
+    const std::string wanted = str(pDDir);
+    trackMethod(TrackManager, "DeleteVirtualDirectory", {wanted}, {"pDDir"});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
-    qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (!in.isOpen() || !openableForUpdate(HttpdConfFile)) return 22;
-    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
+    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
+    if (!openableForUpdate(HttpdConfFile)) return 22;
+    Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) return 23;
-    qz::OutFile& out = rewrite.out();
+    OutFile& out = rewrite.out();
 
     bool inSection = false;
     std::string path;
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (line[0] == '#') {
-            out.writeLine(in.view());
-            continue;
-        }
-        const char* p = qz::skipSpace(line);
-        if (qz::startsWithNoCase(p, "<Directory")) {
-            if (!qz::readDirectoryPath(p, path)) {
-                rewrite.out().close();
-                qz::deleteScratch(TEMPFILE);
-                return 1;
-            }
+    // A "<Directory" path without its closing quote gives up with 1.
+    return rewriteConfiguration(in, rewrite, 'U', [&](const LineReader& line, const char* p) -> char {
+        if (startsWithNoCase(p, "<Directory")) {
+            if (!readDirectoryPath(p, path)) return 1;
             // The path is compared exactly, letter case included.
             if (path == wanted)
                 inSection = true;
             else
-                out.writeLine("\t<Directory \"" + path + "\">");
+                out.writeLine(directoryOpening(path));
         } else if (inSection) {
-            if (qz::startsWithNoCase(p, "</Directory")) inSection = false;
-        } else if (!in.empty()) {
-            out.writeLine(in.view());
+            if (startsWithNoCase(p, "</Directory")) inSection = false;
+        } else if (!line.empty()) {
+            out.writeLine(line.view());
         }
-    }
-    // A line over the limit fails the stream, and a loop until end of file
-    // would then read on forever. Moving the copy made so far would lose the
-    // rest of the configuration, so the configuration stays as it is and the
-    // copy is deleted.
-    if (in.tooLong()) {
-        rewrite.out().close();
-        qz::deleteScratch(TEMPFILE);
-        return 22;
-    }
-    in.close();
-    rewrite.commit();
-    return 'U';
+        return 0;
+    });
 }

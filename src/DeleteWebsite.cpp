@@ -3,8 +3,6 @@
 
 #include "QZCore.h"
 
-#include <strings.h>
-
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     const std::string domain = qz::str(pDName);
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
@@ -39,7 +37,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
         } else if (open && qz::startsWithNoCase(p, "ServerName")) {
             held.append(line);
             held += '\n';
-            found = strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0;
+            found = qz::serverNameIs(p, domain);
         } else if (open && qz::startsWithNoCase(p, "</VirtualHost>")) {
             open = false;
             held.append(line);

@@ -9,11 +9,6 @@ void makeBackup(const std::string& file, const FilePlan& plan) {
     if (plan.backupSuffix != nullptr) runShell(shellCommand({"cp", file, file + plan.backupSuffix}));
 }
 
-void ScratchRewrite::discard() {
-    rewrite_.out().close();
-    std::remove(scratch_.c_str());
-}
-
 bool appendLine(const std::string& file, std::string_view text) {
     FILE* f = fopen(file.c_str(), "ae");
     if (f == nullptr) return false;
@@ -29,15 +24,6 @@ void skipVirtualHost(LineReader& in, size_t limit) {
     }
 }
 
-bool firstQuoted(const char* line, std::string& text) {
-    const char* open = strchr(line, '"');
-    if (open == nullptr) return false;
-    const char* close = strchr(open + 1, '"');
-    if (close == nullptr) return false;
-    text.assign(open + 1, close);
-    return true;
-}
-
 LineKind lineKind(const char* p, const BlockForm& form) {
     if (startsWithNoCase(p, "<VirtualHost")) {
         if (form.bareOpeningCounts || !startsWithNoCase(p, "<VirtualHost>")) return LineKind::Opening;
@@ -46,10 +32,6 @@ LineKind lineKind(const char* p, const BlockForm& form) {
     if (startsWithNoCase(p, std::string_view("</VirtualHost>", form.closingLength))) return LineKind::Closing;
     if (startsWithNoCase(p, "ServerName")) return LineKind::ServerName;
     return LineKind::Other;
-}
-
-bool serverNameIs(const char* p, const std::string& domain) {
-    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
 }
 
 bool DomainBlockScan::examine(const char* p) {
@@ -72,20 +54,15 @@ bool DomainBlockScan::examine(const char* p) {
 
 const char* WordBlockScan::ifModuleInDomain(const char* p) {
     if (isComment(p)) return nullptr;
-    const char* space = strchr(p, ' ');
-    const std::string_view word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
-    const char* rest = space ? skipSpace(space + 1) : p + word.size();
-    auto is = [&word](std::string_view keyword) {
-        return word.size() == keyword.size() && startsWithNoCase(word.data(), keyword);
-    };
-    if (is("<VirtualHost")) {
+    const WordLine w(p);
+    if (w.is("<VirtualHost")) {
         inHost = true;
-    } else if (is("</VirtualHost>")) {
+    } else if (w.is("</VirtualHost>")) {
         inHost = inDomain = false;
-    } else if (is("ServerName")) {
-        if (inHost) inDomain = strcasecmp(rest, domain.c_str()) == 0;
-    } else if (is("<IfModule") && inDomain) {
-        return rest;
+    } else if (w.is("ServerName")) {
+        if (inHost) inDomain = strcasecmp(w.rest, domain.c_str()) == 0;
+    } else if (w.is("<IfModule") && inDomain) {
+        return w.rest;
     }
     return nullptr;
 }

@@ -1,6 +1,7 @@
 // The line scan shared by the directive toolkit (ApacheHelper): how each
-// primitive reads its file, the backup and scratch files it uses, and the two
-// ways of finding one domain's <VirtualHost> block.
+// primitive reads its file, the backup and scratch files it uses, placing one
+// line at server level, the two ways of finding one domain's <VirtualHost>
+// block, and the edits made at that block's ends.
 #ifndef QZ_DIRECTIVE_SCAN_H
 #define QZ_DIRECTIVE_SCAN_H
 
@@ -84,18 +85,16 @@ void makeBackup(const std::string& file, const FilePlan& plan);
 // moved over the file ("mv scratch file") or deleted.
 class ScratchRewrite {
 public:
-    ScratchRewrite(const std::string& file, const char* scratchSuffix)
-        : scratch_(file + scratchSuffix), rewrite_(scratch_, file) {}
+    ScratchRewrite(const std::string& file, const char* scratchSuffix) : rewrite_(file + scratchSuffix, file) {}
 
     bool open() { return rewrite_.open(); }
     OutFile& out() { return rewrite_.out(); }
     void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
     void commit() { rewrite_.commit(); }
     // Closes and deletes the scratch file; the file stays as it was.
-    void discard();
+    void discard() { rewrite_.discard(); }
 
 private:
-    std::string scratch_;
     Rewrite rewrite_;
 };
 
@@ -145,9 +144,6 @@ void skipVirtualHost(LineReader& in, size_t limit);
 // A comment line: '#' is its first character after the leading white space.
 inline bool isComment(const char* afterSpace) { return *afterSpace == '#'; }
 
-// The text after a keyword of known length and the white space after it.
-inline const char* afterName(const char* p, size_t nameLength) { return skipSpace(advance(p, nameLength)); }
-
 // The value of a directive line whose name matched `nameLength` characters:
 // what follows the rest of the name as written in the file (Listen matches
 // "ListenBacklog 511", whose value is 511) and the white space after it. A
@@ -160,9 +156,57 @@ inline const char* valueAfter(const char* p, size_t nameLength) {
     return skipSpace(q);
 }
 
-// The text between the first two double quotes of `line`; false when it
-// holds fewer than two.
-bool firstQuoted(const char* line, std::string& text);
+// ---- Placing one line at server level ---------------------------------------------
+
+// Follows the server-level lines of a file, those outside <VirtualHost>
+// blocks: a line starting with "<VirtualHost" opens a block and one starting
+// with "</VirtualHost" closes it, and both belong to the block.
+struct ServerLevel {
+    // Examines one line (after its leading white space); true when it is at
+    // server level.
+    bool at(const char* p) {
+        if (startsWithNoCase(p, "<VirtualHost")) {
+            inHost = true;
+        } else if (startsWithNoCase(p, "</VirtualHost")) {
+            inHost = false;
+        } else {
+            return !inHost;
+        }
+        return false;
+    }
+
+    bool inHost = false;
+};
+
+// Copies `in` into the scratch file as `plan` reads it, with `entry` written
+// before the first line that accept(p) takes (p: the line after its leading
+// white space), or after it when `before` is false, printing `progress` then
+// unless it is null; once a line is taken, accept sees no more lines. The copy
+// is then moved over the file, or deleted when no line was taken. True when
+// the entry went in.
+template <class Accept>
+bool copyPlacing(LineReader& in, ScratchRewrite& scratch, const FilePlan& plan, const std::string& entry,
+                 bool before, const char* progress, Accept&& accept) {
+    bool placed = false;
+    scanLines(in, plan, [&](LineReader& line) {
+        const bool here = !placed && accept(skipSpace(line.c_str()));
+        if (here) {
+            if (progress != nullptr) sayLine(progress);
+            placed = true;
+            if (before) scratch.writeLine(entry);
+        }
+        scratch.writeLine(line.view());
+        if (here && !before) scratch.writeLine(entry);
+        return Next::Line;
+    });
+    in.close();
+    if (!placed) {
+        scratch.discard();
+        return false;
+    }
+    scratch.commit();
+    return true;
+}
 
 // ---- Finding one domain's block, prefix form ----------------------------------
 
@@ -185,10 +229,6 @@ constexpr BlockForm kPortForm{false, 13};    // changing the address and port
 
 // The kind of a line given after its leading white space.
 LineKind lineKind(const char* p, const BlockForm& form);
-
-// Whether the ServerName line at `p` (after its leading white space) names
-// the domain.
-bool serverNameIs(const char* p, const std::string& domain);
 
 // The block state of the read and update primitives: any ServerName line of
 // an open block decides whether it is the domain's; closing clears both.

@@ -15,7 +15,7 @@ char CQZVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
     qz::trackMethod(TrackManager, "GetVirtualDirectoryinfo", {DomainName, DirPath}, {"DomainName", "DirPath"});
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (int failed = qz::lookupUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
     qz::WebsiteBlocks blocks(DomainName);
     int hits = 0;
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {

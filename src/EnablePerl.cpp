@@ -2,23 +2,18 @@
 // document root.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
 #include "PerlHandler.h"
 
 int CQZWebsite::EnablePerl(std::string szDomainName) {
     qz::trackMethod(TrackManager, "EnablePerl", {szDomainName}, {"szDomainName"});
-    if (qz::isEmpty(HttpdConfFile)) return 21;
-    std::string documentRoot;
-    ApacheHelper().Apache_getDirectiveInVH(HttpdConfFile, szDomainName, "DocumentRoot", documentRoot, true);
-    qz::PerlSiteScan scan(szDomainName, documentRoot);
-    return qz::rewriteWords(HttpdConfFile, qz::sysPath(qz::kPerlScratch), qz::kPerlLineLimit,
-                            [&](const qz::WordLine& w, std::string_view line, qz::OutFile& out) {
+    return qz::rewritePerlSite(HttpdConfFile, szDomainName, [](qz::PerlSiteScan& scan, const qz::WordLine& w,
+                                                               std::string_view line, qz::OutFile& out) {
         out.writeLine(line);
         // Only the site's first such block; a line already there is not
         // looked for, so enabling twice writes it twice.
         if (scan.rootDirectory(w)) {
             out.writeLine("\t\tAddHandler cgi-script cgi pl");
-            qz::sayLine("AddHandler cgi-script cgi pl added for " + documentRoot);
+            qz::sayLine("AddHandler cgi-script cgi pl added for " + scan.documentRoot);
             scan.site = false;
         }
     });

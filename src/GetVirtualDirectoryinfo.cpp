@@ -2,11 +2,10 @@
 // section of a website back into the record.
 #include "CQZVirtualDirectory.h"
 
-#include "DirectiveScan.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <strings.h>
 #include <sys/stat.h>
@@ -18,14 +17,9 @@ namespace {
 // cut to the field's capacity.
 template <size_t N>
 void copyList(const char* list, char (&field)[N]) {
-    size_t length = strlen(list);
-    if (*list == '"') {
-        ++list;
-        const char* close = strchr(list, '"');
-        length = close != nullptr ? static_cast<size_t>(close - list) : strlen(list);
-    }
-    if (length > N - 1) length = N - 1;
-    memcpy(field, list, length);
+    const std::string text = qz::unquoted(list);
+    const size_t length = std::min(text.size(), N - 1);
+    memcpy(field, text.data(), length);
     field[length] = '\0';
 }
 
@@ -89,9 +83,8 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     trackMethod(TrackManager, "GetVirtualDirectoryinfo", {domain, dirPath},
                 {"ObjDDir->DomainName", "ObjDDir->DirPath"});
 
-    if (isEmpty(HttpdConfFile)) return 21;
-    LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) return 22;
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
+    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
 
     // 0: outside a block or in another site's; 1: in a block before its
     // ServerName; 2: in a block of the site.
@@ -120,7 +113,7 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
                 // The shared scan's way out: the scratch file goes, although
                 // this operation never writes one.
                 in.close();
-                if (TEMPFILE != nullptr) std::remove(TEMPFILE);
+                deleteScratch(TEMPFILE);
                 return 1;
             }
             if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;

@@ -4,7 +4,6 @@
 #include "QZCore.h"
 
 #include <cstring>
-#include <strings.h>
 #include <sys/stat.h>
 
 namespace {
@@ -56,7 +55,7 @@ std::string documentRoot(const char* raw) {
         const char* close = strchr(open + 1, '"');
         return close ? std::string(open + 1, close) : std::string(open + 1);
     }
-    return qz::skipSpace(qz::advance(raw, 12));
+    return qz::afterName(raw, 12);
 }
 
 }  // namespace
@@ -89,7 +88,7 @@ char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
         if (state == Outside) continue;
 
         if (qz::startsWithNoCase(p, "ServerName")) {
-            if (strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0) {
+            if (qz::serverNameIs(p, domain)) {
                 state = SiteBlock;
             } else {
                 state = Outside;

@@ -10,12 +10,6 @@ std::string_view handlerForm(std::string_view line) {
     return line;
 }
 
-WordLine::WordLine(const char* p) {
-    const char* space = strchr(p, ' ');
-    word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
-    rest = space ? skipSpace(space + 1) : p + word.size();
-}
-
 std::string siteFolder(const std::string& documentRoot, const std::string& domain) {
     const size_t at = domain.empty() ? std::string::npos : documentRoot.find(domain);
     if (at == std::string::npos) return "";

@@ -1,7 +1,7 @@
 // The line rules shared by the script-handler operations (PHP module,
-// FastCGI, Perl CGI): the blank-then-tab indentation cut, the first-word split
-// of the word scans, the insertion after a site's CustomLog line and the site
-// folder derived from a document root.
+// FastCGI, Perl CGI): the blank-then-tab indentation cut, the copy of the
+// word scans, the insertion after a site's CustomLog line and the site folder
+// derived from a document root.
 #ifndef QZ_HANDLER_SCAN_H
 #define QZ_HANDLER_SCAN_H
 
@@ -22,20 +22,6 @@ std::string_view handlerForm(std::string_view line);
 inline bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
-
-// A line (given after its leading white space) cut at its first blank (a tab
-// does not separate) into its first word and the rest after white space.
-struct WordLine {
-    explicit WordLine(const char* p);
-
-    // The first word equals `keyword` in full, ignoring case.
-    bool is(std::string_view keyword) const {
-        return word.size() == keyword.size() && startsWithNoCase(word.data(), keyword);
-    }
-
-    std::string_view word;
-    const char* rest;
-};
 
 // The copy of a word scan: the configuration `conf` is read with the getline
 // limit `limit`, its empty lines are dropped and its comment lines copied;
@@ -107,8 +93,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
         out.writeLine(in.view());
     }
     in.close();
-    if (!done) return 96;
-    rewrite.commit();
+    if (done) rewrite.commit();
     return 96;
 }
 

@@ -28,7 +28,10 @@ void rewriteRedirectAliases(const std::string& domain,
     OutFile out;
     out.open(temp.c_str());
     LineReader in(file, 0);
-    while (in.isOpen() && in.nextUntilEof()) out.writeLine(isAliasLine(in.view()) ? change(in.view(), layout) : std::string(in.view()));
+    while (in.isOpen() && in.nextUntilEof()) {
+        const std::string_view line = in.view();
+        out.writeLine(isAliasLine(line) ? change(line, layout) : std::string(line));
+    }
     in.close();
     out.close();
     std::remove(file.c_str());

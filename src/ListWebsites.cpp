@@ -24,10 +24,10 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
         if (qz::startsWithNoCase(p, "ServerRoot")) {
             // The value loses its first and last characters: the quotes of
             // a quoted value, or two letters of an unquoted one.
-            std::string_view value = qz::skipSpace(qz::advance(p, 11));
+            std::string_view value = qz::afterName(p, 11);
             serverRoot = value.size() >= 2 ? std::string(value.substr(1, value.size() - 2)) : std::string();
         } else if (qz::startsWithNoCase(p, "Include")) {
-            includes.emplace_back(qz::skipSpace(qz::advance(p, 7)));
+            includes.emplace_back(qz::afterName(p, 7));
         }
     }
     in.close();

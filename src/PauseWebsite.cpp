@@ -1,6 +1,4 @@
-// CQZWebsite::PauseWebsite and ContinueWebsite: kept in the interface; they do nothing.
+// CQZWebsite::PauseWebsite: kept in the interface; it does nothing.
 #include "CQZWebsite.h"
 
 char CQZWebsite::PauseWebsite(const char* /*Name*/) { return 0; }
-
-char CQZWebsite::ContinueWebsite(const char* /*Name*/) { return 0; }

@@ -1,7 +1,5 @@
 #include "PerlHandler.h"
 
-#include "DirectiveScan.h"
-
 #include <strings.h>
 
 namespace qz {

@@ -1,11 +1,13 @@
-// The scan shared by EnablePerl and DisablePerl: the site's <VirtualHost>
-// state and the <Directory "..."> line of its document root.
+// The scan and the rewrite shared by EnablePerl and DisablePerl: the site's
+// <VirtualHost> state and the <Directory "..."> line of its document root.
 #ifndef QZ_PERL_HANDLER_H
 #define QZ_PERL_HANDLER_H
 
+#include "ApacheHelper.h"
 #include "HandlerScan.h"
 
 #include <string>
+#include <string_view>
 
 namespace qz {
 
@@ -27,6 +29,22 @@ struct PerlSiteScan {
     bool inHost = false;
     bool site = false;
 };
+
+// The rewrite of both operations: 21 when no configuration is named; else the
+// site's DocumentRoot is read (Apache_getDirectiveInVH, quoted) and the
+// configuration copied through the scratch file /etc/tempapa1 by
+// rewriteWords, with lines of up to 2046 characters, and body(scan, w, line,
+// out) handed every line that is neither empty nor a comment, `scan`
+// following the site.
+template <class Body>
+int rewritePerlSite(const char* httpdConfFile, const std::string& domain, Body&& body) {
+    if (isEmpty(httpdConfFile)) return 21;
+    std::string documentRoot;
+    ApacheHelper().Apache_getDirectiveInVH(httpdConfFile, domain, "DocumentRoot", documentRoot, true);
+    PerlSiteScan scan(domain, documentRoot);
+    return rewriteWords(httpdConfFile, sysPath(kPerlScratch), kPerlLineLimit,
+                        [&](const WordLine& w, std::string_view line, OutFile& out) { body(scan, w, line, out); });
+}
 
 }  // namespace qz
 

@@ -1,6 +1,7 @@
 // CQZWebsite::Php_addModule: adds the LoadModule line of the PHP module.
 #include "CQZWebsite.h"
 
+#include "ApacheDiscovery.h"
 #include "QZCore.h"
 
 #include <cstdio>
@@ -47,16 +48,14 @@ int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName
     qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
     const std::string scratch = qz::str(TEMPFILE);
 
-    // Built in each pass: the modules folder whole when its path holds
-    // "/usr/lib", otherwise only its part after the last "/" (a folder under
-    // the server root, such as modules); and the module's name from its "php"
-    // to its first "." (php5 for libphp5.so).
+    // Built in each pass: the modules folder as a LoadModule line names it,
+    // and the module's name from its "php" to its first "." (php5 for
+    // libphp5.so).
     // A file name without "php" names no PHP module: it is placed nowhere,
     // as when the configuration has no place for it (4).
     const size_t php = moduleName.find("php");
     auto entry = [&]() {
-        std::string modulePath = getApacheModulesDir(apacheConfFile);
-        if (modulePath.find("/usr/lib") == std::string::npos) modulePath = modulePath.substr(modulePath.rfind('/') + 1);
+        const std::string modulePath = qz::loadModuleFolder(getApacheModulesDir(apacheConfFile));
         if (php == std::string::npos) return std::string();
         const size_t dot = moduleName.find('.');
         const size_t length = dot == std::string::npos || dot < php ? std::string::npos : dot - php;

@@ -43,12 +43,6 @@ struct PrivateFolderFiles {
     }
 };
 
-// A password as the command line writes it: in single quotes, each quote of
-// its own escaped, so that the shell passes it whole and runs nothing from it.
-inline std::string quotedPassword(const std::string& password) {
-    return "'" + shellQuotedBody(password) + "'";
-}
-
 // The parameter-file separator and comment characters of ".htaccess".
 constexpr char kDirectiveSeparator = ' ';
 constexpr char kDirectiveComment = '#';

@@ -45,10 +45,10 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     line_[0] = '\0';
 }
 
-int configurationUnreadable(const char* httpdConfFile, const LineReader& in) {
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
     if (isEmpty(httpdConfFile)) return 21;
     if (in.isOpen()) return 0;
-    sayLine("Error while opening HttpdConfFile");
+    if (message != nullptr) sayLine(message);
     return 22;
 }
 
@@ -226,7 +226,7 @@ std::string shellWord(std::string_view arg) {
         }
     }
     if (plain) return std::string(arg);
-    return "'" + shellQuotedBody(arg) + "'";
+    return shellQuoted(arg);
 }
 
 std::string shellQuotedBody(std::string_view text) {
@@ -240,6 +240,8 @@ std::string shellQuotedBody(std::string_view text) {
     }
     return out;
 }
+
+std::string shellQuoted(std::string_view text) { return "'" + shellQuotedBody(text) + "'"; }
 
 std::string shellCommand(std::initializer_list<std::string_view> words) {
     std::string line;
@@ -280,6 +282,11 @@ int ShellPipe::close() {
 void Rewrite::commit() {
     out_.close();
     runShell(shellCommand({"mv", scratch_, target_}));
+}
+
+void Rewrite::discard() {
+    out_.close();
+    std::remove(scratch_.c_str());
 }
 
 // ---- Owned buffers ---------------------------------------------------------

@@ -92,10 +92,12 @@ private:
     bool eof_ = false, fail_ = false, tooLong_ = false;
 };
 
-// The check a website operation makes after opening its configuration file:
-// 21 when none is named, 22 (after "Error while opening HttpdConfFile" on
-// standard output) when `in` did not open it, 0 when it is open.
-int configurationUnreadable(const char* httpdConfFile, const LineReader& in);
+// The check an operation makes after opening its configuration file: 21 when
+// none is named, 22 (after `message` on a line of standard output, unless it
+// is null) when `in` did not open it, 0 when it is open. The website
+// operations print "Error while opening HttpdConfFile".
+int configurationUnreadable(const char* httpdConfFile, const LineReader& in,
+                            const char* message = "Error while opening HttpdConfFile");
 
 // ---- Keyword matching -----------------------------------------------------
 
@@ -116,6 +118,46 @@ inline const char* advance(const char* p, size_t n) {
 inline bool startsWithNoCase(const char* p, std::string_view keyword) {
     return strncasecmp(p, keyword.data(), keyword.size()) == 0;
 }
+
+// The text after a keyword of known length (with its separator, when that
+// is counted in) and the white space after it.
+inline const char* afterName(const char* p, size_t nameLength) { return skipSpace(advance(p, nameLength)); }
+
+// Whether the ServerName line at `p` (given after its leading white space)
+// names the domain: 11 characters on (the keyword and one separator), then
+// white space, then the whole rest equal to the domain ignoring case.
+inline bool serverNameIs(const char* p, const std::string& domain) {
+    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
+}
+
+// The text between the first two double quotes of `line`, into `text`; false,
+// with `text` left as it was, when the line holds fewer than two.
+inline bool firstQuoted(const char* line, std::string& text) {
+    const char* open = strchr(line, '"');
+    if (open == nullptr) return false;
+    const char* close = strchr(open + 1, '"');
+    if (close == nullptr) return false;
+    text.assign(open + 1, close);
+    return true;
+}
+
+// A line (given after its leading white space) cut at its first blank (a tab
+// does not separate) into its first word and the rest after white space.
+struct WordLine {
+    explicit WordLine(const char* p) {
+        const char* space = strchr(p, ' ');
+        word = space ? std::string_view(p, static_cast<size_t>(space - p)) : std::string_view(p);
+        rest = space ? skipSpace(space + 1) : p + word.size();
+    }
+
+    // The first word equals `keyword` in full, ignoring case.
+    bool is(std::string_view keyword) const {
+        return word.size() == keyword.size() && startsWithNoCase(word.data(), keyword);
+    }
+
+    std::string_view word;
+    const char* rest;
+};
 
 // ---- Output ---------------------------------------------------------------
 
@@ -162,6 +204,10 @@ std::string shellCommand(std::initializer_list<std::string_view> words);
 // (a password in '...'): each single quote becomes '\''.
 std::string shellQuotedBody(std::string_view text);
 
+// The text in single quotes, each quote of its own escaped as above: one word
+// to the shell, whatever it holds (a password is always written so).
+std::string shellQuoted(std::string_view text);
+
 // Runs a command line through the shell (system). The exit status is returned
 // for callers that want it; the library's operations do not examine it.
 int runShell(const std::string& commandLine);
@@ -197,6 +243,8 @@ public:
     // Closes the scratch file and moves it over the target. The exit status
     // of mv is not examined.
     void commit();
+    // Closes and deletes the scratch file; the target stays as it was.
+    void discard();
 
 private:
     std::string scratch_, target_;

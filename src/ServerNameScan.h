@@ -20,7 +20,7 @@ struct ServerNameScan {
         if (startsWithNoCase(p, "<VirtualHost")) {
             inBlock = true;
         } else if (inBlock && startsWithNoCase(p, "ServerName")) {
-            names.emplace_back(skipSpace(advance(p, 11)));
+            names.emplace_back(afterName(p, 11));
             inBlock = false;  // one name a block
         } else if (inBlock && startsWithNoCase(p, "</VirtualHost>")) {
             inBlock = false;

@@ -3,7 +3,6 @@
 #include "CQZVirtualDirectory.h"
 
 #include "ApacheHelper.h"
-#include "DirectiveScan.h"
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
@@ -60,7 +59,7 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
     using namespace qz;
     const SDDir& dir = request.dir;
     const bool replacing = placement == Placement::Replacing;
-    writeDirectoryOpening(out, fullPath);
+    out.writeLine(directoryOpening(fullPath));
     if (dir.PerlEnabled == '1') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);
@@ -84,12 +83,8 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny",
                  "ObjDDir->WebAdminPath"});
 
-    if (isEmpty(HttpdConfFile)) return 21;
-    LineReader in(HttpdConfFile, 3000);
-    if (!in.isOpen()) {
-        sayLine("Error opening HttpdConfFile file");
-        return 22;
-    }
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
+    if (int failed = configurationUnreadable(HttpdConfFile, in, kConfigurationNotOpened)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
@@ -111,7 +106,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     };
     int state = Outside;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, TEMPFILE, 'Y', [&](const LineReader& line, const char* p) -> char {
+    return rewriteConfiguration(in, rewrite, 'Y', [&](const LineReader& line, const char* p) -> char {
         if (state == OldSection) {
             if (startsWithNoCase(p, "</Directory>")) state = Written;
             return 0;
@@ -132,7 +127,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 writeSection(out, request, fullPath, Placement::Replacing);
                 state = OldSection;
             } else {
-                writeDirectoryOpening(out, path);  // written back in the one quoted form
+                out.writeLine(directoryOpening(path));  // written back in the one quoted form
             }
             return 0;
         } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {

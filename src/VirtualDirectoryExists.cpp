@@ -17,7 +17,7 @@ char CQZVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
                     {"ObjDDir->DomainName", "ObjDDir->DirPath"});
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (int failed = qz::lookupUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
     // The block's closing line is not examined: a section after the end of
     // the website's block, before the next block, still counts.
     qz::WebsiteBlocks blocks(domain);

@@ -8,7 +8,7 @@ char CQZVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
     qz::trackMethod(TrackManager, "VirtualDirectoryList", {""}, {""});
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
-    if (int failed = qz::lookupUnreadable(HttpdConfFile, in, nullptr)) return failed;
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     const std::string domain = qz::str(DomainName);
     qz::WebsiteBlocks blocks(domain, true);
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {

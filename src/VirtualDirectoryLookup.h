@@ -1,21 +1,15 @@
-// The line rules shared by the virtual-directory operations: how a website's
-// <VirtualHost> blocks are found, how a <Directory> path and an Alias line
-// are read, and what a lookup does with its files when it gives up.
+// The line rules shared by the virtual-directory lookups: how a website's
+// <VirtualHost> blocks are found and how an Alias line is read.
 #ifndef QZ_VIRTUAL_DIRECTORY_LOOKUP_H
 #define QZ_VIRTUAL_DIRECTORY_LOOKUP_H
 
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string>
-#include <strings.h>
 
 namespace qz {
-
-// Configuration lines are read as getline(buf, 3000) reads them.
-constexpr size_t kVirtualDirectoryLineLimit = 3000;
 
 // The block state of a website: "<VirtualHost" (12 characters) opens a block;
 // the first "ServerName" (10) of a block decides whether the block is the
@@ -34,7 +28,7 @@ public:
         if (startsWithNoCase(p, "<VirtualHost")) {
             state_ = kBeforeName;
         } else if (state_ == kBeforeName && startsWithNoCase(p, "ServerName")) {
-            state_ = strcasecmp(skipSpace(advance(p, 11)), domain_.c_str()) == 0 ? kWebsite : kOutside;
+            state_ = serverNameIs(p, domain_) ? kWebsite : kOutside;
         } else if (closingEnds_ && startsWithNoCase(p, "</VirtualHost>")) {
             state_ = kOutside;
         } else {
@@ -73,7 +67,7 @@ bool scanWebsiteLines(LineReader& in, WebsiteBlocks& blocks, Body&& body) {
 
 // The text of an "Alias" line (given after its leading white space) after 6
 // characters and white space: the alias, a blank, then the target.
-inline const char* aliasText(const char* p) { return skipSpace(advance(p, 6)); }
+inline const char* aliasText(const char* p) { return afterName(p, 6); }
 
 // An Alias text split at its first blank (a space): the alias before it and
 // the target after it and its white space, a quoted target without its quotes.
@@ -89,35 +83,9 @@ struct AliasLine {
             return;
         }
         alias.assign(text, blank);
-        const char* t = skipSpace(blank);
-        if (*t == '"') {
-            ++t;
-            const char* close = std::strchr(t, '"');
-            target = close ? std::string(t, close) : std::string(t);
-        } else {
-            target = t;
-        }
+        target = unquoted(skipSpace(blank));
     }
 };
-
-// Where a lookup opens the configuration: 21 when none is named, 22 (after
-// `message` on its own line, when one is given) when `in` did not open it,
-// 0 when it is open.
-inline int lookupUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
-    if (isEmpty(httpdConfFile)) return 21;
-    if (in.isOpen()) return 0;
-    if (message != nullptr) sayLine(message);
-    return 22;
-}
-
-// The message of the lookups that print one when the configuration does not open.
-constexpr const char* kConfigurationNotOpened = "Error opening HttpdConfFile file";
-
-// A lookup that meets a "<Directory" or Alias line it cannot read deletes the
-// manager's scratch file, as the editing operations do when they give up.
-inline void deleteScratch(const char* tempFile) {
-    if (tempFile != nullptr) std::remove(tempFile);
-}
 
 }  // namespace qz
 

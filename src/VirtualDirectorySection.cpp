@@ -15,12 +15,6 @@ bool apacheUsesRequire() {
     return major > 2 || (major > 1 && minor > 3);
 }
 
-void writeDirectoryOpening(OutFile& out, std::string_view path) {
-    out.write("\t<Directory \"");
-    out.write(path);
-    out.writeLine("\">");
-}
-
 void writeAccessLines(OutFile& out, const SDDir& dir, bool requireSyntax) {
     const std::string allow = field(dir.Allow);
     const std::string deny = field(dir.Deny);
@@ -90,7 +84,7 @@ bool isSymbolicLink(const std::string& path) {
 void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass) {
     struct stat st;
     if (name.empty() || pass.empty() || stat(authFile.c_str(), &st) != 0 || isSymbolicLink(authFile)) return;
-    const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " '" + shellQuotedBody(pass) + "'";
+    const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " " + shellQuoted(pass);
     sayLine("cmd=" + command);
     runShell(command);
 }

@@ -6,7 +6,6 @@
 #include "QZCore.h"
 #include "QZTypes.h"
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -15,9 +14,6 @@ namespace qz {
 // Whether the local Apache takes the 2.4 access syntax ("Require"): version
 // 2.4 or later. A version that cannot be read counts as older.
 bool apacheUsesRequire();
-
-// "\t<Directory \"path\">"
-void writeDirectoryOpening(OutFile& out, std::string_view path);
 
 // The CGI handler line of a section.
 constexpr std::string_view kCgiHandlerLine = "\t\tAddHandler cgi-script cgi pl";
@@ -56,39 +52,6 @@ void addWebadminLogin(const std::string& authFile, const std::string& name, cons
 
 // Runs "chown owner:qz7group authFile".
 void chownPasswordFile(const std::string& owner, const std::string& authFile);
-
-// Gives up a rewrite of the configuration: both files are closed and the
-// scratch file deleted, so the configuration stays as it was. Returns result.
-inline char abandonRewrite(LineReader& in, Rewrite& rewrite, const char* scratch, char result) {
-    in.close();
-    rewrite.out().close();
-    if (scratch != nullptr) std::remove(scratch);
-    return result;
-}
-
-// The rewrite loop of creation and update, over every line to the end of the
-// file (the final empty read included): a line with '#' in its first column
-// is copied; any other is handed to body(line, p), p being the line after its
-// leading white space, which writes what it keeps and returns 0 to go on or a
-// result that ends the rewrite without changing the configuration. At the end
-// the scratch file is moved over the configuration and `done` returned. A line
-// too long for the buffer would keep such a loop from ever reaching the end of
-// the file; the configuration is left as it is instead, with 22.
-template <class Body>
-char rewriteConfiguration(LineReader& in, Rewrite& rewrite, const char* scratch, char done, Body&& body) {
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (*line == '#') {
-            rewrite.out().writeLine(in.view());
-            continue;
-        }
-        if (const char result = body(in, skipSpace(line))) return abandonRewrite(in, rewrite, scratch, result);
-    }
-    if (in.tooLong()) return abandonRewrite(in, rewrite, scratch, 22);
-    in.close();
-    rewrite.commit();
-    return done;
-}
 
 // The owner word of the panel's files: owner + ":qz7group".
 inline std::string panelOwner(const std::string& owner) { return owner + ":qz7group"; }

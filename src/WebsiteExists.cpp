@@ -3,8 +3,6 @@
 
 #include "QZCore.h"
 
-#include <strings.h>
-
 char CQZWebsite::WebsiteExists(const char* DomainName) {
     const std::string domain = qz::str(DomainName);
     qz::trackMethod(TrackManager, "WebsiteExists", {domain}, {"DomainName"});
@@ -21,7 +19,7 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
         } else if (!inBlock) {
             continue;
         } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0) return 31;
+            if (qz::serverNameIs(p, domain)) return 31;
             inBlock = false;  // one ServerName decides the block
         } else if (qz::startsWithNoCase(p, "</VirtualHost>")) {
             inBlock = false;

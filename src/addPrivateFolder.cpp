@@ -30,7 +30,7 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
 
     // -c creates the password file; without it the user is added or updated.
     const char* option = files.readable(files.passwords) ? "-b" : "-cb";
-    qz::ShellPipe command(files.htpasswd(option, userName) + " " + qz::quotedPassword(userPasswd));
+    qz::ShellPipe command(files.htpasswd(option, userName) + " " + qz::shellQuoted(userPasswd));
     if (command.get() == nullptr) return 1601;
     command.close();  // the tool's exit status is not examined
     chmod(files.passwords.c_str(), 0444);

@@ -34,6 +34,6 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
     if (!files.readable(files.passwords)) return 1606;
     if (!runPrinted(files.htpasswd("-D", userName))) return 1501;
     // Two blanks before the password, as the panel has always written it.
-    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::quotedPassword(userPasswd))) return 1606;
+    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::shellQuoted(userPasswd))) return 1606;
     return 1605;
 }

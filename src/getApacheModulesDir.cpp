@@ -1,6 +1,7 @@
 // CQZWebsite::getApacheModulesDir: the folder Apache loads its modules from.
 #include "CQZWebsite.h"
 
+#include "ApacheDiscovery.h"
 #include "QZCore.h"
 
 #include <dirent.h>
@@ -35,9 +36,7 @@ bool folderOpens(const std::string& folder) {
 }  // namespace
 
 std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
-    std::string serverRoot = getApacheServerRoot(httpdConfFile);
-    // Without a "/" (npos) the whole path is kept.
-    if (serverRoot.empty()) serverRoot = httpdConfFile.substr(0, httpdConfFile.rfind('/'));
+    const std::string serverRoot = qz::serverRootOrConfFolder(*this, httpdConfFile);
 
     std::string result;
     qz::LineReader in(httpdConfFile, 3000);
@@ -45,7 +44,7 @@ std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());
         if (!qz::startsWithNoCase(p, "LoadModule")) continue;
-        const std::string modName = qz::skipSpace(qz::advance(p, 10));
+        const std::string modName = qz::afterName(p, 10);
         // The text between the last blank and the last "/", in unsigned
         // arithmetic: with no blank it starts at 0, with no "/" (or a "/"
         // before the blank) it runs to the end. b + 1 never passes the end.

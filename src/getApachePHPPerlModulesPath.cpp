@@ -2,30 +2,20 @@
 // module configuration files.
 #include "CQZWebsite.h"
 
+#include "ApacheDiscovery.h"
 #include "QZCore.h"
-
-#include <dirent.h>
-#include <sys/stat.h>
 
 namespace {
 
 // Walks `folder` (plain entries only) for names holding "php" or "perl" and
 // `suffix`; the last of each kind wins. False when the folder does not open.
 bool findModuleFiles(const std::string& folder, const char* suffix, std::string& perlPath, std::string& phpPath) {
-    DIR* dir = opendir(folder.c_str());
-    if (dir == nullptr) return false;
-    while (const dirent* entry = readdir(dir)) {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        const std::string path = folder + "/" + name;
-        struct stat st;
-        if (stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) continue;
-        if (name.find(suffix) == std::string::npos) continue;
+    return qz::forEachPlainEntry(folder, [&](const std::string& name, const std::string& path) {
+        if (name.find(suffix) == std::string::npos) return false;
         if (name.find("php") != std::string::npos) phpPath = path;
         if (name.find("perl") != std::string::npos) perlPath = path;
-    }
-    closedir(dir);
-    return true;
+        return false;
+    });
 }
 
 }  // namespace
@@ -33,9 +23,7 @@ bool findModuleFiles(const std::string& folder, const char* suffix, std::string&
 bool CQZWebsite::getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath) {
     perlPath.clear();
     phpPath.clear();
-    std::string base = getApacheServerRoot(httpdConfFile);
-    // Without a "/" (npos) the whole path is kept.
-    if (base.empty()) base = httpdConfFile.substr(0, httpdConfFile.rfind('/'));
+    const std::string base = qz::serverRootOrConfFolder(*this, httpdConfFile);
     // conf.d, when it opens, is the only folder consulted.
     if (!findModuleFiles(base + "/conf.d", ".conf", perlPath, phpPath) &&
         !findModuleFiles(base + "/mods-enabled", ".load", perlPath, phpPath)) {

@@ -4,8 +4,6 @@
 
 #include "QZCore.h"
 
-#include <cstring>
-
 namespace {
 
 // The quoted value of the first ServerRoot directive that starts in column 1
@@ -19,10 +17,9 @@ std::string serverRootInFile(const std::string& confFile) {
         if (*p == '#') continue;
         // The raw line, not the trimmed one: an indented ServerRoot does not count.
         if (!qz::startsWithNoCase(in.c_str(), "ServerRoot")) continue;
-        p = qz::skipSpace(qz::advance(p, 10));
-        const char* open = std::strchr(p, '"');
-        const char* close = open ? std::strchr(open + 1, '"') : nullptr;
-        return close ? std::string(open + 1, close) : std::string();
+        std::string root;
+        qz::firstQuoted(qz::afterName(p, 10), root);
+        return root;
     }
     return "";
 }

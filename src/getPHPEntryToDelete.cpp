@@ -3,7 +3,7 @@
 
 #include "QZCore.h"
 
-#include <strings.h>
+#include <cstring>
 
 std::string CQZWebsite::getPHPEntryToDelete(std::string domain, std::string httpdConfFile) {
     if (httpdConfFile.empty()) return "";
@@ -21,9 +21,9 @@ std::string CQZWebsite::getPHPEntryToDelete(std::string domain, std::string http
         if (qz::startsWithNoCase(p, "<VirtualHost")) {
             state = 1;
         } else if ((state == 1 || state == 2) && qz::startsWithNoCase(p, "ServerName")) {
-            state = strcasecmp(qz::skipSpace(qz::advance(p, 11)), domain.c_str()) == 0 ? 2 : 0;
+            state = qz::serverNameIs(p, domain) ? 2 : 0;
         } else if (state == 2 && qz::startsWithNoCase(p, "Include")) {
-            const char* rest = qz::skipSpace(qz::advance(p, 8));
+            const char* rest = qz::afterName(p, 8);
             if (strstr(rest, "php") != nullptr) return rest;
         } else if (state == 2 && qz::startsWithNoCase(p, "</VirtualHost>")) {
             return "";

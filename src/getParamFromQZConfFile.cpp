@@ -3,8 +3,6 @@
 
 #include "QZCore.h"
 
-#include <cstring>
-
 int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::string param) {
     if (param.empty()) return 0;
     qz::LineReader in(qzConfFile, 120);
@@ -15,12 +13,7 @@ int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::s
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());
         if (!qz::startsWithNoCase(p, param)) continue;
-        const char* open = std::strchr(in.c_str(), '"');
-        if (open == nullptr) return 0;
-        const char* close = std::strchr(open + 1, '"');
-        if (close == nullptr) return 0;
-        ParamVal.assign(open + 1, close);
-        return 1;
+        return qz::firstQuoted(in.c_str(), ParamVal) ? 1 : 0;
     }
     return 0;
 }
