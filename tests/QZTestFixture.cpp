@@ -57,6 +57,29 @@ std::string QZTest::data(const std::string& name) {
     return text.str();
 }
 
+std::string QZTest::rootedData(const std::string& name) const {
+    std::string text = data(name);
+    for (size_t at = text.find("@ROOT@"); at != std::string::npos; at = text.find("@ROOT@", at))
+        text.replace(at, 6, root_);
+    return text;
+}
+
+std::string QZTest::unrooted(std::string text) const {
+    for (size_t at; (at = text.find(root_)) != std::string::npos;) text.replace(at, root_.size(), "@ROOT@");
+    return text;
+}
+
+std::string QZTest::expectedData(const std::string& actual, const std::string& name) {
+    if (getenv("QZ_UPDATE_GOLDEN") == nullptr) return data(name);
+    std::ofstream(std::string(QZ_TEST_DATA) + "/" + name, std::ios::binary) << actual;
+    return actual;
+}
+
+int QZTest::modeOf(const std::string& rel) const {
+    struct stat st;
+    return stat(path(rel).c_str(), &st) == 0 ? static_cast<int>(st.st_mode & 07777) : -1;
+}
+
 void QZTest::fakeCommand(const std::string& name, const std::string& script) const {
     const std::string file = bin_ + "/" + name;
     {

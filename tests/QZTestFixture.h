@@ -24,6 +24,14 @@ protected:
 
     // A golden file of tests/data.
     static std::string data(const std::string& name);
+    // tests/data/<name> with every @ROOT@ standing for the scratch root.
+    std::string rootedData(const std::string& name) const;
+    // `text` with the scratch root written as @ROOT@.
+    std::string unrooted(std::string text) const;
+    // tests/data/<name>, or with QZ_UPDATE_GOLDEN=1 set, `actual` written there.
+    static std::string expectedData(const std::string& actual, const std::string& name);
+    // The permission bits of a file under the root; -1 when it is missing.
+    int modeOf(const std::string& rel) const;
 
     // Puts an executable script called `name` first on PATH.
     void fakeCommand(const std::string& name, const std::string& script) const;
@@ -52,8 +60,23 @@ protected:
     void SetUp() override;
     void writeConf(const std::string& text) const { writeFile("/conf/httpd.conf", text); }
     std::string readConf() const { return readFile("/conf/httpd.conf"); }
+    // The configuration from tests/data/<name>, @ROOT@ standing for the root.
+    void useConf(const std::string& name) const { writeConf(rootedData(name)); }
 
     std::string conf_;  // stays put: managers borrow its characters
 };
+
+// `actual`, the scratch root written as @ROOT@, equals tests/data/<name>.
+#define EXPECT_DATA(actual, name) \
+    do { const std::string actual_ = unrooted(actual); EXPECT_EQ(actual_, expectedData(actual_, name)) << (name); } while (0)
+// `call` returns `result` and prints exactly `text`.
+#define EXPECT_PRINTS(call, result, text) \
+    do {                                                                                   \
+        captureOutput();                                                                   \
+        const auto result_ = (call);                                                       \
+        const std::string printed_ = capturedOutput();                                     \
+        EXPECT_EQ(result_, result) << #call;                                               \
+        EXPECT_EQ(printed_, text) << #call;                                                \
+    } while (0)
 
 #endif
