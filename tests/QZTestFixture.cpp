@@ -1,5 +1,6 @@
 #include "QZTestFixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -125,6 +126,46 @@ std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
             lines.push_back(call.function + " " + list(call.values) + " " + list(call.names));
     }
     return lines;
+}
+
+namespace {
+// `text` with `prefix` before each line, and a mark when it does not end in
+// a newline.
+std::string block(const std::string& text, const std::string& prefix = "") {
+    std::string out;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find('\n', at), text.size());
+        out += prefix + text.substr(at, end - at) + "\n";
+        at = end + 1;
+    }
+    return text.empty() || text.back() == '\n' ? out : out + "\\ no newline at end\n";
+}
+}  // namespace
+
+void QZTest::beginStep() {
+    before_.clear();
+    for (const std::string& rel : watched_)
+        before_[rel] = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
+    commandsBefore_ = commandLog().size();
+    callsBefore_ = tracker_ ? calls(*tracker_).size() : 0;
+    captureOutput();
+}
+
+void QZTest::endStep(const std::string& label, const std::string& result) {
+    const std::string printed = capturedOutput();
+    std::string text = "== " + label + " -> " + result + "\n" + block(printed, "> ");
+    const std::vector<std::string> commands = commandLog();
+    for (size_t i = commandsBefore_; i < commands.size(); ++i) text += "$ " + commands[i] + "\n";
+    const std::vector<std::string> tracked = tracker_ ? calls(*tracker_) : std::vector<std::string>{};
+    for (size_t i = callsBefore_; i < tracked.size(); ++i) text += "@ " + tracked[i] + "\n";
+    for (const std::string& rel : watched_) {
+        const std::optional<std::string> now = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
+        if (now == before_[rel]) continue;
+        text += "--- " + rel + (now ? "\n" + block(*now) : " removed\n");
+    }
+    for (const auto& [name, as] : aliases_)
+        for (size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, name.size(), as);
+    transcript_ += unrooted(text);
 }
 
 void HttpdConfTest::SetUp() {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,10 +50,32 @@ protected:
     // "CQZMethodArguments [a.com] [pDName]", ...
     static std::vector<std::string> calls(const CQZTrackManager& tracker);
 
+    // A transcript of steps (see STEP): what each returned and printed, the
+    // commands it ran, the tracker calls it made and the watched files it
+    // changed, compared whole with a golden file.
+    void watch(const std::string& rel) { watched_.push_back(rel); }
+    void watchCalls(const CQZTrackManager& tracker) { tracker_ = &tracker; }
+    // Writes `text` (a scratch name made of the time, say) as `as` in the transcript.
+    void alias(const std::string& text, const std::string& as) { aliases_.emplace_back(text, as); }
+    void beginStep();
+    void endStep(const std::string& label, const std::string& result);
+    static std::string show(int result) { return std::to_string(result); }
+    static std::string show(char result) { return result > ' ' && result < 127 ? std::string{'\'', result, '\''} : show(+result); }
+    static std::string show(bool result) { return result ? "true" : "false"; }
+    static std::string show(const std::string& result) { return "\"" + result + "\""; }
+    std::string transcript_;
+
     std::string root_;
     std::string bin_;
     std::string savedPath_;
     bool capturing_ = false;
+
+private:
+    std::vector<std::string> watched_;
+    std::vector<std::pair<std::string, std::string>> aliases_;
+    std::map<std::string, std::optional<std::string>> before_;
+    size_t commandsBefore_ = 0, callsBefore_ = 0;
+    const CQZTrackManager* tracker_ = nullptr;
 };
 
 // A test around one Apache configuration file, <root>/conf/httpd.conf.
@@ -77,6 +101,14 @@ protected:
         const std::string printed_ = capturedOutput();                                     \
         EXPECT_EQ(result_, result) << #call;                                               \
         EXPECT_EQ(printed_, text) << #call;                                                \
+    } while (0)
+
+// Runs `call` as a step of transcript_, under `label`.
+#define STEP(label, call)             \
+    do {                              \
+        beginStep();                  \
+        const auto result_ = (call);  \
+        endStep(label, show(result_)); \
     } while (0)
 
 #endif

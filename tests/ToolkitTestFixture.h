@@ -48,6 +48,12 @@ protected:
         EXPECT_EQ(commandLog(), commands);
     }
 
+    // Watches the configuration and the files beside it with these suffixes.
+    void watchConf(std::initializer_list<std::string> suffixes = {}) {
+        watch("/conf/httpd.conf");
+        for (const std::string& suffix : suffixes) watch("/conf/httpd.conf" + suffix);
+    }
+
     const std::string& file_ = conf_;
     ApacheHelper helper;
 };

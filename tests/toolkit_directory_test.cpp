@@ -7,90 +7,78 @@
 
 class ToolkitDirectoryTest : public ToolkitTest {
 protected:
-    // Runs `edit` on `contents`: it must return `result` and leave the file
-    // as it was, with the scratch file deleted and only the backup made.
-    template <class Edit>
-    void expectUnchanged(const std::string& contents, int result, const std::string& scratch, Edit&& edit) {
-        conf(contents);
-        EXPECT_EQ(edit(), result);
-        EXPECT_EQ(confText(), contents);
-        EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), contents);
-        EXPECT_FALSE(exists("/conf/httpd.conf" + scratch));
-        EXPECT_EQ(commandLog().back(), "cp " + file_ + " " + file_ + ".qzbackup.rt");
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        watchConf({".qzbackup.rt", "_temp2", "_temp3", "_temp4", "_temp5"});
     }
-
-    static std::string host(const std::string& body) {
-        return "<VirtualHost *:80>\n    ServerName a.com\n" + body + "</VirtualHost>\n";
+    static std::string host(const std::string& body, const char* name = "a.com") {
+        return "<VirtualHost *:80>\n    ServerName " + std::string(name) + "\n" + body + "</VirtualHost>\n";
     }
     static std::string section(const std::string& opening, const std::string& body = "") {
         return "    <Directory " + opening + ">\n" + body + "    </Directory>\n";
+    }
+    int add(const char* domain, const char* dir, const std::vector<std::string>& entries) {
+        return helper.Apache_addDirectoryTag(file_, domain, dir, entries);
+    }
+    int remove(const char* domain, const char* dir) { return helper.Apache_deleteDirectoryTag(file_, domain, dir); }
+    int rename(const char* dir, const char* to) { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", dir, to); }
+    int refill(const char* domain, const char* dir, const std::vector<std::string>& entries) {
+        return helper.Apache_UpdateDirectoryDirectives(file_, domain, dir, entries);
     }
 };
 
 TEST_F(ToolkitDirectoryTest, EditsTouchTheFirstMatchingSectionOfTheDomain) {
     // Added before the domain's first section (not one above its
     // ServerName), whatever its path.
-    expectRewrite("directory_sections", "directory_added", ".qzbackup.rt", "_temp4", [this] {
-        return helper.Apache_addDirectoryTag(file_, "example.com", "/home/site/cgi-bin",
-                                             {"Options +ExecCGI", "AddHandler cgi-script .cgi"});
-    });
+    expectRewrite("directory_sections", "directory_added", ".qzbackup.rt", "_temp4",
+                  [this] { return add("example.com", "/home/site/cgi-bin", {"Options +ExecCGI", "AddHandler cgi-script .cgi"}); });
     // "/Home/Site/www/" (trailing slash) differs; "/Home/Site/www" is the
     // one; later sections with the path, in this block or the next, stay.
-    expectRewrite("directory_sections", "directory_deleted", ".qzbackup.rt", "_temp5", [this] {
-        return helper.Apache_deleteDirectoryTag(file_, "EXAMPLE.com", "/home/site/www");
-    });
+    expectRewrite("directory_sections", "directory_deleted", ".qzbackup.rt", "_temp5",
+                  [this] { return remove("EXAMPLE.com", "/home/site/www"); });
     expectRewrite("directory_sections", "directory_renamed", ".qzbackup.rt", "_temp2", [this] {
         return helper.Apache_UpdateDirectoryTagPath(file_, "example.com", "/home/site/www", "/srv/new www");
     });
     expectRewrite("directory_sections", "directory_refilled", ".qzbackup.rt", "_temp3", [this] {
-        return helper.Apache_UpdateDirectoryDirectives(file_, "example.com", "/home/site/www",
-                                                       {"Options -Indexes +FollowSymLinks", "Require all granted"});
+        return refill("example.com", "/home/site/www", {"Options -Indexes +FollowSymLinks", "Require all granted"});
     });
 
     // The domain's second block is searched when the first has no match; no
     // entries leave an empty section; a nested section ends the old contents.
-    conf(host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n" + section("\"/ssl\"") +
-         "</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_deleteDirectoryTag(file_, "a.com", "/SSL"), 0);
-    EXPECT_EQ(confText(), host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n</VirtualHost>\n");
+    conf(host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n" + section("\"/ssl\"") + "</VirtualHost>\n");
+    STEP("delete, in the second block", remove("a.com", "/SSL"));
     conf(host(section("\"/a\"", section("\"/a/b\"") + "        Options All\n")));
-    EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {}), 0);
-    EXPECT_EQ(confText(), host("    <Directory \"/a\">\n\t</Directory>\n        Options All\n    </Directory>\n"));
-
+    STEP("refill, nothing, a nested section", refill("a.com", "/a", {}));
     // A section left open: its old lines go on into the next site's block,
     // up to the first "</Directory" line, or to the end of the file.
     const std::string open = host("    <Directory \"/a\">\n        Options All\n");
-    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n" + section("\"/b\"") + "    DocumentRoot /b\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_deleteDirectoryTag(file_, "a.com", "/a"), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    DocumentRoot /b\n</VirtualHost>\n");
-    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {"Options None"}), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n\t\tOptions None\n\t</Directory>\n");
+    conf(open + host(section("\"/b\"") + "    DocumentRoot /b\n", "b.com"));
+    STEP("delete, a section left open", remove("a.com", "/a"));
+    conf(open + host("", "b.com"));
+    STEP("refill, a section left open", refill("a.com", "/a", {"Options None"}));
+    EXPECT_DATA(transcript_, "toolkit/directory_edits.transcript");
 }
 
 TEST_F(ToolkitDirectoryTest, AnUnquotedOrUnterminatedPathStopsTheSearch) {
     // Before the section that would match (even one in a later block): 3.
-    expectUnchanged(data("toolkit/directory_sections.conf"), 3, "_temp5", [this] {
-        return helper.Apache_deleteDirectoryTag(file_, "example.com", "/home/site/ssl-only");
-    });
+    golden("directory_sections");
+    STEP("delete, past an unquoted path", remove("example.com", "/home/site/ssl-only"));
     const std::string unquoted = host(section("/a") + section("\"/b\""));
-    expectUnchanged(unquoted, 3, "_temp3",
-                    [this] { return helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/b", {"X"}); });
-    expectUnchanged(host(section("\"/a")), 3, "_temp2",
-                    [this] { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a", "/b"); });
+    conf(unquoted);
+    STEP("refill, past an unquoted path", refill("a.com", "/b", {"X"}));
+    conf(host(section("\"/a")));
+    STEP("rename, an unterminated path", rename("/a", "/b"));
     // Renaming compares an unquoted path as it stands, ">" included.
-    expectUnchanged(unquoted, 4, "_temp2",
-                    [this] { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a", "/c"); });
-    EXPECT_EQ(helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a>", "/c"), 0);
-    EXPECT_EQ(confText(), host("\t<Directory \"/c\">\n    </Directory>\n" + section("\"/b\"")));
-
+    conf(unquoted);
+    STEP("rename, unquoted", rename("/a", "/c"));
+    STEP("rename, unquoted with its '>'", rename("/a>", "/c"));
     // Outside the domain's block nothing is read. No section there: 4, and
     // adding puts nothing at the end of the block.
-    const std::string otherFirst = "<VirtualHost *:80>\n    ServerName b.com\n" + section("/a") + "</VirtualHost>\n" +
-                                   host("    DocumentRoot /a\n");
-    expectUnchanged(otherFirst, 4, "_temp5", [this] { return helper.Apache_deleteDirectoryTag(file_, "a.com", "/a"); });
-    expectUnchanged(otherFirst, 4, "_temp4",
-                    [this] { return helper.Apache_addDirectoryTag(file_, "a.com", "/a", {"Options None"}); });
+    const std::string otherFirst = host(section("/a"), "b.com") + host("    DocumentRoot /a\n");
+    conf(otherFirst);
+    STEP("delete, only another site's section", remove("a.com", "/a"));
+    STEP("add, only another site's section", add("a.com", "/a", {"Options None"}));
+    EXPECT_DATA(transcript_, "toolkit/directory_search_stops.transcript");
 }
 
 TEST_F(ToolkitDirectoryTest, FilesThatDoNotOpen) {
