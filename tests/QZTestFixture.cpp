@@ -1,6 +1,5 @@
 #include "QZTestFixture.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -129,16 +128,19 @@ std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
 }
 
 namespace {
-// `text` with `prefix` before each line, and a mark when it does not end in
-// a newline.
+// `text` with `prefix` before each line, control characters other than tabs
+// in caret notation ("^@" for a NUL), and a mark when it does not end in a
+// newline.
 std::string block(const std::string& text, const std::string& prefix = "") {
     std::string out;
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find('\n', at), text.size());
-        out += prefix + text.substr(at, end - at) + "\n";
-        at = end + 1;
+    bool lineStart = true;
+    for (const char c : text) {
+        if (lineStart) out += prefix;
+        lineStart = c == '\n';
+        if ((c >= 0 && c < ' ' && c != '\t' && c != '\n') || c == 127) out += {'^', static_cast<char>(c ^ 0x40)};
+        else out += c;
     }
-    return text.empty() || text.back() == '\n' ? out : out + "\\ no newline at end\n";
+    return text.empty() || text.back() == '\n' ? out : out + "\n\\ no newline at end\n";
 }
 }  // namespace
 
