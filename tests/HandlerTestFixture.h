@@ -12,7 +12,6 @@
 
 class HandlerTest : public HttpdConfTest {
 protected:
-    using Lines = std::vector<std::string>;
 
     void SetUp() override {
         HttpdConfTest::SetUp();

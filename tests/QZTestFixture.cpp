@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 void QZTest::SetUp() {
@@ -94,7 +95,7 @@ void QZTest::loggedCommand(const std::string& name) const {
                       "PATH=\"" + savedPath_ + "\" exec " + name + " \"$@\"");
 }
 
-std::vector<std::string> QZTest::commandLog() const {
+Lines QZTest::commandLog() const {
     std::vector<std::string> lines;
     std::ifstream in(root_ + "/.commands.log");
     for (std::string line; std::getline(in, line);) lines.push_back(line);
@@ -111,7 +112,7 @@ std::string QZTest::capturedOutput() {
     return testing::internal::GetCapturedStdout();
 }
 
-std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
+Lines QZTest::calls(const CQZTrackManager& tracker) {
     auto list = [](const StringVector& items) {
         std::string text = "[";
         for (size_t i = 0; i < items.size(); ++i) text += (i ? "|" : "") + items[i];
@@ -144,6 +145,19 @@ std::string block(const std::string& text, const std::string& prefix = "") {
 }
 }  // namespace
 
+void QZTest::given(const std::string& label) const {
+    const std::string text = "\n" + rootedData(inputs_), mark = "\n#### " + label + "\n";
+    size_t at = text.find(mark);
+    ASSERT_NE(at, std::string::npos) << "no input \"" << label << "\" in " << inputs_;
+    at += mark.size();
+    const size_t next = text.find("\n#### ", at - 1);
+    std::string section = text.substr(at, next == std::string::npos ? std::string::npos : next + 1 - at);
+    const std::string noNewline = "\n\\ no newline at end\n";
+    if (section.size() >= noNewline.size() && section.compare(section.size() - noNewline.size(), noNewline.size(), noNewline) == 0)
+        section.resize(section.size() - noNewline.size());
+    writeFile(givenTo_, section);
+}
+
 void QZTest::beginStep() {
     before_.clear();
     for (const std::string& rel : watched_)
@@ -168,6 +182,16 @@ void QZTest::endStep(const std::string& label, const std::string& result) {
     for (const auto& [name, as] : aliases_)
         for (size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, name.size(), as);
     transcript_ += unrooted(text);
+}
+
+bool QZTest::htpasswdAccepts(const std::string& file, const std::string& user, const std::string& password) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execlp("htpasswd", "htpasswd", "-vb", file.c_str(), user.c_str(), password.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 void HttpdConfTest::SetUp() {

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+using Lines = std::vector<std::string>;
+
 class QZTest : public ::testing::Test {
 protected:
     void SetUp() override;
@@ -41,14 +43,16 @@ protected:
     // the real command.
     void loggedCommand(const std::string& name) const;
     // The lines logged by fake commands, in order.
-    std::vector<std::string> commandLog() const;
+    Lines commandLog() const;
 
     void captureOutput();
     std::string capturedOutput();
 
     // The tracker's calls, one line each: "CQZMethodName DeleteWebsite",
     // "CQZMethodArguments [a.com] [pDName]", ...
-    static std::vector<std::string> calls(const CQZTrackManager& tracker);
+    static Lines calls(const CQZTrackManager& tracker);
+    // Whether the real htpasswd accepts the password for the user in `file`.
+    static bool htpasswdAccepts(const std::string& file, const std::string& user, const std::string& password);
 
     // A transcript of steps (see STEP): what each returned and printed, the
     // commands it ran, the tracker calls it made and the watched files it
@@ -59,6 +63,11 @@ protected:
     void alias(const std::string& text, const std::string& as) { aliases_.emplace_back(text, as); }
     void beginStep();
     void endStep(const std::string& label, const std::string& result);
+    // Writes the section "#### <label>" of tests/data/<inputs_> (@ROOT@ for
+    // the root; "\ no newline at end" as in a transcript) to givenTo_.
+    void given(const std::string& label) const;
+    std::string inputs_;
+    std::string givenTo_ = "/conf/httpd.conf";
     static std::string show(int result) { return std::to_string(result); }
     static std::string show(char result) { return result > ' ' && result < 127 ? std::string{'\'', result, '\''} : show(+result); }
     static std::string show(bool result) { return result ? "true" : "false"; }
@@ -109,6 +118,14 @@ protected:
         beginStep();                  \
         const auto result_ = (call);  \
         endStep(label, show(result_)); \
+    } while (0)
+
+// Writes the input labelled `label` (see given), then runs `call` as a step
+// under the same label.
+#define GIVEN_STEP(label, call) \
+    do {                        \
+        given(label);           \
+        STEP(label, call);      \
     } while (0)
 
 #endif

@@ -10,13 +10,10 @@
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 class VirtualDirectoryTest : public HttpdConfTest {
 protected:
-    using Lines = std::vector<std::string>;
 
     void SetUp() override {
         HttpdConfTest::SetUp();
@@ -59,16 +56,8 @@ protected:
         return manager().UpdateVirtualDirectory(&dir, name, pass);
     }
 
-    // Whether the real htpasswd accepts the password for the user.
     bool verifies(const std::string& user, const std::string& pass, const std::string& file = "") const {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            execlp("htpasswd", "htpasswd", "-vb", (file.empty() ? authFile() : file).c_str(), user.c_str(), pass.c_str(),
-                   static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        int status = 0;
-        return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        return htpasswdAccepts(file.empty() ? authFile() : file, user, pass);
     }
 
     // The configuration, the printed lines and the command log against

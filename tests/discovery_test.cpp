@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using Lines = std::vector<std::string>;
 
 class DiscoveryTest : public QZTest {
 protected:

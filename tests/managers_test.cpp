@@ -4,7 +4,6 @@
 #include <cstring>
 #include <ctime>
 
-using Lines = std::vector<std::string>;
 
 class ManagersTest : public QZTest {
 protected:

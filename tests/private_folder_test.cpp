@@ -2,7 +2,6 @@
 // it stores, file modes, printed command lines, result codes and tracking.
 #include "QZTestFixture.h"
 
-#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,15 +17,8 @@ protected:
         watchCalls(tracker_);
         watch("/site/priv/.htaccess");
     }
-    // Whether the real htpasswd of the folder accepts the password.
     static bool verifies(const std::string& folder, const std::string& user, const std::string& password) {
-        auto word = [](const std::string& text) {
-            std::string quoted = "'";
-            for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-            return quoted + "'";
-        };
-        return std::system(("/usr/bin/htpasswd -vb " + word(folder + "/.htpasswd") + " " + word(user) + " " +
-                            word(password) + " 2>/dev/null").c_str()) == 0;
+        return htpasswdAccepts(folder + "/.htpasswd", user, password);
     }
     std::string folder_;  // root/site/priv
     CQZTrackManager tracker_;

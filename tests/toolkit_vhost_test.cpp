@@ -5,7 +5,13 @@
 
 #include <unistd.h>
 
-using ToolkitVHostTest = ToolkitTest;
+class ToolkitVHostTest : public ToolkitTest {
+protected:
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        inputs_ = "toolkit/vhost.inputs";
+    }
+};
 
 TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
     const std::string file = golden("vhost_directive_values");
@@ -36,29 +42,18 @@ TEST_F(ToolkitVHostTest, AddDirectivesGoIntoTheDomainsBlocks) {
         return helper.Apache_AddDirectivesInVH(file_, "example.com", {"Alias /a /b", "Options -Indexes"});
     });
 
-    watchConf({"_qzbackup_ACEP"});
-    watch("/conf/missing.conf");
-    watch("/conf/missing.conf_qzbackup_ACEP");
+    watchConf({"_qzbackup_ACEP"}, {"/conf/missing.conf", "/conf/missing.conf_qzbackup_ACEP"});
     auto addOne = [this](const std::string& f) { return helper.Apache_AddDirectiveInVH(f, "example.com", "Options", "None", false); };
     auto addMany = [this](const std::string& f) { return helper.Apache_AddDirectivesInVH(f, "example.com", {"Options None"}); };
-    // The file grows by one empty line a call.
-    conf("<VirtualHost *:80>\nServerName a.com\n</VirtualHost>");
-    STEP("unquoted, domain in capitals", helper.Apache_AddDirectiveInVH(file_, "A.COM", "Options", "-Indexes", false));
-    STEP("a second line", helper.Apache_AddDirectiveInVH(file_, "a.com", "Header", "set X 1", false));
-    // Nothing could be added: 1, the file left as it is.
-    conf("<VirtualHost *:80>\n    ServerName other.com\n</VirtualHost>\n");
-    STEP("one line, no block of the domain", addOne(file_));
-    STEP("many lines, no block of the domain", addMany(file_));
-    // A line over 2998 characters would keep the scan going for ever.
-    conf("<VirtualHost *:80>\n    ServerName example.com\n# " + std::string(2997, 'x') + "\n</VirtualHost>\n");
-    STEP("one line, an over-long line", addOne(file_));
-    STEP("many lines, an over-long line", addMany(file_));
-    // Nor through a scratch file that does not open.
-    conf("<VirtualHost *:80>\n    ServerName example.com\n</VirtualHost>\n");
+    GIVEN_STEP("unquoted, domain in capitals", helper.Apache_AddDirectiveInVH(file_, "A.COM", "Options", "-Indexes", false));
+    STEP("a second line: the file grows by one empty line a call", helper.Apache_AddDirectiveInVH(file_, "a.com", "Header", "set X 1", false));
+    GIVEN_STEP("one line, no block of the domain", addOne(file_));
+    GIVEN_STEP("many lines, no block of the domain", addMany(file_));
+    GIVEN_STEP("one line, an over-long line keeps the file", addOne(file_));
+    GIVEN_STEP("many lines, an over-long line keeps the file", addMany(file_));
     makeDir("/conf/httpd.conf_qzbackup_ACEP");
-    STEP("one line, the scratch file a folder", addOne(file_));
+    GIVEN_STEP("one line, the scratch file a folder", addOne(file_));
     STEP("many lines, the scratch file a folder", addMany(file_));
-    // An input that does not open ends at once.
     STEP("one line, no input", addOne(path("/conf/missing.conf")));
     STEP("many lines, no input", addMany(path("/conf/missing.conf")));
     EXPECT_DATA(transcript_, "toolkit/add_directives_in_vh.transcript");
@@ -75,21 +70,12 @@ TEST_F(ToolkitVHostTest, DeleteAndUpdateDirectivesInVH) {
 
     watchConf({"_temp11", "_temp1"});
     auto drop = [this](std::vector<std::string> names) { return helper.Apache_DeleteDirectivesInVH(file_, "a.com", names); };
-    // The block found but nothing to drop: still rewritten.
-    conf("<VirtualHost *:80>\n\n    ServerName a.com\n</VirtualHost>\n");
-    STEP("delete, nothing to drop", drop({"Options"}));
-    // A second ServerName inside the block does not end it, and only the first
-    // block of the domain is edited.
-    conf("<VirtualHost *:80>\n ServerName a.com\n Options None\n ServerName b.com\n Header set x\n</VirtualHost>\n"
-         "<VirtualHost *:443>\n ServerName a.com\n Options All\n</VirtualHost>\n");
-    STEP("delete, a second ServerName", drop({"Options", "Header"}));
-    conf("<VirtualHost>\n    ServerName a.com\n    Options None\n</VirtualHost>\n");
-    STEP("delete, a bare <VirtualHost>", drop({"Options"}));
-    conf("<VirtualHost *:80>\n    ServerName a.com\n    ServerAdmin old@a.com\n</VirtualHost>\n");
-    STEP("update, unquoted", helper.Apache_UpdateDirectiveInVH(file_, "a.com", "ServerAdmin", "admin@a.com", false));
-    // Above ServerName, or absent: not replaced and not added.
-    conf("<VirtualHost *:80>\n    DocumentRoot /x\n    ServerName a.com\n</VirtualHost>\n");
-    STEP("update, above ServerName", helper.Apache_UpdateDirectiveInVH(file_, "a.com", "DocumentRoot", "/y", false));
+    GIVEN_STEP("delete, the block found but nothing to drop: still rewritten", drop({"Options"}));
+    GIVEN_STEP("delete, a second ServerName does not end the block; the first block only", drop({"Options", "Header"}));
+    GIVEN_STEP("delete, a bare <VirtualHost>", drop({"Options"}));
+    GIVEN_STEP("update, unquoted", helper.Apache_UpdateDirectiveInVH(file_, "a.com", "ServerAdmin", "admin@a.com", false));
+    GIVEN_STEP("update, above ServerName: not replaced and not added",
+               helper.Apache_UpdateDirectiveInVH(file_, "a.com", "DocumentRoot", "/y", false));
     EXPECT_DATA(transcript_, "toolkit/delete_and_update_directives_in_vh.transcript");
 }
 
@@ -110,14 +96,10 @@ TEST_F(ToolkitVHostTest, UpdateVHDirectiveContentsAddsOrTogglesANestedLine) {
     STEP("absent, not adding", update("Require all granted", false));
     golden("nested_block");
     STEP("no such section", helper.Apache_UpdateVHDirectiveContents(file_, "example.com", "<Directory /other>", "X", true));
-    // Once found, the value is not added to a later block of the domain.
-    conf("<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n  Options None\n </Directory>\n</VirtualHost>\n"
-         "<VirtualHost *:443>\n ServerName a.com\n <Directory /a>\n </Directory>\n</VirtualHost>\n");
-    STEP("a later block", helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "Options", true));
-    // A section left open ends with its block: nothing goes into the next site's.
-    conf("<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n</VirtualHost>\n"
-         "<VirtualHost *:80>\n ServerName b.com\n <Directory /b>\n </Directory>\n</VirtualHost>\n");
-    STEP("a section left open", helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "X", true));
+    GIVEN_STEP("nested, once found not added to a later block",
+               helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "Options", true));
+    GIVEN_STEP("nested, a section left open ends with its block",
+               helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "X", true));
     EXPECT_DATA(transcript_, "toolkit/update_vh_directive_contents.transcript");
 }
 
@@ -139,14 +121,11 @@ TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
     EXPECT_EQ(confText(), block);
     for (const std::string& scratch : scratches) ASSERT_EQ(rmdir(path("/conf/httpd.conf" + scratch).c_str()), 0);
 
-    // Lines hold at most 2023 characters; a longer one ends the scan and the
-    // rest of the file is lost from the rewrite (the backup keeps it).
-    const std::string fits = block + "# " + std::string(2021, 'x') + "\n";
-    const std::string original = fits + "# " + std::string(2022, 'x') + "\nListen 80\n";
-    conf(original);
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(file, "a.com", "Options", "None", false), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n\tOptions None\n</VirtualHost>\n" + fits.substr(block.size()));
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), original);
+    // The backup keeps what the rewrite loses.
+    watchConf({".qzbackup.rt"});
+    GIVEN_STEP("update, lines of 2023 characters at most: the rest is lost",
+               helper.Apache_UpdateDirectiveInVH(file, "a.com", "Options", "None", false));
+    EXPECT_DATA(transcript_, "toolkit/line_limit.transcript");
 }
 
 TEST_F(ToolkitVHostTest, IsModuleExistsInVHComparesTheNameBeforeTheDot) {
@@ -161,24 +140,17 @@ TEST_F(ToolkitVHostTest, IsModuleExistsInVHComparesTheNameBeforeTheDot) {
 }
 
 TEST_F(ToolkitVHostTest, DeleteVhIfmoduleBlockRemovesUpToTheFirstClosingLine) {
-    watchConf({".dif"});
-    watch("/conf/missing.conf.dif");
+    watchConf({".dif"}, {"/conf/missing.conf.dif"});
     golden("ifmodule_first_closing_ends");
     STEP("the first closing line ends the section", helper.Apache_DeleteVhIfmoduleBlock(file_, "example.com", "MOD_PHP5"));
     // The line after the section is copied even when empty.
     golden("ifmodule_then_blank_line");
     STEP("then a blank line", helper.Apache_DeleteVhIfmoduleBlock(file_, "example.com", "mod_php5"));
-    // At the end of the file that line is an empty read.
-    conf("<VirtualHost *:80>\nServerName a.com\n<IfModule mod_x.c>\n</IfModule>\n");
-    STEP("at the end of the file", helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
-    // Nothing removed: the scratch file stays, the configuration as it was.
-    const std::string original = "<VirtualHost *:80>\n\n    ServerName a.com\n    <IfModule mod_x.c>\n"
-                                 "    </IfModule>\n</VirtualHost>\n";
-    conf(original);
-    STEP("no such module", helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_y"));
-    // Over-long lines (2047 characters) leave the file alone.
-    conf(original + "# " + std::string(2045, 'x') + "\n");
-    STEP("an over-long line", helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
+    GIVEN_STEP("ifmodule, at the end of the file the line after is an empty read",
+               helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
+    GIVEN_STEP("ifmodule, nothing removed: the scratch file stays", helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_y"));
+    GIVEN_STEP("ifmodule, an over-long line (2047 characters) keeps the file",
+               helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
     // The scratch file is opened first.
     STEP("no input", helper.Apache_DeleteVhIfmoduleBlock(path("/conf/missing.conf"), "a.com", "mod_x"));
     makeDir("/conf/other.conf.dif");
@@ -192,13 +164,8 @@ TEST_F(ToolkitVHostTest, ChangeVirtualHostPortRewritesTheHeldOpeningLine) {
     });
     watchConf({"_qzbackup_cp"});
     auto change = [this](const char* ip, const char* port) { return helper.Apache_ChangeVirtualHostPort(file_, "a.com", ip, port); };
-    conf("<VirtualHost 10.0.0.1:443>\nServerName a.com\n</VirtualHost>\n");
-    STEP("IPv6", change("2001:db8::1", "443"));
-    // A bare <VirtualHost> opens nothing; no block of the domain: 3.
-    conf("<VirtualHost>\nServerName a.com\n</VirtualHost>\n");
-    STEP("a bare <VirtualHost>", change("1.2.3.4", "80"));
-    // An over-long line would keep the scan going for ever: left alone, 1.
-    conf("<VirtualHost *:80>\nServerName a.com\n# " + std::string(2997, 'x') + "\n");
-    STEP("an over-long line", change("1.2.3.4", "80"));
+    GIVEN_STEP("port, IPv6", change("2001:db8::1", "443"));
+    GIVEN_STEP("port, a bare <VirtualHost> opens nothing: 3", change("1.2.3.4", "80"));
+    GIVEN_STEP("port, an over-long line would keep the scan going for ever: 1", change("1.2.3.4", "80"));
     EXPECT_DATA(transcript_, "toolkit/change_virtual_host_port.transcript");
 }

@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Lines = std::vector<std::string>;
 
 class VirtualDirectoryLookupTest : public HttpdConfTest {
 protected:

@@ -2,7 +2,6 @@
 // result codes and tracking.
 #include "QZTestFixture.h"
 
-using Lines = std::vector<std::string>;
 
 class DeleteWebsiteTest : public HttpdConfTest {
 protected:

@@ -4,7 +4,6 @@
 
 #include <memory>
 
-using Lines = std::vector<std::string>;
 
 class HostHeaderTest : public HttpdConfTest {
 protected:

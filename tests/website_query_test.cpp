@@ -1,7 +1,6 @@
 // WebsiteExists, ListWebsites, VHostsInIncFile and ListNginxWebsites.
 #include "QZTestFixture.h"
 
-using Lines = std::vector<std::string>;
 
 using WebsiteQueryTest = HttpdConfTest;
 

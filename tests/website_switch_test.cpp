@@ -2,7 +2,6 @@
 // ContinueWebsite: before/after configurations, the mv, messages and codes.
 #include "QZTestFixture.h"
 
-using Lines = std::vector<std::string>;
 
 class WebsiteSwitchTest : public HttpdConfTest {
 protected:
