@@ -6,7 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using PhpModuleTest = HandlerTest;
+class PhpModuleTest : public HandlerTest {
+protected:
+    void SetUp() override {
+        HandlerTest::SetUp();
+        inputs_ = "handlers/php.inputs";
+    }
+};
 
 TEST_F(PhpModuleTest, EnablePhpMatchesTheWholeServerNameLineAndGuardsOnTheNextLine) {
     watch("/conf/httpd.conf.tmpdso");
@@ -17,8 +23,7 @@ TEST_F(PhpModuleTest, EnablePhpMatchesTheWholeServerNameLineAndGuardsOnTheNextLi
     // Blanks then tabs are cut, not tabs then blanks; a site without
     // CustomLog leaves the mark for the next block's CustomLog, and a
     // CustomLog line that ends the file without a newline is read again.
-    writeConf("\t ServerName a.com\nCustomLog x\n ServerName d.com\nServerName e.com\nCustomLog e_log");
-    STEP("tab then blank", website_->EnablePhp("a.com", "mod_php7"));
+    GIVEN_STEP("enable, tab then blank; no CustomLog; a last CustomLog without a newline", website_->EnablePhp("a.com", "mod_php7"));
     STEP("without CustomLog", website_->EnablePhp("d.com", "mod_php7"));
     EXPECT_DATA(transcript_, "handlers/enable_php.transcript");
 }
@@ -53,9 +58,7 @@ TEST_F(PhpModuleTest, DisablePhpRemovesVersionedModuleBlocksAndEveryEmptyLine) {
     // block right after it goes as well.
     useConf("handlers/php_blocks.conf");
     STEP("example.com", website_->DisablePhp("example.com"));
-    // An unknown site: only the empty lines go.
-    writeConf("\nListen 80\n\n<IfModule mod_php5.c>\n</IfModule>\n\n");
-    STEP("an unknown site", website_->DisablePhp("nosuch.com"));
+    GIVEN_STEP("disable php, an unknown site: only the empty lines go", website_->DisablePhp("nosuch.com"));
     EXPECT_DATA(transcript_, "handlers/disable_php.transcript");
 }
 
@@ -126,49 +129,26 @@ TEST_F(PhpModuleTest, AddModuleGoesBeforeTheFirstLoadModuleOrVirtualHost) {
     loggedCommand("cp");
     watch("/conf/httpd.conf.qzbackup.rt");
     watch(temp_);
-    writeConf("ServerRoot \"/etc/httpd\"\n\n  LoadModule a_module /usr/lib/a.so\n"
-              "loadmodule dir_module modules/mod_dir.so\nLoadModule b_module modules/b.so\n");
-    STEP("before the first column-1 LoadModule", website_->Php_addModule(conf_, "libphp5.so"));
-    // No column-1 LoadModule: before the first column-1 <VirtualHost.
-    writeConf("ServerRoot \"/srv/www\"\n  LoadModule x_module modules/x.so\n <VirtualHost *:80>\n"
-              "<virtualhost *:81>\n</VirtualHost>\n");
-    STEP("before the first column-1 <VirtualHost", website_->Php_addModule(conf_, "mod_php7.so"));
-    // Neither: 4 and no scratch file; a missing file 1; no TEMPFILE 2.
-    writeConf("ServerRoot \"/srv/www\"\n  LoadModule x_module modules/x.so\n");
-    STEP("neither", website_->Php_addModule(conf_, "libphp5.so"));
-    STEP("no configuration", website_->Php_addModule(conf_ + ".none", "libphp5.so"));
+    auto add = [&](const char* module) { return website_->Php_addModule(conf_, module); };
+    GIVEN_STEP("add, before the first column-1 LoadModule", add("libphp5.so"));
+    GIVEN_STEP("add, no column-1 LoadModule: before the first column-1 <VirtualHost", add("mod_php7.so"));
+    GIVEN_STEP("add, neither: 4 and no scratch file", add("libphp5.so"));
+    STEP("add, no configuration", website_->Php_addModule(conf_ + ".none", "libphp5.so"));
     makeDir(temp_);
-    STEP("the scratch file a folder", website_->Php_addModule(conf_, "libphp5.so"));
+    STEP("add, the scratch file a folder", add("libphp5.so"));
     rmdir(path(temp_).c_str());
-    // A line over 2999 characters: 1, and the file is not cut short.
-    writeConf("LoadModule a_module modules/a.so\n# " + std::string(2998, 'x') + "\nListen 80\n");
-    STEP("an over-long line", website_->Php_addModule(conf_, "libphp5.so"));
-
-    // Absolute module folders: whole under /usr/lib, else the last name;
-    // relative ones are joined to the server root first.
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-        {"", "LoadModule a_module /usr/lib64/httpd/modules/mod_a.so", "/usr/lib64/httpd/modules/libphp7.so"},
-        {"", "LoadModule a_module /opt/apache/libexec/mod_a.so", "libexec/libphp7.so"},
-        {"ServerRoot \"/etc/httpd\"\n", "LoadModule a_module modules/extra/mod_a.so", "extra/libphp7.so"},
-        {"ServerRoot \"/usr/lib/apache2\"\n", "LoadModule a_module modules/mod_a.so", "/usr/lib/apache2/modules/libphp7.so"},
-    };
-    for (auto [server, loadModule, entry] : cases) {
-        writeConf(server + std::string(loadModule) + "\n");
-        EXPECT_EQ(website_->Php_addModule(conf_, "libphp7.so"), 0);
-        EXPECT_EQ(readConf(), server + ("LoadModule php7_module " + std::string(entry)) + "\n" + loadModule + "\n");
-    }
+    GIVEN_STEP("add, a line over 2999 characters: 1, the file not cut short", add("libphp5.so"));
+    GIVEN_STEP("add, an absolute folder under /usr/lib is kept whole", add("libphp7.so"));
+    GIVEN_STEP("add, of another absolute folder only the last name", add("libphp7.so"));
+    GIVEN_STEP("add, a relative folder is joined to the server root first", add("libphp7.so"));
+    GIVEN_STEP("add, a relative folder joined to a server root under /usr/lib", add("libphp7.so"));
     EXPECT_DATA(transcript_, "handlers/php_add_module.transcript");
 }
 
 TEST_F(PhpModuleTest, DisableModuleAppendsToTheScratchFile) {
-    writeConf("LoadModule php5_module modules/libphp5.so\n<VirtualHost *:80>\n"
-              "  LoadModule php5_module modules/libphp5.so\n</VirtualHost>\n#LoadModule php5_module x/libphp5.so\n"
-              "  \tLoadModule php5_module modules/libphp5.so\nLoadModule dir_module modules/mod_dir.so\n");
-    STEP("outside site blocks", website_->Php_disableModule(conf_, "libphp5"));
-    // What the scratch file holds already comes first.
+    GIVEN_STEP("disable, outside site blocks", website_->Php_disableModule(conf_, "libphp5"));
     writeFile(temp_, "Stale 1\n");
-    writeConf("Listen 80\n");
-    STEP("a stale scratch file", website_->Php_disableModule(conf_, "libphp5"));
+    GIVEN_STEP("disable, what the scratch file holds already comes first", website_->Php_disableModule(conf_, "libphp5"));
     STEP("no configuration", website_->Php_disableModule(conf_ + ".none", "libphp5"));
     EXPECT_DATA(transcript_, "handlers/php_disable_module.transcript");
 }
