@@ -3,7 +3,6 @@
 #include "QZTestFixture.h"
 
 #include <cstring>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,19 +31,11 @@ protected:
         makeDir(std::string("/home/") + domain);
         return v;
     }
-    char create(const char* ip, const char* domain, char ipSwitch) {
+    int create(const char* ip, const char* domain, char ipSwitch) {
         VHostEntry v = site(ip, domain, domain, ipSwitch);
         return CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v);
     }
 
-    // The address lines of the configuration.
-    Lines addressLines() {
-        Lines lines;
-        std::istringstream in(readConf());
-        for (std::string line; std::getline(in, line);)
-            if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("NameVirtualHost", 0) == 0) lines.push_back(line);
-        return lines;
-    }
 };
 
 TEST_F(CreateWebsiteTest, AppendsNameVirtualHostAndBlockAndBuildsTheFolderTree) {
@@ -82,32 +73,15 @@ TEST_F(CreateWebsiteTest, PunycodeAliasesAndLeadingCommentsKeptForSwitchZero) {
 }
 
 TEST_F(CreateWebsiteTest, NameVirtualHostPortsAndIPv6Brackets) {
-    // Portless until a NameVirtualHost with the port turns the port on for
-    // every later block of the process; IPv6 is bracketed and carries the
-    // port for switch '1' only.
-    const std::tuple<const char*, const char*, const char*, char, const char*, Lines> cases[] = {
-        {"NameVirtualHost 10.0.0.1:*\nNameVirtualHost 10.0.0.2\n", "10.0.0.1", "a.com", '1',
-         "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\nRequested IP is IPV4\n",
-         {"NameVirtualHost 10.0.0.1:*", "NameVirtualHost 10.0.0.2", "<VirtualHost 10.0.0.1>"}},
-        {"NameVirtualHost 10.0.0.3:80\n", "10.0.0.2", "b.com", '1', "Requested IP is IPV4\n",
-         {"NameVirtualHost 10.0.0.3:80", "NameVirtualHost 10.0.0.2:80", "<VirtualHost 10.0.0.2:80>"}},
-        {"NameVirtualHost 10.0.0.4\n", "10.0.0.4", "c.com", '0', "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n",
-         {"NameVirtualHost 10.0.0.4", "<VirtualHost 10.0.0.4:80>"}},
-        {"NameVirtualHost 10.0.0.1:80\nNameVirtualHost [2001:db8::3]:*\n", "2001:db8::3", "six.com", '1',
-         "Requested IP is IPV6\nRequested IP is IPV6\nPicked IP is IPV6\nIPV6 NameVirtualHost found\n",
-         {"NameVirtualHost 10.0.0.1:80", "NameVirtualHost [2001:db8::3]:*", "<VirtualHost [2001:db8::3]:80>"}},
-    };
-    for (const auto& [text, ip, domain, ipSwitch, printed, lines] : cases) {
-        SCOPED_TRACE(domain);
-        writeConf(text);
-        EXPECT_PRINTS(create(ip, domain, ipSwitch), 94, printed);
-        EXPECT_EQ(addressLines(), lines);
-    }
-    writeConf("");
-    EXPECT_EQ(create("2001:db8::1", "one.com", '1'), 94);
-    EXPECT_EQ(create("2001:db8::2", "zero.com", '0'), 94);
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost [2001:db8::1]:80", "<VirtualHost [2001:db8::1]:80>",
-                                     "<VirtualHost [2001:db8::2]>"}));
+    inputs_ = "create/inputs";
+    watch("/conf/httpd.conf");
+    GIVEN_STEP("a.com, a portless NameVirtualHost", create("10.0.0.1", "a.com", '1'));
+    GIVEN_STEP("b.com, a NameVirtualHost with the port turns it on for every later block", create("10.0.0.2", "b.com", '1'));
+    GIVEN_STEP("c.com, switch 0 and the port on", create("10.0.0.4", "c.com", '0'));
+    GIVEN_STEP("six.com, IPv6 bracketed", create("2001:db8::3", "six.com", '1'));
+    GIVEN_STEP("one.com, IPv6 with the port for switch 1", create("2001:db8::1", "one.com", '1'));
+    STEP("zero.com, IPv6 without the port for switch 0", create("2001:db8::2", "zero.com", '0'));
+    EXPECT_DATA(transcript_, "create/name_virtual_host_ports.transcript");
 }
 
 TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
@@ -124,13 +98,11 @@ TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
     EXPECT_TRUE(exists("/home/lost.com/special"));
     EXPECT_EQ(readConf(), before);
 
-    // An address block without a ServerName is not the address's placeholder,
-    // and the next block's ServerName is not its own.
-    const std::string nameless = "<VirtualHost 10.0.0.5>\n</VirtualHost>\n"
-                                 "<VirtualHost 10.0.0.6>\n    ServerName other.com\n</VirtualHost>\n";
-    writeConf(nameless);
-    EXPECT_EQ(create("10.0.0.5", "nameless.com", '2'), 94);
-    EXPECT_EQ(readConf(), nameless);
+    // The next block's ServerName is not its own either.
+    inputs_ = "create/inputs";
+    watch("/conf/httpd.conf");
+    GIVEN_STEP("an address block without a ServerName is no placeholder", create("10.0.0.5", "nameless.com", '2'));
+    EXPECT_DATA(transcript_, "create/nameless_address_block.transcript");
 }
 
 TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
