@@ -10,12 +10,7 @@ protected:
     void SetUp() override {
         ToolkitTest::SetUp();
         watchConf({".qzbackup.rt", "_temp2", "_temp3", "_temp4", "_temp5"});
-    }
-    static std::string host(const std::string& body, const char* name = "a.com") {
-        return "<VirtualHost *:80>\n    ServerName " + std::string(name) + "\n" + body + "</VirtualHost>\n";
-    }
-    static std::string section(const std::string& opening, const std::string& body = "") {
-        return "    <Directory " + opening + ">\n" + body + "    </Directory>\n";
+        inputs_ = "toolkit/directory.inputs";
     }
     int add(const char* domain, const char* dir, const std::vector<std::string>& entries) {
         return helper.Apache_addDirectoryTag(file_, domain, dir, entries);
@@ -43,19 +38,10 @@ TEST_F(ToolkitDirectoryTest, EditsTouchTheFirstMatchingSectionOfTheDomain) {
         return refill("example.com", "/home/site/www", {"Options -Indexes +FollowSymLinks", "Require all granted"});
     });
 
-    // The domain's second block is searched when the first has no match; no
-    // entries leave an empty section; a nested section ends the old contents.
-    conf(host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n" + section("\"/ssl\"") + "</VirtualHost>\n");
-    STEP("delete, in the second block", remove("a.com", "/SSL"));
-    conf(host(section("\"/a\"", section("\"/a/b\"") + "        Options All\n")));
-    STEP("refill, nothing, a nested section", refill("a.com", "/a", {}));
-    // A section left open: its old lines go on into the next site's block,
-    // up to the first "</Directory" line, or to the end of the file.
-    const std::string open = host("    <Directory \"/a\">\n        Options All\n");
-    conf(open + host(section("\"/b\"") + "    DocumentRoot /b\n", "b.com"));
-    STEP("delete, a section left open", remove("a.com", "/a"));
-    conf(open + host("", "b.com"));
-    STEP("refill, a section left open", refill("a.com", "/a", {"Options None"}));
+    GIVEN_STEP("delete, the domain's second block searched when the first has no match", remove("a.com", "/SSL"));
+    GIVEN_STEP("refill, no entries leave an empty section; a nested section ends the old contents", refill("a.com", "/a", {}));
+    GIVEN_STEP("delete, a section left open goes on to the first </Directory line", remove("a.com", "/a"));
+    GIVEN_STEP("refill, a section left open goes on to the end of the file", refill("a.com", "/a", {"Options None"}));
     EXPECT_DATA(transcript_, "toolkit/directory_edits.transcript");
 }
 
@@ -63,21 +49,13 @@ TEST_F(ToolkitDirectoryTest, AnUnquotedOrUnterminatedPathStopsTheSearch) {
     // Before the section that would match (even one in a later block): 3.
     golden("directory_sections");
     STEP("delete, past an unquoted path", remove("example.com", "/home/site/ssl-only"));
-    const std::string unquoted = host(section("/a") + section("\"/b\""));
-    conf(unquoted);
-    STEP("refill, past an unquoted path", refill("a.com", "/b", {"X"}));
-    conf(host(section("\"/a")));
-    STEP("rename, an unterminated path", rename("/a", "/b"));
-    // Renaming compares an unquoted path as it stands, ">" included.
-    conf(unquoted);
-    STEP("rename, unquoted", rename("/a", "/c"));
-    STEP("rename, unquoted with its '>'", rename("/a>", "/c"));
-    // Outside the domain's block nothing is read. No section there: 4, and
-    // adding puts nothing at the end of the block.
-    const std::string otherFirst = host(section("/a"), "b.com") + host("    DocumentRoot /a\n");
-    conf(otherFirst);
-    STEP("delete, only another site's section", remove("a.com", "/a"));
-    STEP("add, only another site's section", add("a.com", "/a", {"Options None"}));
+    GIVEN_STEP("refill, an unquoted path before the match stops the search: 3", refill("a.com", "/b", {"X"}));
+    GIVEN_STEP("rename, an unterminated path: 3", rename("/a", "/b"));
+    GIVEN_STEP("rename, an unquoted path compared as it stands, '>' included: 4", rename("/a", "/c"));
+    STEP("rename, the unquoted path with its '>'", rename("/a>", "/c"));
+    // Outside the domain's block nothing is read.
+    GIVEN_STEP("delete, only another site's section: 4", remove("a.com", "/a"));
+    GIVEN_STEP("add, only another site's section: nothing at the end of the block", add("a.com", "/a", {"Options None"}));
     EXPECT_DATA(transcript_, "toolkit/directory_search_stops.transcript");
 }
 
@@ -88,7 +66,7 @@ TEST_F(ToolkitDirectoryTest, FilesThatDoNotOpen) {
         [this](const std::string& f) { return helper.Apache_UpdateDirectoryTagPath(f, "a.com", "/a", "/b"); },
         [this](const std::string& f) { return helper.Apache_UpdateDirectoryDirectives(f, "a.com", "/a", {}); }};
     const char* scratches[] = {"_temp4", "_temp5", "_temp2", "_temp3"};
-    const std::string block = host(section("\"/a\""));
+    const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n    </Directory>\n</VirtualHost>\n";
     for (size_t i = 0; i < edits.size(); ++i) {
         EXPECT_EQ(edits[i](path("/conf/missing.conf")), 1);
         conf(block);
