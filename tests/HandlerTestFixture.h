@@ -16,7 +16,6 @@ protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
         loggedCommand("mv");
-        missing_ = path("/conf/missing.conf");
         website_ = std::make_unique<CQZWebsite>(&tracker_, conf_.c_str());
         temp_ = std::string(website_->TEMPFILE).substr(root_.size());
         watch("/conf/httpd.conf");
@@ -32,7 +31,6 @@ protected:
     CQZTrackManager tracker_;
     std::unique_ptr<CQZWebsite> website_;
     std::string temp_;     // the manager's scratch file, under the root
-    std::string missing_;  // a configuration that does not exist
 };
 
 #endif

@@ -198,4 +198,5 @@ void HttpdConfTest::SetUp() {
     QZTest::SetUp();
     makeDir("/conf");
     conf_ = path("/conf/httpd.conf");
+    missing_ = path("/conf/missing.conf");
 }

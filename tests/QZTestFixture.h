@@ -97,6 +97,7 @@ protected:
     void useConf(const std::string& name) const { writeConf(rootedData(name)); }
 
     std::string conf_;  // stays put: managers borrow its characters
+    std::string missing_;  // <root>/conf/missing.conf, which does not exist
 };
 
 // `actual`, the scratch root written as @ROOT@, equals tests/data/<name>.

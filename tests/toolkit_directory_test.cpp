@@ -68,7 +68,7 @@ TEST_F(ToolkitDirectoryTest, FilesThatDoNotOpen) {
     const char* scratches[] = {"_temp4", "_temp5", "_temp2", "_temp3"};
     const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n    </Directory>\n</VirtualHost>\n";
     for (size_t i = 0; i < edits.size(); ++i) {
-        EXPECT_EQ(edits[i](path("/conf/missing.conf")), 1);
+        EXPECT_EQ(edits[i](missing_), 1);
         conf(block);
         makeDir(std::string("/conf/httpd.conf") + scratches[i]);
         EXPECT_EQ(edits[i](file_), 2);

@@ -50,7 +50,7 @@ TEST_F(ToolkitServerTest, GetDirectiveValueReadsTheFirstServerLevelLine) {
     EXPECT_EQ(get(file, "ServerName", false), "6 ");
     std::string value;
     EXPECT_EQ(helper.Apache_getDirectiveValue(file, "", value, false), 2);
-    EXPECT_EQ(helper.Apache_getDirectiveValue(path("/conf/missing.conf"), "Listen", value, false), 1);
+    EXPECT_EQ(helper.Apache_getDirectiveValue(missing_, "Listen", value, false), 1);
     EXPECT_EQ(helper.Apache_getDirectiveValue(path("/conf"), "Listen", value, false), 1);
 
     // Lines of a skipped block hold at most 118 characters, others 2998.
@@ -74,7 +74,7 @@ TEST_F(ToolkitServerTest, IsDirectiveWithValueExistsComparesTheWholeValue) {
     EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "PidFile", "noquotes", true), false,
                   "returning with quote\nreturning with quote\n");
     EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "", "", false), false, "");
-    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(path("/conf/missing.conf"), "Include", "x", false), false, "");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(missing_, "Include", "x", false), false, "");
     // A bare <VirtualHost> opens nothing: the lines after it are server-level.
     const std::string bare = conf("<VirtualHost>\nInclude inside.conf\n</VirtualHost>\n");
     EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(bare, "Include", "inside.conf", false), true,
@@ -103,7 +103,7 @@ TEST_F(ToolkitServerTest, WriteDirectivePlacesTheEntryByAReferenceOrALineNumber)
         conf(numbered);
         STEP("at line " + std::to_string(line), write("Timeout 60", "NoSuch", line));
     }
-    STEP("no input", helper.Apache_writeDirective(path("/conf/missing.conf"), "Listen 80", "Listen", true, -1));
+    STEP("no input", helper.Apache_writeDirective(missing_, "Listen 80", "Listen", true, -1));
     conf("Listen 80\n");
     makeDir("/conf/httpd.conf.wd");
     STEP("the scratch file a folder", write("Timeout 60", "Listen", -1));
@@ -124,7 +124,7 @@ TEST_F(ToolkitServerTest, CheckModuleSeesLoadModuleLinesBeforeTheFirstBlock) {
     EXPECT_EQ(check(file, "PHP", false), "0 true");
     EXPECT_EQ(check(file, "rewrite", true), "2 false");
     EXPECT_EQ(check(file, "ssl", false), "2 false");
-    EXPECT_EQ(check(path("/conf/missing.conf"), "ssl", true), "1 false");
+    EXPECT_EQ(check(missing_, "ssl", true), "1 false");
 
     // The physical file, looked for in the modules folder.
     makeDir("/srv/modules");
@@ -138,7 +138,7 @@ TEST_F(ToolkitServerTest, CheckModuleSeesLoadModuleLinesBeforeTheFirstBlock) {
     EXPECT_EQ(check(file, "rewrite", true, true), "4 false");
     conf("\n\n");
     EXPECT_EQ(check(file, "rewrite", true, true).substr(0, 1), "4");
-    EXPECT_EQ(check(path("/conf/missing.conf"), "rewrite", true, true).substr(0, 1), "1");
+    EXPECT_EQ(check(missing_, "rewrite", true, true).substr(0, 1), "1");
 }
 
 TEST_F(ToolkitServerTest, AddModuleGoesBeforeTheFirstLoadModuleOrBlockOrAtTheEnd) {
@@ -160,7 +160,7 @@ TEST_F(ToolkitServerTest, AddModuleGoesBeforeTheFirstLoadModuleOrBlockOrAtTheEnd
     conf("ServerRoot \"/etc/httpd\"\n\nListen 80\n");
     STEP("no LoadModule, no modules folder", helper.Apache_addModule(file_, "rewrite"));
     // A file that does not open: nothing printed.
-    STEP("no input", helper.Apache_addModule(path("/conf/missing.conf"), "rewrite"));
+    STEP("no input", helper.Apache_addModule(missing_, "rewrite"));
     conf("LoadModule a_module modules/mod_a.so\n");
     makeDir("/conf/httpd.conf_md");
     STEP("the scratch file a folder", helper.Apache_addModule(file_, "rewrite"));

@@ -29,7 +29,7 @@ TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
     EXPECT_EQ(get(file, "example.com", "Header", false), "4 ");
     EXPECT_EQ(get(file, "above.com", "DocumentRoot", false), "4 ");
     EXPECT_EQ(get(file, "example.com:80", "DocumentRoot", false), "0 /port/suffix");
-    EXPECT_EQ(get(path("/conf/missing.conf"), "example.com", "DocumentRoot", false).substr(0, 2), "1 ");
+    EXPECT_EQ(get(missing_, "example.com", "DocumentRoot", false).substr(0, 2), "1 ");
     EXPECT_TRUE(commandLog().empty());
 }
 
@@ -54,8 +54,8 @@ TEST_F(ToolkitVHostTest, AddDirectivesGoIntoTheDomainsBlocks) {
     makeDir("/conf/httpd.conf_qzbackup_ACEP");
     GIVEN_STEP("one line, the scratch file a folder", addOne(file_));
     STEP("many lines, the scratch file a folder", addMany(file_));
-    STEP("one line, no input", addOne(path("/conf/missing.conf")));
-    STEP("many lines, no input", addMany(path("/conf/missing.conf")));
+    STEP("one line, no input", addOne(missing_));
+    STEP("many lines, no input", addMany(missing_));
     EXPECT_DATA(transcript_, "toolkit/add_directives_in_vh.transcript");
 }
 
@@ -104,11 +104,10 @@ TEST_F(ToolkitVHostTest, UpdateVHDirectiveContentsAddsOrTogglesANestedLine) {
 }
 
 TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(missing, "a.com", {"Options"}), 1);
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(missing, "a.com", "Options", "None", false), 1);
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(missing, "a.com", "<Directory", "X", true), 1);
-    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(missing, "a.com", "1.2.3.4", "80"), 1);
+    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(missing_, "a.com", {"Options"}), 1);
+    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(missing_, "a.com", "Options", "None", false), 1);
+    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(missing_, "a.com", "<Directory", "X", true), 1);
+    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(missing_, "a.com", "1.2.3.4", "80"), 1);
 
     const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n    Options All\n</VirtualHost>\n";
     const std::string file = conf(block);
@@ -135,7 +134,7 @@ TEST_F(ToolkitVHostTest, IsModuleExistsInVHComparesTheNameBeforeTheDot) {
     EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_tab"), false, both);
     EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_commented"), false, both);
     EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "tab.com", "mod_tab"), false, "");
-    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(path("/conf/missing.conf"), "example.com", "mod_php5"), false, "");
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(missing_, "example.com", "mod_php5"), false, "");
     EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "OTHER.com", "MOD_php5"), true, "modname=mod_php5\n");
 }
 
@@ -152,7 +151,7 @@ TEST_F(ToolkitVHostTest, DeleteVhIfmoduleBlockRemovesUpToTheFirstClosingLine) {
     GIVEN_STEP("ifmodule, an over-long line (2047 characters) keeps the file",
                helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
     // The scratch file is opened first.
-    STEP("no input", helper.Apache_DeleteVhIfmoduleBlock(path("/conf/missing.conf"), "a.com", "mod_x"));
+    STEP("no input", helper.Apache_DeleteVhIfmoduleBlock(missing_, "a.com", "mod_x"));
     makeDir("/conf/other.conf.dif");
     STEP("the scratch file a folder", helper.Apache_DeleteVhIfmoduleBlock(path("/conf/other.conf"), "a.com", "mod_x"));
     EXPECT_DATA(transcript_, "toolkit/delete_vh_ifmodule_block.transcript");

@@ -101,8 +101,7 @@ TEST_F(CreateVirtualDirectoryTest, WhereASectionGoesOrWhyNoneDoes) {
 
 TEST_F(CreateVirtualDirectoryTest, FailuresGive21To23WithTheConfigurationUnchanged) {
     SDDir dir = record("/s/shop");
-    const std::string missing = path("/conf/missing.conf");
-    for (CQZVirtualDirectory manager : {CQZVirtualDirectory(nullptr), CQZVirtualDirectory(nullptr, missing.c_str())}) {
+    for (CQZVirtualDirectory manager : {CQZVirtualDirectory(nullptr), CQZVirtualDirectory(nullptr, missing_.c_str())}) {
         const char result = manager.HttpdConfFile == nullptr ? 21 : 22;
         EXPECT_EQ(manager.CreateVirtualDirectory(&dir, 0, "", ""), result);
         EXPECT_EQ(manager.GetVirtualDirectoryinfo(&dir), result);

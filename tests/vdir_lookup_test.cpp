@@ -55,9 +55,8 @@ TEST_F(VirtualDirectoryLookupTest, DeleteRemovesThePathEverywhereWithBlankLines)
 }
 
 TEST_F(VirtualDirectoryLookupTest, DeleteFailuresLeaveTheConfiguration) {
-    const std::string missing = path("/conf/missing.conf");
     STEP("no configuration named", CQZVirtualDirectory(nullptr).DeleteVirtualDirectory("/x"));
-    STEP("no configuration", CQZVirtualDirectory(nullptr, missing.c_str()).DeleteVirtualDirectory("/x"));
+    STEP("no configuration", CQZVirtualDirectory(nullptr, missing_.c_str()).DeleteVirtualDirectory("/x"));
     CQZVirtualDirectory vdir(nullptr, conf_.c_str());
     writeConf("<Directory \"/x\">\n</Directory>\n\n<Directory \"/y>\n");
     STEP("an unclosed quote", vdir.DeleteVirtualDirectory("/x"));
@@ -144,14 +143,13 @@ TEST_F(VirtualDirectoryLookupTest, LookupsWithoutConfiguration) {
     StringVector list;
     EXPECT_EQ(noConf.VirtualDirectoryExists(&d) + noConf.VirtualDirectoryList("a.test", &list) +
                   noConf.DirectoryRequired("a.test", "/x") + noConf.CheckVirDir(&d), 4 * 21);
-    const std::string missing = path("/conf/missing.conf");
-    CQZVirtualDirectory vdir(&tracker_, missing.c_str());
+    CQZVirtualDirectory vdir(&tracker_, missing_.c_str());
     const std::string error = "Error opening HttpdConfFile file\n";
     EXPECT_PRINTS(vdir.VirtualDirectoryExists(&d), 22, error);
     EXPECT_PRINTS(vdir.VirtualDirectoryList("a.test", &list), 22, "");
     EXPECT_PRINTS(vdir.DirectoryRequired("a.test", "/x"), 22, error);
     EXPECT_PRINTS(vdir.CheckVirDir(&d), 22, error);
-    EXPECT_PRINTS(vdir.GetVDPath(missing, "a.test", "/x"), "", "Error while opening HttpdConfFile\n");
+    EXPECT_PRINTS(vdir.GetVDPath(missing_, "a.test", "/x"), "", "Error while opening HttpdConfFile\n");
     EXPECT_TRUE(list.empty());
 }
 

@@ -73,7 +73,7 @@ TEST_F(CreateWebsiteTest, PunycodeAliasesAndLeadingCommentsKeptForSwitchZero) {
 }
 
 TEST_F(CreateWebsiteTest, NameVirtualHostPortsAndIPv6Brackets) {
-    inputs_ = "create/inputs";
+    inputs_ = "create/addresses.inputs";
     watch("/conf/httpd.conf");
     GIVEN_STEP("a.com, a portless NameVirtualHost", create("10.0.0.1", "a.com", '1'));
     GIVEN_STEP("b.com, a NameVirtualHost with the port turns it on for every later block", create("10.0.0.2", "b.com", '1'));
@@ -99,7 +99,7 @@ TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
     EXPECT_EQ(readConf(), before);
 
     // The next block's ServerName is not its own either.
-    inputs_ = "create/inputs";
+    inputs_ = "create/addresses.inputs";
     watch("/conf/httpd.conf");
     GIVEN_STEP("an address block without a ServerName is no placeholder", create("10.0.0.5", "nameless.com", '2'));
     EXPECT_DATA(transcript_, "create/nameless_address_block.transcript");
@@ -119,8 +119,8 @@ TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
     EXPECT_EQ(website.CreateWebsite(&v), 2);
     EXPECT_EQ(CQZWebsite(nullptr).CreateWebsite(&v), 21);
     // In a missing folder neither the configuration nor the scratch file opens.
-    const std::string missing = path("/conf/missing.conf"), missingFolder = path("/nodir/httpd.conf");
-    for (const std::string& conf : {missing, missingFolder})
+    const std::string missingFolder = path("/nodir/httpd.conf");
+    for (const std::string& conf : {missing_, missingFolder})
         EXPECT_PRINTS(CQZWebsite(nullptr, conf.c_str()).CreateWebsite(&v), 22, "Error while opening HttpdConfFile\n");
     std::string unwritable = path("/nodir/scratch");
     website.TEMPFILE = &unwritable[0];

@@ -35,8 +35,7 @@ TEST_F(DeleteWebsiteTest, RunsMvOfTheScratchFileAndTracks) {
 }
 
 TEST_F(DeleteWebsiteTest, UnopenableFilesAndOverLongLinesLeaveTheConfiguration) {
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_PRINTS(CQZWebsite(nullptr, missing.c_str()).DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
+    EXPECT_PRINTS(CQZWebsite(nullptr, missing_.c_str()).DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
     // The scratch file lies in the configuration's folder; make that
     // impossible to create by putting a folder where it would go.
     writeConf("Listen 80\n");

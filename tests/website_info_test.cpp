@@ -56,8 +56,7 @@ TEST_F(WebsiteInfoTest, ReadsAStoppedSiteWithEveryKindOfLine) {
 TEST_F(WebsiteInfoTest, NoBlockNullsTheDomain) {
     useConf("info/no_block_of_the_name.conf");
     CQZWebsite website(nullptr, conf_.c_str());
-    const std::string missing = path("/conf/missing.conf");
-    CQZWebsite noConf(nullptr), missingConf(nullptr, missing.c_str());
+    CQZWebsite noConf(nullptr), missingConf(nullptr, missing_.c_str());
     const std::tuple<CQZWebsite*, const char*, int, const char*> cases[] = {
         {&website, "trailing.com", 26, ""}, {&website, "plain.com", 26, ""}, {&noConf, "a.com", 21, ""},
         {&missingConf, "a.com", 22, "Error while opening HttpdConfFile\n"}};

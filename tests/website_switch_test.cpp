@@ -67,8 +67,7 @@ TEST_F(WebsiteSwitchTest, StatusNeedsABlankAfterServerNameAndAnOpenBlock) {
 TEST_F(WebsiteSwitchTest, MissingConfigurationGives21Or22) {
     CQZWebsite noConf(nullptr);
     EXPECT_EQ(noConf.GetWebsiteStatus("a.com"), 21);
-    const std::string missing = path("/conf/missing.conf");
-    CQZWebsite website(nullptr, missing.c_str());
+    CQZWebsite website(nullptr, missing_.c_str());
     const std::string message = "Error while opening HttpdConfFile\n";
     EXPECT_PRINTS(website.GetWebsiteStatus("a.com"), 22, message);
     EXPECT_PRINTS(website.StopWebsite("a.com"), 22, message);
