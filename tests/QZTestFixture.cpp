@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 void QZTest::SetUp() {
@@ -57,6 +58,29 @@ std::string QZTest::data(const std::string& name) {
     return text.str();
 }
 
+std::string QZTest::rootedData(const std::string& name) const {
+    std::string text = data(name);
+    for (size_t at = text.find("@ROOT@"); at != std::string::npos; at = text.find("@ROOT@", at))
+        text.replace(at, 6, root_);
+    return text;
+}
+
+std::string QZTest::unrooted(std::string text) const {
+    for (size_t at; (at = text.find(root_)) != std::string::npos;) text.replace(at, root_.size(), "@ROOT@");
+    return text;
+}
+
+std::string QZTest::expectedData(const std::string& actual, const std::string& name) {
+    if (getenv("QZ_UPDATE_GOLDEN") == nullptr) return data(name);
+    std::ofstream(std::string(QZ_TEST_DATA) + "/" + name, std::ios::binary) << actual;
+    return actual;
+}
+
+int QZTest::modeOf(const std::string& rel) const {
+    struct stat st;
+    return stat(path(rel).c_str(), &st) == 0 ? static_cast<int>(st.st_mode & 07777) : -1;
+}
+
 void QZTest::fakeCommand(const std::string& name, const std::string& script) const {
     const std::string file = bin_ + "/" + name;
     {
@@ -71,7 +95,7 @@ void QZTest::loggedCommand(const std::string& name) const {
                       "PATH=\"" + savedPath_ + "\" exec " + name + " \"$@\"");
 }
 
-std::vector<std::string> QZTest::commandLog() const {
+Lines QZTest::commandLog() const {
     std::vector<std::string> lines;
     std::ifstream in(root_ + "/.commands.log");
     for (std::string line; std::getline(in, line);) lines.push_back(line);
@@ -88,7 +112,7 @@ std::string QZTest::capturedOutput() {
     return testing::internal::GetCapturedStdout();
 }
 
-std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
+Lines QZTest::calls(const CQZTrackManager& tracker) {
     auto list = [](const StringVector& items) {
         std::string text = "[";
         for (size_t i = 0; i < items.size(); ++i) text += (i ? "|" : "") + items[i];
@@ -104,8 +128,75 @@ std::vector<std::string> QZTest::calls(const CQZTrackManager& tracker) {
     return lines;
 }
 
+namespace {
+// `text` with `prefix` before each line, control characters other than tabs
+// in caret notation ("^@" for a NUL), and a mark when it does not end in a
+// newline.
+std::string block(const std::string& text, const std::string& prefix = "") {
+    std::string out;
+    bool lineStart = true;
+    for (const char c : text) {
+        if (lineStart) out += prefix;
+        lineStart = c == '\n';
+        if ((c >= 0 && c < ' ' && c != '\t' && c != '\n') || c == 127) out += {'^', static_cast<char>(c ^ 0x40)};
+        else out += c;
+    }
+    return text.empty() || text.back() == '\n' ? out : out + "\n\\ no newline at end\n";
+}
+}  // namespace
+
+void QZTest::given(const std::string& label) const {
+    const std::string text = "\n" + rootedData(inputs_), mark = "\n#### " + label + "\n";
+    size_t at = text.find(mark);
+    ASSERT_NE(at, std::string::npos) << "no input \"" << label << "\" in " << inputs_;
+    at += mark.size();
+    const size_t next = text.find("\n#### ", at - 1);
+    std::string section = text.substr(at, next == std::string::npos ? std::string::npos : next + 1 - at);
+    const std::string noNewline = "\n\\ no newline at end\n";
+    if (section.size() >= noNewline.size() && section.compare(section.size() - noNewline.size(), noNewline.size(), noNewline) == 0)
+        section.resize(section.size() - noNewline.size());
+    writeFile(givenTo_, section);
+}
+
+void QZTest::beginStep() {
+    before_.clear();
+    for (const std::string& rel : watched_)
+        before_[rel] = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
+    commandsBefore_ = commandLog().size();
+    callsBefore_ = tracker_ ? calls(*tracker_).size() : 0;
+    captureOutput();
+}
+
+void QZTest::endStep(const std::string& label, const std::string& result) {
+    const std::string printed = capturedOutput();
+    std::string text = "== " + label + " -> " + result + "\n" + block(printed, "> ");
+    const std::vector<std::string> commands = commandLog();
+    for (size_t i = commandsBefore_; i < commands.size(); ++i) text += "$ " + commands[i] + "\n";
+    const std::vector<std::string> tracked = tracker_ ? calls(*tracker_) : std::vector<std::string>{};
+    for (size_t i = callsBefore_; i < tracked.size(); ++i) text += "@ " + tracked[i] + "\n";
+    for (const std::string& rel : watched_) {
+        const std::optional<std::string> now = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
+        if (now == before_[rel]) continue;
+        text += "--- " + rel + (now ? "\n" + block(*now) : " removed\n");
+    }
+    for (const auto& [name, as] : aliases_)
+        for (size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, name.size(), as);
+    transcript_ += unrooted(text);
+}
+
+bool QZTest::htpasswdAccepts(const std::string& file, const std::string& user, const std::string& password) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execlp("htpasswd", "htpasswd", "-vb", file.c_str(), user.c_str(), password.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 void HttpdConfTest::SetUp() {
     QZTest::SetUp();
     makeDir("/conf");
     conf_ = path("/conf/httpd.conf");
+    missing_ = path("/conf/missing.conf");
 }

@@ -10,7 +10,6 @@
 
 class ToolkitTest : public HttpdConfTest {
 protected:
-    using Lines = std::vector<std::string>;
 
     void SetUp() override {
         HttpdConfTest::SetUp();
@@ -46,6 +45,14 @@ protected:
         commands.push_back("cp " + file_ + " " + file_ + backup);
         commands.push_back("mv " + file_ + scratch + " " + file_);
         EXPECT_EQ(commandLog(), commands);
+    }
+
+    // Watches the configuration and the files beside it with these suffixes,
+    // and these other files.
+    void watchConf(std::initializer_list<std::string> suffixes = {}, std::initializer_list<std::string> others = {}) {
+        watch("/conf/httpd.conf");
+        for (const std::string& suffix : suffixes) watch("/conf/httpd.conf" + suffix);
+        for (const std::string& other : others) watch(other);
     }
 
     const std::string& file_ = conf_;

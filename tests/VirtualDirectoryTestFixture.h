@@ -10,13 +10,10 @@
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 class VirtualDirectoryTest : public HttpdConfTest {
 protected:
-    using Lines = std::vector<std::string>;
 
     void SetUp() override {
         HttpdConfTest::SetUp();
@@ -30,6 +27,8 @@ protected:
             fakeCommand(name, "{ printf %s " + name + "; for a; do printf ' [%s]' \"$a\"; done; echo; } >>\"$QZ_TEST_LOG\"");
         loggedCommand("htpasswd");
         loggedCommand("mv");
+        watch("/conf/httpd.conf");
+        watch("/etc/apactemp");
     }
 
     // "apachectl -v" reports this version; "" makes every Apache command silent.
@@ -48,40 +47,27 @@ protected:
     }
     std::string authFile() const { return path("/home/sites/shop.test/webusers_shop.test.htpasswd"); }
 
+    CQZVirtualDirectory manager() { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz"); }
     char create(SDDir dir, int adminFlag = 0, const std::string& name = "", const std::string& pass = "") {
-        return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, adminFlag, name, pass);
+        return manager().CreateVirtualDirectory(&dir, adminFlag, name, pass);
     }
-    char info(SDDir& dir) { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").GetVirtualDirectoryinfo(&dir); }
+    char info(SDDir& dir) { return manager().GetVirtualDirectoryinfo(&dir); }
     char update(SDDir dir, const std::string& name = "", const std::string& pass = "") {
-        return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").UpdateVirtualDirectory(&dir, name, pass);
+        return manager().UpdateVirtualDirectory(&dir, name, pass);
     }
 
-    // Whether the real htpasswd accepts the password for the user.
     bool verifies(const std::string& user, const std::string& pass, const std::string& file = "") const {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            execlp("htpasswd", "htpasswd", "-vb", (file.empty() ? authFile() : file).c_str(), user.c_str(), pass.c_str(),
-                   static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        int status = 0;
-        return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-
-    // Text with the scratch root written as @ROOT@.
-    std::string rooted(std::string text) const {
-        for (size_t at; (at = text.find(root_)) != std::string::npos;) text.replace(at, root_.size(), "@ROOT@");
-        return text;
+        return htpasswdAccepts(file.empty() ? authFile() : file, user, pass);
     }
 
     // The configuration, the printed lines and the command log against
     // tests/data/vdir/<name>.expected, .out and .commands.
     void expectGolden(const std::string& name, const std::string& printed) const {
-        EXPECT_EQ(rooted(readConf()), data("vdir/" + name + ".expected"));
-        EXPECT_EQ(rooted(printed), data("vdir/" + name + ".out"));
+        EXPECT_DATA(readConf(), "vdir/" + name + ".expected");
+        EXPECT_DATA(printed, "vdir/" + name + ".out");
         std::string commands;
         for (const std::string& line : commandLog()) commands += line + "\n";
-        EXPECT_EQ(rooted(commands), data("vdir/" + name + ".commands"));
+        EXPECT_DATA(commands, "vdir/" + name + ".commands");
     }
 
     // Lines of the command log that start with `name`.

@@ -1,53 +1,33 @@
 // Reading the panel's settings file.
 #include "QZTestFixture.h"
 
-class QZConfTest : public QZTest {};
+class QZConfTest : public QZTest {
+protected:
+    // "<result> <value>" of a read, the value "default" before it.
+    std::string get(const char* key, const char* file = "/etc/QZ.conf") {
+        std::string value = "default";
+        return std::to_string(getParamFromQZConfFile(path(file), value, key)) + " " + value;
+    }
+};
 
 TEST_F(QZConfTest, ReadsQuotedValuesByKeyPrefix) {
-    writeFile("/etc/QZ.conf",
-              "\n"
-              "# panel settings\n"
-              "  webserverport = \"8080\"\n"
-              "PHPHandlerX=\"fcgid\"\n"
-              "PHPHandler=\"dso\"\n"
-              "SUexecSetting=\"disabled\" # \"ignored\"\n"
-              "Unquoted=80\n"
-              "Half=\"open\n");
-    const std::string conf = path("/etc/QZ.conf");
-    std::string value = "default";
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "WebServerPort"), 1);
-    EXPECT_EQ(value, "8080");
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "PHPHandler"), 1);
-    EXPECT_EQ(value, "fcgid") << "the first line whose key begins with the name wins";
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "SUexecSetting"), 1);
-    EXPECT_EQ(value, "disabled");
-
-    value = "80";
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "Unquoted"), 0);
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "Half"), 0);
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, "Missing"), 0);
-    EXPECT_EQ(getParamFromQZConfFile(conf, value, ""), 0);
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/none"), value, "WebServerPort"), 0);
-    EXPECT_EQ(value, "80") << "a failed read leaves the caller's default";
+    writeFile("/etc/QZ.conf", data("qzconf/quoted_values.conf"));
+    EXPECT_EQ(get("WebServerPort"), "1 8080");
+    EXPECT_EQ(get("PHPHandler"), "1 fcgid") << "the first line whose key begins with the name wins";
+    EXPECT_EQ(get("SUexecSetting"), "1 disabled");
+    // A failed read leaves the caller's default.
+    for (const char* key : {"Unquoted", "Half", "Missing", ""}) EXPECT_EQ(get(key), "0 default") << key;
+    EXPECT_EQ(get("WebServerPort", "/etc/none"), "0 default");
 }
 
 TEST_F(QZConfTest, LinesOfMoreThan119CharactersEndTheReading) {
     // Exactly 119 characters: read whole.
-    const std::string key119 = "Long=\"" + std::string(112, 'v') + "\"";
-    ASSERT_EQ(key119.size(), 119u);
-    writeFile("/etc/QZ.conf", key119 + "\nAfter=\"yes\"\n");
-    std::string value;
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/QZ.conf"), value, "Long"), 1);
-    EXPECT_EQ(value, std::string(112, 'v'));
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/QZ.conf"), value, "After"), 1);
-
+    writeFile("/etc/QZ.conf", "Long=\"" + std::string(112, 'v') + "\"\nAfter=\"yes\"\n");
+    EXPECT_EQ(get("Long"), "1 " + std::string(112, 'v'));
+    EXPECT_EQ(get("After"), "1 yes");
     // 120 characters: the stream fails there; keys before it are still found.
-    const std::string key120 = "Long=\"" + std::string(113, 'v') + "\"";
-    writeFile("/etc/QZ.conf", "Before=\"1\"\n" + key120 + "\nAfter=\"yes\"\n");
-    value = "keep";
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/QZ.conf"), value, "Long"), 0);
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/QZ.conf"), value, "After"), 0);
-    EXPECT_EQ(value, "keep");
-    EXPECT_EQ(getParamFromQZConfFile(path("/etc/QZ.conf"), value, "Before"), 1);
-    EXPECT_EQ(value, "1");
+    writeFile("/etc/QZ.conf", "Before=\"1\"\nLong=\"" + std::string(113, 'v') + "\"\nAfter=\"yes\"\n");
+    EXPECT_EQ(get("Long"), "0 default");
+    EXPECT_EQ(get("After"), "0 default");
+    EXPECT_EQ(get("Before"), "1 1");
 }

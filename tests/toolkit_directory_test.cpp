@@ -7,90 +7,56 @@
 
 class ToolkitDirectoryTest : public ToolkitTest {
 protected:
-    // Runs `edit` on `contents`: it must return `result` and leave the file
-    // as it was, with the scratch file deleted and only the backup made.
-    template <class Edit>
-    void expectUnchanged(const std::string& contents, int result, const std::string& scratch, Edit&& edit) {
-        conf(contents);
-        EXPECT_EQ(edit(), result);
-        EXPECT_EQ(confText(), contents);
-        EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), contents);
-        EXPECT_FALSE(exists("/conf/httpd.conf" + scratch));
-        EXPECT_EQ(commandLog().back(), "cp " + file_ + " " + file_ + ".qzbackup.rt");
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        watchConf({".qzbackup.rt", "_temp2", "_temp3", "_temp4", "_temp5"});
+        inputs_ = "toolkit/directory.inputs";
     }
-
-    static std::string host(const std::string& body) {
-        return "<VirtualHost *:80>\n    ServerName a.com\n" + body + "</VirtualHost>\n";
+    int add(const char* domain, const char* dir, const std::vector<std::string>& entries) {
+        return helper.Apache_addDirectoryTag(file_, domain, dir, entries);
     }
-    static std::string section(const std::string& opening, const std::string& body = "") {
-        return "    <Directory " + opening + ">\n" + body + "    </Directory>\n";
+    int remove(const char* domain, const char* dir) { return helper.Apache_deleteDirectoryTag(file_, domain, dir); }
+    int rename(const char* dir, const char* to) { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", dir, to); }
+    int refill(const char* domain, const char* dir, const std::vector<std::string>& entries) {
+        return helper.Apache_UpdateDirectoryDirectives(file_, domain, dir, entries);
     }
 };
 
 TEST_F(ToolkitDirectoryTest, EditsTouchTheFirstMatchingSectionOfTheDomain) {
     // Added before the domain's first section (not one above its
     // ServerName), whatever its path.
-    expectRewrite("directory_sections", "directory_added", ".qzbackup.rt", "_temp4", [this] {
-        return helper.Apache_addDirectoryTag(file_, "example.com", "/home/site/cgi-bin",
-                                             {"Options +ExecCGI", "AddHandler cgi-script .cgi"});
-    });
+    expectRewrite("directory_sections", "directory_added", ".qzbackup.rt", "_temp4",
+                  [this] { return add("example.com", "/home/site/cgi-bin", {"Options +ExecCGI", "AddHandler cgi-script .cgi"}); });
     // "/Home/Site/www/" (trailing slash) differs; "/Home/Site/www" is the
     // one; later sections with the path, in this block or the next, stay.
-    expectRewrite("directory_sections", "directory_deleted", ".qzbackup.rt", "_temp5", [this] {
-        return helper.Apache_deleteDirectoryTag(file_, "EXAMPLE.com", "/home/site/www");
-    });
+    expectRewrite("directory_sections", "directory_deleted", ".qzbackup.rt", "_temp5",
+                  [this] { return remove("EXAMPLE.com", "/home/site/www"); });
     expectRewrite("directory_sections", "directory_renamed", ".qzbackup.rt", "_temp2", [this] {
         return helper.Apache_UpdateDirectoryTagPath(file_, "example.com", "/home/site/www", "/srv/new www");
     });
     expectRewrite("directory_sections", "directory_refilled", ".qzbackup.rt", "_temp3", [this] {
-        return helper.Apache_UpdateDirectoryDirectives(file_, "example.com", "/home/site/www",
-                                                       {"Options -Indexes +FollowSymLinks", "Require all granted"});
+        return refill("example.com", "/home/site/www", {"Options -Indexes +FollowSymLinks", "Require all granted"});
     });
 
-    // The domain's second block is searched when the first has no match; no
-    // entries leave an empty section; a nested section ends the old contents.
-    conf(host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n" + section("\"/ssl\"") +
-         "</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_deleteDirectoryTag(file_, "a.com", "/SSL"), 0);
-    EXPECT_EQ(confText(), host(section("\"/a\"")) + "<VirtualHost *:443>\n    ServerName a.com\n</VirtualHost>\n");
-    conf(host(section("\"/a\"", section("\"/a/b\"") + "        Options All\n")));
-    EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {}), 0);
-    EXPECT_EQ(confText(), host("    <Directory \"/a\">\n\t</Directory>\n        Options All\n    </Directory>\n"));
-
-    // A section left open: its old lines go on into the next site's block,
-    // up to the first "</Directory" line, or to the end of the file.
-    const std::string open = host("    <Directory \"/a\">\n        Options All\n");
-    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n" + section("\"/b\"") + "    DocumentRoot /b\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_deleteDirectoryTag(file_, "a.com", "/a"), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    DocumentRoot /b\n</VirtualHost>\n");
-    conf(open + "<VirtualHost *:80>\n    ServerName b.com\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/a", {"Options None"}), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n\t\tOptions None\n\t</Directory>\n");
+    GIVEN_STEP("delete, the domain's second block searched when the first has no match", remove("a.com", "/SSL"));
+    GIVEN_STEP("refill, no entries leave an empty section; a nested section ends the old contents", refill("a.com", "/a", {}));
+    GIVEN_STEP("delete, a section left open goes on to the first </Directory line", remove("a.com", "/a"));
+    GIVEN_STEP("refill, a section left open goes on to the end of the file", refill("a.com", "/a", {"Options None"}));
+    EXPECT_DATA(transcript_, "toolkit/directory_edits.transcript");
 }
 
 TEST_F(ToolkitDirectoryTest, AnUnquotedOrUnterminatedPathStopsTheSearch) {
     // Before the section that would match (even one in a later block): 3.
-    expectUnchanged(data("toolkit/directory_sections.conf"), 3, "_temp5", [this] {
-        return helper.Apache_deleteDirectoryTag(file_, "example.com", "/home/site/ssl-only");
-    });
-    const std::string unquoted = host(section("/a") + section("\"/b\""));
-    expectUnchanged(unquoted, 3, "_temp3",
-                    [this] { return helper.Apache_UpdateDirectoryDirectives(file_, "a.com", "/b", {"X"}); });
-    expectUnchanged(host(section("\"/a")), 3, "_temp2",
-                    [this] { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a", "/b"); });
-    // Renaming compares an unquoted path as it stands, ">" included.
-    expectUnchanged(unquoted, 4, "_temp2",
-                    [this] { return helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a", "/c"); });
-    EXPECT_EQ(helper.Apache_UpdateDirectoryTagPath(file_, "a.com", "/a>", "/c"), 0);
-    EXPECT_EQ(confText(), host("\t<Directory \"/c\">\n    </Directory>\n" + section("\"/b\"")));
-
-    // Outside the domain's block nothing is read. No section there: 4, and
-    // adding puts nothing at the end of the block.
-    const std::string otherFirst = "<VirtualHost *:80>\n    ServerName b.com\n" + section("/a") + "</VirtualHost>\n" +
-                                   host("    DocumentRoot /a\n");
-    expectUnchanged(otherFirst, 4, "_temp5", [this] { return helper.Apache_deleteDirectoryTag(file_, "a.com", "/a"); });
-    expectUnchanged(otherFirst, 4, "_temp4",
-                    [this] { return helper.Apache_addDirectoryTag(file_, "a.com", "/a", {"Options None"}); });
+    golden("directory_sections");
+    STEP("delete, past an unquoted path", remove("example.com", "/home/site/ssl-only"));
+    GIVEN_STEP("refill, an unquoted path before the match stops the search: 3", refill("a.com", "/b", {"X"}));
+    GIVEN_STEP("rename, an unterminated path: 3", rename("/a", "/b"));
+    GIVEN_STEP("rename, an unquoted path compared as it stands, '>' included: 4", rename("/a", "/c"));
+    STEP("rename, the unquoted path with its '>'", rename("/a>", "/c"));
+    // Outside the domain's block nothing is read.
+    GIVEN_STEP("delete, only another site's section: 4", remove("a.com", "/a"));
+    GIVEN_STEP("add, only another site's section: nothing at the end of the block", add("a.com", "/a", {"Options None"}));
+    EXPECT_DATA(transcript_, "toolkit/directory_search_stops.transcript");
 }
 
 TEST_F(ToolkitDirectoryTest, FilesThatDoNotOpen) {
@@ -100,9 +66,9 @@ TEST_F(ToolkitDirectoryTest, FilesThatDoNotOpen) {
         [this](const std::string& f) { return helper.Apache_UpdateDirectoryTagPath(f, "a.com", "/a", "/b"); },
         [this](const std::string& f) { return helper.Apache_UpdateDirectoryDirectives(f, "a.com", "/a", {}); }};
     const char* scratches[] = {"_temp4", "_temp5", "_temp2", "_temp3"};
-    const std::string block = host(section("\"/a\""));
+    const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n    <Directory \"/a\">\n    </Directory>\n</VirtualHost>\n";
     for (size_t i = 0; i < edits.size(); ++i) {
-        EXPECT_EQ(edits[i](path("/conf/missing.conf")), 1);
+        EXPECT_EQ(edits[i](missing_), 1);
         conf(block);
         makeDir(std::string("/conf/httpd.conf") + scratches[i]);
         EXPECT_EQ(edits[i](file_), 2);

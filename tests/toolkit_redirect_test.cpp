@@ -13,7 +13,6 @@ protected:
         fakeCommand("apachectl", "[ \"$1\" = -V ] && echo ' -D HTTPD_ROOT=\"" + path("/etc/httpd") + "\"'");
         makeDir("/etc/httpd");
     }
-
     static std::string qz(const std::string& name) { return "/etc/httpd/qz/" + name; }
     bool redirect(const std::string& domain, const std::string& ip = "10.0.0.1") {
         return helper.Apache_RedirectVHFromHttpToHttps(file_, domain, ip, "80");
@@ -24,102 +23,65 @@ protected:
 };
 
 TEST_F(ToolkitRedirectTest, CreatingMakesTheFolderTheIncludeLineAndTheFile) {
+    watchConf({".qzbackup.rt"});
+    for (const char* name : {"example.com.conf", "dummy.conf", "a.com.conf"}) watch(qz(name));
     const mode_t mask = umask(022);
-    const std::string vhostOnly = "Listen 80\n\n<VirtualHost *:80>\nInclude conf.d/a.conf\n</VirtualHost>\n";
-    conf(vhostOnly);
-    captureOutput();
-    EXPECT_TRUE(redirect("example.com"));
-    EXPECT_EQ(capturedOutput(), "writing entry\n0\n");
-    EXPECT_EQ(confText(), vhostOnly + "Include qz/*.conf\n");  // appended, blank line kept
-    EXPECT_EQ(commandLog(), Lines{"cp " + file_ + " " + file_ + ".qzbackup.rt"});
-    EXPECT_EQ(readFile(qz("example.com.conf")), expected("redirect_file"));
-    EXPECT_EQ(readFile(qz("dummy.conf")), "#dummy conf file, please don't delete it\n");
-    struct stat st;
-    ASSERT_EQ(stat(path("/etc/httpd/qz").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0755u);
+    // The Include line appended, blank line kept; a placeholder in the new folder.
+    conf("Listen 80\n\n<VirtualHost *:80>\nInclude conf.d/a.conf\n</VirtualHost>\n");
+    STEP("a first redirect", redirect("example.com"));
+    EXPECT_EQ(modeOf(qz("")), 0755);
     umask(mask);
-
     // Again: one Include line, the file written afresh, and an existing
     // folder gets no placeholder.
     writeFile(qz("example.com.conf"), std::string(500, 'x'));
     std::remove(path(qz("dummy.conf")).c_str());
-    captureOutput();
-    EXPECT_TRUE(redirect("example.com"));
-    EXPECT_EQ(capturedOutput(), "without quotes\nfound\nentry already exists\n");
-    EXPECT_EQ(confText(), vhostOnly + "Include qz/*.conf\n");
-    EXPECT_EQ(readFile(qz("example.com.conf")), expected("redirect_file"));
-    EXPECT_FALSE(exists(qz("dummy.conf")));
-
+    STEP("the same again", redirect("example.com"));
     // After the first server-level line starting with "Include", which an
     // IncludeOptional line is too.
     golden("include_after_first");
-    captureOutput();
-    EXPECT_TRUE(redirect("a.com"));
-    EXPECT_EQ(capturedOutput(), "without quotes\nwithout quotes\nwriting entry\n0\n");
-    EXPECT_EQ(confText(), expected("include_after_first"));
-    EXPECT_EQ(commandLog().back(), "mv " + file_ + ".wd " + file_);
-
+    STEP("after the first Include line", redirect("a.com"));
     // "IncludeOptional qz/*.conf" counts as "Include qz/*.conf" (names match
     // by prefix): nothing is added.
     conf("# Include qz/*.conf\nIncludeOptional qz/*.conf\n");
-    captureOutput();
-    EXPECT_TRUE(redirect("a.com"));
-    EXPECT_EQ(capturedOutput(), "without quotes\nfound\nentry already exists\n");
-    EXPECT_EQ(confText(), "# Include qz/*.conf\nIncludeOptional qz/*.conf\n");
+    STEP("IncludeOptional qz/*.conf", redirect("a.com"));
+    EXPECT_DATA(transcript_, "toolkit/redirect_created.transcript");
 }
 
 TEST_F(ToolkitRedirectTest, ARedirectIsStoppedStartedAndDeletedByRenaming) {
     conf("Include qz/*.conf\n");
     const std::string active = qz("a.com.conf"), stopped = active + ".stop";
-    auto state = [&] { return std::to_string(exists(active)) + std::to_string(exists(stopped)); };
+    watch(active);
+    watch(stopped);
     auto stop = [&] { return helper.Apache_StopRedirectVHFromHttpToHttps(file_, "a.com"); };
     auto start = [&] { return helper.Apache_StartRedirectVHFromHttpToHttps(file_, "a.com"); };
     auto remove = [&] { return helper.Apache_DeleteRedirectVHFromHttpToHttps(file_, "a.com"); };
-    captureOutput();
-    EXPECT_TRUE(stop());
-    EXPECT_EQ(state(), "00");
-    EXPECT_TRUE(redirect("a.com"));
-    const std::string first = readFile(active);
-    EXPECT_TRUE(stop());
-    EXPECT_TRUE(stop());
-    EXPECT_TRUE(remove());  // a stopped redirect stays
-    EXPECT_EQ(state(), "01");
-    EXPECT_TRUE(start());
-    EXPECT_EQ(state(), "10");
-    EXPECT_EQ(readFile(active), first);
-    EXPECT_TRUE(start());
-    EXPECT_TRUE(remove());
-    EXPECT_EQ(state(), "00");
-    const std::string line = "file path:" + path(active) + "\n";
-    EXPECT_EQ(capturedOutput(), line + "without quotes\nfound\nentry already exists\n" + line + line + line + line +
-                                    line + line);
-
+    STEP("stop, no redirect", stop());
+    STEP("create", redirect("a.com"));
+    STEP("stop", stop());
+    STEP("stop again", stop());
+    STEP("delete, stopped: it stays", remove());
+    STEP("start", start());
+    STEP("start again", start());
+    STEP("delete", remove());
     // Created while stopped: both files; starting puts the stopped one back.
-    EXPECT_TRUE(redirect("a.com") && stop() && redirect("a.com", "10.0.0.9"));
-    EXPECT_EQ(state(), "11");
-    EXPECT_EQ(readFile(active).substr(0, 26), "<VirtualHost 10.0.0.9:80>\n");
-    EXPECT_TRUE(start());
-    EXPECT_EQ(state(), "10");
-    EXPECT_EQ(readFile(active), first);
+    STEP("create", redirect("a.com"));
+    STEP("stop", stop());
+    STEP("create at another address", redirect("a.com", "10.0.0.9"));
+    STEP("start", start());
+    EXPECT_DATA(transcript_, "toolkit/redirect_stop_start_delete.transcript");
 }
 
 TEST_F(ToolkitRedirectTest, AFileThatCannotBeWrittenOrAnUnknownServerRoot) {
+    watchConf();
     conf("Listen 80\n");
     makeDir(qz("a.com.conf"));
-    captureOutput();
-    EXPECT_FALSE(redirect("a.com"));
-    EXPECT_EQ(capturedOutput(), "writing entry\n0\nunable to open file: " + path(qz("a.com.conf")) + "\n");
-
+    STEP("the file a folder", redirect("a.com"));
     // apachectl names no server root: nothing is created or changed.
     fakeCommand("apachectl", "exit 0");
     conf("Listen 80\n");
-    const size_t logged = commandLog().size();
-    captureOutput();
-    EXPECT_FALSE(redirect("b.com"));
-    EXPECT_TRUE(helper.Apache_StopRedirectVHFromHttpToHttps(file_, "b.com"));
-    EXPECT_EQ(capturedOutput(), "unable to open file: /qz/b.com.conf\nfile path:/qz/b.com.conf\n");
-    EXPECT_EQ(confText(), "Listen 80\n");
-    EXPECT_EQ(commandLog().size(), logged);
+    STEP("no server root", redirect("b.com"));
+    STEP("stop, no server root", helper.Apache_StopRedirectVHFromHttpToHttps(file_, "b.com"));
+    EXPECT_DATA(transcript_, "toolkit/redirect_not_written.transcript");
 }
 
 TEST_F(ToolkitRedirectTest, ARedirectFileIsWrittenThroughASymbolicLink) {
@@ -157,18 +119,14 @@ TEST_F(ToolkitRedirectTest, LetsEncryptEntriesGoIntoTheFirstBlockOfTheDomain) {
     const std::string longest(5998, 'x');
     conf("<VirtualHost 10.0.0.1:443>\nServerName a.com\n" + longest + "\n</VirtualHost>");
     EXPECT_EQ(letsEncrypt("2001:db8::1", {"SSLEngine on"}, false, "X"), 0);
-    EXPECT_EQ(confText(), "<VirtualHost [2001:db8::1]:443>\nServerName a.com\n" + longest +
-                              "\n\tSSLEngine on\n</VirtualHost>\n");
+    EXPECT_EQ(confText(), "<VirtualHost [2001:db8::1]:443>\nServerName a.com\n" + longest + "\n\tSSLEngine on\n</VirtualHost>\n");
 
     // No block of the domain (a bare <VirtualHost> opens none): 3; a longer
     // line, which the scan would never get past: 1. The file stays as it is.
-    for (const std::string& text :
-         {std::string("<VirtualHost>\nServerName a.com\n</VirtualHost>\n"),
-          "<VirtualHost *:80>\nServerName a.com\n" + std::string(5999, 'x') + "\n</VirtualHost>\n"}) {
+    for (const std::string& text : {std::string("<VirtualHost>\nServerName a.com\n</VirtualHost>\n"),
+                                    "<VirtualHost *:80>\nServerName a.com\n" + std::string(5999, 'x') + "\n</VirtualHost>\n"}) {
         conf(text);
-        captureOutput();
-        EXPECT_EQ(letsEncrypt("1.2.3.4", {"X"}, true, "Y"), text.size() < 100 ? 3 : 1);
-        EXPECT_EQ(capturedOutput(), "");
+        EXPECT_PRINTS(letsEncrypt("1.2.3.4", {"X"}, true, "Y"), text.size() < 100 ? 3 : 1, "");
         EXPECT_EQ(confText(), text);
         EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.cp"), text);
         EXPECT_FALSE(exists("/conf/httpd.conf_qzbackup_cp"));

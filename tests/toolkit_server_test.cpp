@@ -9,12 +9,9 @@
 class ToolkitServerTest : public ToolkitTest {
 protected:
     void TearDown() override {
-        if (immutable_) {
-            EXPECT_EQ(std::system(("chattr -i '" + file_ + "'").c_str()), 0);
-        }
+        EXPECT_TRUE(!immutable_ || std::system(("chattr -i '" + file_ + "'").c_str()) == 0);
         ToolkitTest::TearDown();
     }
-
     // Leaves the configuration readable but impossible to append to; false
     // when this cannot be arranged (root without chattr).
     bool forbidAppending() {
@@ -22,230 +19,157 @@ protected:
         immutable_ = std::system(("chattr +i '" + file_ + "' 2>/dev/null").c_str()) == 0;
         return immutable_;
     }
-
-
+    // "<result> <value>", the value "stale" before the call.
+    std::string get(const std::string& file, const char* name, bool quoted) {
+        std::string value = "stale";
+        return std::to_string(helper.Apache_getDirectiveValue(file, name, value, quoted)) + " " + value;
+    }
+    // "<result> <isExist>" of a module check, isExist `before` first.
+    std::string check(const std::string& file, const char* name, bool before, bool physical = false) {
+        bool isExist = before;
+        const int result = physical ? helper.Apache_checkModulePhysicalPath(file, name, isExist)
+                                    : helper.Apache_checkModule(file, name, isExist);
+        return std::to_string(result) + (isExist ? " true" : " false");
+    }
     bool immutable_ = false;
 };
 
 TEST_F(ToolkitServerTest, GetDirectiveValueReadsTheFirstServerLevelLine) {
     const std::string file = golden("server_directive_values");
-    std::string value = "stale";
-    // A prefix match: Listen finds ListenBacklog first.
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "Listen", value, false), 0);
-    EXPECT_EQ(value, "511");
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "timeout", value, false), 0);
-    EXPECT_EQ(value, "300  ");
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "php_admin_value open_basedir", value, false), 0);
-    EXPECT_EQ(value, "/home:/tmp");
-    // A name ending in a blank is a whole word already.
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "Listen ", value, false), 0);
-    EXPECT_EQ(value, "80");
+    // A prefix match: Listen finds ListenBacklog first; a name ending in a
+    // blank is a whole word already.
+    EXPECT_PRINTS(get(file, "Listen", false), "0 511", "");
+    EXPECT_PRINTS(get(file, "timeout", false), "0 300  ", "");
+    EXPECT_PRINTS(get(file, "php_admin_value open_basedir", false), "0 /home:/tmp", "");
+    EXPECT_PRINTS(get(file, "Listen ", false), "0 80", "");
     EXPECT_TRUE(helper.Apache_isDirectiveWithValueExists(file, "Listen ", "80", false));
-
-    captureOutput();
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "DocumentRoot", value, true), 0);
-    EXPECT_EQ(capturedOutput(), "returning with quote\n");
-    EXPECT_EQ(value, "/var/www/html");
-
+    EXPECT_PRINTS(get(file, "DocumentRoot", true), "0 /var/www/html", "returning with quote\n");
     // The first matching line decides: no quotes there gives 3.
-    captureOutput();
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "PidFile", value, true), 3);
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "ErrorLog", value, true), 3);
-    EXPECT_EQ(capturedOutput(), "");
-    EXPECT_EQ(value, "");
-
-    value = "stale";
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "ServerName", value, false), 6);
-    EXPECT_EQ(value, "");
-    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "", value, false), 2);
-    EXPECT_EQ(helper.Apache_getDirectiveValue(path("/conf/missing.conf"), "Listen", value, false), 1);
-    EXPECT_EQ(helper.Apache_getDirectiveValue(path("/conf"), "Listen", value, false), 1);
-}
-
-TEST_F(ToolkitServerTest, GetDirectiveValueStopsAtOverLongLines) {
-    // Lines of a skipped block hold at most 118 characters, others 2998.
-    const std::string fits = "<VirtualHost *:80>\n# " + std::string(116, 'x') + "\n</VirtualHost>\n# " +
-                             std::string(2996, 'y') + "\nListen 80\n";
+    EXPECT_PRINTS(get(file, "PidFile", true), "3 ", "");
+    EXPECT_PRINTS(get(file, "ErrorLog", true), "3 ", "");
+    EXPECT_EQ(get(file, "ServerName", false), "6 ");
     std::string value;
-    EXPECT_EQ(helper.Apache_getDirectiveValue(conf(fits), "Listen", value, false), 0);
-    EXPECT_EQ(value, "80");
+    EXPECT_EQ(helper.Apache_getDirectiveValue(file, "", value, false), 2);
+    EXPECT_EQ(helper.Apache_getDirectiveValue(missing_, "Listen", value, false), 1);
+    EXPECT_EQ(helper.Apache_getDirectiveValue(path("/conf"), "Listen", value, false), 1);
 
-    const std::string longInBlock =
-        "<VirtualHost *:80>\n# " + std::string(117, 'x') + "\n</VirtualHost>\nListen 80\n";
-    EXPECT_EQ(helper.Apache_getDirectiveValue(conf(longInBlock), "Listen", value, false), 6);
-    const std::string longOutside = "# " + std::string(2997, 'y') + "\nListen 80\n";
-    EXPECT_EQ(helper.Apache_getDirectiveValue(conf(longOutside), "Listen", value, false), 6);
+    // Lines of a skipped block hold at most 118 characters, others 2998.
+    const std::string block = "<VirtualHost *:80>\n# ";
+    EXPECT_EQ(get(conf(block + std::string(116, 'x') + "\n</VirtualHost>\n# " + std::string(2996, 'y') + "\nListen 80\n"),
+                  "Listen", false), "0 80");
+    EXPECT_EQ(get(conf(block + std::string(117, 'x') + "\n</VirtualHost>\nListen 80\n"), "Listen", false).substr(0, 2), "6 ");
+    EXPECT_EQ(get(conf("# " + std::string(2997, 'y') + "\nListen 80\n"), "Listen", false).substr(0, 2), "6 ");
 }
 
 TEST_F(ToolkitServerTest, IsDirectiveWithValueExistsComparesTheWholeValue) {
     const std::string file = golden("server_directive_with_value");
-    captureOutput();
     // Every server-level line of the name is compared whole (a trailing
     // blank differs); by prefix, IncludeOptional carries the value too.
-    EXPECT_TRUE(helper.Apache_isDirectiveWithValueExists(file, "Include", "qz/*.conf", false));
-    EXPECT_EQ(capturedOutput(), "without quotes\nwithout quotes\nwithout quotes\nfound\n");
-
-    captureOutput();
-    EXPECT_TRUE(helper.Apache_isDirectiveWithValueExists(file, "PidFile", "/run/apache.pid", true));
-    EXPECT_EQ(capturedOutput(), "returning with quote\nreturning with quote\n");
-
-    captureOutput();
-    EXPECT_FALSE(helper.Apache_isDirectiveWithValueExists(file, "Include", "vhost.conf", false));
-    EXPECT_FALSE(helper.Apache_isDirectiveWithValueExists(file, "PidFile", "noquotes", true));
-    EXPECT_EQ(capturedOutput(), "without quotes\nwithout quotes\nwithout quotes\nwithout quotes\n"
-                                "returning with quote\nreturning with quote\n");
-
-    captureOutput();
-    EXPECT_FALSE(helper.Apache_isDirectiveWithValueExists(file, "", "", false));
-    EXPECT_FALSE(helper.Apache_isDirectiveWithValueExists(path("/conf/missing.conf"), "Include", "x", false));
-    EXPECT_EQ(capturedOutput(), "");
-
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "Include", "qz/*.conf", false), true,
+                  "without quotes\nwithout quotes\nwithout quotes\nfound\n");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "PidFile", "/run/apache.pid", true), true,
+                  "returning with quote\nreturning with quote\n");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "Include", "vhost.conf", false), false,
+                  "without quotes\nwithout quotes\nwithout quotes\nwithout quotes\n");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "PidFile", "noquotes", true), false,
+                  "returning with quote\nreturning with quote\n");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(file, "", "", false), false, "");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(missing_, "Include", "x", false), false, "");
     // A bare <VirtualHost> opens nothing: the lines after it are server-level.
     const std::string bare = conf("<VirtualHost>\nInclude inside.conf\n</VirtualHost>\n");
-    captureOutput();
-    EXPECT_TRUE(helper.Apache_isDirectiveWithValueExists(bare, "Include", "inside.conf", false));
-    EXPECT_EQ(capturedOutput(), "without quotes\nfound\n");
+    EXPECT_PRINTS(helper.Apache_isDirectiveWithValueExists(bare, "Include", "inside.conf", false), true,
+                  "without quotes\nfound\n");
 }
 
-TEST_F(ToolkitServerTest, WriteDirectivePlacesTheEntryByTheFirstServerLevelReference) {
+TEST_F(ToolkitServerTest, WriteDirectivePlacesTheEntryByAReferenceOrALineNumber) {
+    // By the first server-level reference, before or after it.
     expectRewrite("server_level_reference", "server_level_reference.before", ".qzbackup.rt", ".wd",
                   [this] { return helper.Apache_writeDirective(file_, "Include qz/*.conf", "Include", true, -1); });
     expectRewrite("server_level_reference", "server_level_reference.after", ".qzbackup.rt", ".wd",
                   [this] { return helper.Apache_writeDirective(file_, "Include qz/*.conf", "Include", false, 1); });
-}
 
-TEST_F(ToolkitServerTest, WriteDirectiveWithoutReferenceAppendsOrCountsLines) {
+    watchConf({".wd", ".wd1"});
+    watch("/conf/missing.conf");
+    auto write = [this](const char* entry, const char* reference, int line) {
+        return helper.Apache_writeDirective(file_, entry, reference, true, line);
+    };
     // Found only inside a block: appended to the untouched file.
-    const std::string inBlock = "<VirtualHost *:80>\n    ServerName a.com\n\n</VirtualHost>\n";
-    const std::string file = conf(inBlock);
-    EXPECT_EQ(helper.Apache_writeDirective(file, "ServerName www.a.com", "ServerName", true, -1), 0);
-    EXPECT_EQ(confText(), inBlock + "ServerName www.a.com\n");
-    EXPECT_FALSE(exists("/conf/httpd.conf.wd"));
-    EXPECT_EQ(commandLog(), (Lines{"cp " + file + " " + file + ".qzbackup.rt"}));
-
+    conf("<VirtualHost *:80>\n    ServerName a.com\n\n</VirtualHost>\n");
+    STEP("the reference only inside a block", write("ServerName www.a.com", "ServerName", -1));
     // Line numbers count empty lines; an empty line carrying the number takes
     // the entry with it.
     const std::string numbered = "Listen 80\n\nServerAdmin root@localhost\nUser apache\nGroup apache\n";
-    conf(numbered);
-    EXPECT_EQ(helper.Apache_writeDirective(file, "Timeout 60", "NoSuch", true, 4), 0);
-    EXPECT_EQ(confText(), "Listen 80\nServerAdmin root@localhost\nTimeout 60\nUser apache\nGroup apache\n");
-    EXPECT_FALSE(exists("/conf/httpd.conf.wd1"));
-    for (int line : {2, 99}) {
+    for (int line : {4, 2, 99}) {
         conf(numbered);
-        EXPECT_EQ(helper.Apache_writeDirective(file, "Timeout 60", "NoSuch", true, line), 0);
-        EXPECT_EQ(confText(), "Listen 80\nServerAdmin root@localhost\nUser apache\nGroup apache\n");
+        STEP("at line " + std::to_string(line), write("Timeout 60", "NoSuch", line));
     }
-    EXPECT_EQ(commandLog().back(), "mv " + file + ".wd1 " + file);
-}
-
-TEST_F(ToolkitServerTest, WriteDirectiveFailures) {
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_EQ(helper.Apache_writeDirective(missing, "Listen 80", "Listen", true, -1), 1);
-    EXPECT_FALSE(exists("/conf/missing.conf"));
-
-    const std::string file = conf("Listen 80\n");
+    STEP("no input", helper.Apache_writeDirective(missing_, "Listen 80", "Listen", true, -1));
+    conf("Listen 80\n");
     makeDir("/conf/httpd.conf.wd");
-    EXPECT_EQ(helper.Apache_writeDirective(file, "Timeout 60", "Listen", true, -1), 2);
-    EXPECT_EQ(confText(), "Listen 80\n");
-
+    STEP("the scratch file a folder", write("Timeout 60", "Listen", -1));
     ASSERT_EQ(rmdir(path("/conf/httpd.conf.wd").c_str()), 0);
     makeDir("/conf/httpd.conf.wd1");
-    EXPECT_EQ(helper.Apache_writeDirective(file, "Timeout 60", "NoSuch", true, 1), 2);
-    EXPECT_FALSE(exists("/conf/httpd.conf.wd"));
-    EXPECT_EQ(confText(), "Listen 80\n");
+    STEP("the numbered scratch file a folder", write("Timeout 60", "NoSuch", 1));
+    EXPECT_DATA(transcript_, "toolkit/write_directive.transcript");
 
     if (!forbidAppending()) GTEST_SKIP() << "cannot make the file unappendable";
-    EXPECT_EQ(helper.Apache_writeDirective(file, "Timeout 60", "NoSuch", true, -1), 1);
+    EXPECT_EQ(write("Timeout 60", "NoSuch", -1), 1);
     EXPECT_EQ(confText(), "Listen 80\n");
 }
 
 TEST_F(ToolkitServerTest, CheckModuleSeesLoadModuleLinesBeforeTheFirstBlock) {
-    const std::string file = conf(
-        "#LoadModule rewrite_module modules/mod_rewrite.so\n"
-        "\n"
-        "  LoadModule   php5_module modules/libphp5.so\n"
-        "<VirtualHost *:80>\n"
-        "</VirtualHost>\n"
-        "LoadModule ssl_module modules/mod_ssl.so\n");
-    bool isExist = false;
-    EXPECT_EQ(helper.Apache_checkModule(file, "PHP", isExist), 0);
-    EXPECT_TRUE(isExist);
-    EXPECT_EQ(helper.Apache_checkModule(file, "rewrite", isExist), 2);
-    EXPECT_FALSE(isExist);
-    EXPECT_EQ(helper.Apache_checkModule(file, "ssl", isExist), 2);
-    isExist = true;
-    EXPECT_EQ(helper.Apache_checkModule(path("/conf/missing.conf"), "ssl", isExist), 1);
-    EXPECT_FALSE(isExist);
-}
+    const std::string file = conf("#LoadModule rewrite_module modules/mod_rewrite.so\n\n"
+                                  "  LoadModule   php5_module modules/libphp5.so\n<VirtualHost *:80>\n</VirtualHost>\n"
+                                  "LoadModule ssl_module modules/mod_ssl.so\n");
+    EXPECT_EQ(check(file, "PHP", false), "0 true");
+    EXPECT_EQ(check(file, "rewrite", true), "2 false");
+    EXPECT_EQ(check(file, "ssl", false), "2 false");
+    EXPECT_EQ(check(missing_, "ssl", true), "1 false");
 
-TEST_F(ToolkitServerTest, CheckModulePhysicalPathLooksInTheModulesFolder) {
+    // The physical file, looked for in the modules folder.
     makeDir("/srv/modules");
     writeFile("/srv/modules/mod_rewrite.so", "");
-    const std::string file = conf("ServerRoot \"" + path("/srv") + "\"\nLoadModule x_module modules/mod_x.so\n");
-    bool isExist = false;
-    EXPECT_EQ(helper.Apache_checkModulePhysicalPath(file, "rewrite", isExist), 0);
-    EXPECT_TRUE(isExist);
-    EXPECT_EQ(helper.Apache_checkModulePhysicalPath(file, "absent", isExist), 4);
-    EXPECT_FALSE(isExist);
-
+    const std::string server = "ServerRoot \"" + path("/srv") + "\"\nLoadModule x_module modules/mod_x.so\n";
+    conf(server);
+    EXPECT_EQ(check(file, "rewrite", false, true), "0 true");
+    EXPECT_EQ(check(file, "absent", true, true), "4 false");
     // Nothing before the first block, or nothing at all: nothing to examine.
-    conf("\n<VirtualHost *:80>\nServerRoot \"" + path("/srv") + "\"\nLoadModule x_module modules/mod_x.so\n");
-    isExist = true;
-    EXPECT_EQ(helper.Apache_checkModulePhysicalPath(file, "rewrite", isExist), 4);
-    EXPECT_FALSE(isExist);
+    conf("\n<VirtualHost *:80>\n" + server);
+    EXPECT_EQ(check(file, "rewrite", true, true), "4 false");
     conf("\n\n");
-    EXPECT_EQ(helper.Apache_checkModulePhysicalPath(file, "rewrite", isExist), 4);
-    EXPECT_EQ(helper.Apache_checkModulePhysicalPath(path("/conf/missing.conf"), "rewrite", isExist), 1);
+    EXPECT_EQ(check(file, "rewrite", true, true).substr(0, 1), "4");
+    EXPECT_EQ(check(missing_, "rewrite", true, true).substr(0, 1), "1");
 }
 
-TEST_F(ToolkitServerTest, AddModuleGoesBeforeTheFirstServerLevelLoadModule) {
+TEST_F(ToolkitServerTest, AddModuleGoesBeforeTheFirstLoadModuleOrBlockOrAtTheEnd) {
     captureOutput();
     expectRewrite("module_before_first_loadmodule", "module_before_first_loadmodule", ".qzbackup.rt", "_md",
                   [this] { return helper.Apache_addModule(file_, "rewrite"); });
     EXPECT_EQ(capturedOutput(), "entry=LoadModule rewrite_module modules/mod_rewrite.so\nLoadModule found\n");
-}
 
-TEST_F(ToolkitServerTest, AddModuleElseGoesBeforeTheFirstBlockWithAFullUsrLibPath) {
-    // The one candidate modules folder of both machine types.
+    watchConf({"_md"});
+    watch("/conf/missing.conf");
+    // Else before the first block, with a full path in the one candidate
+    // modules folder of both machine types.
     makeDir("/usr/lib/httpd/modules");
-    const std::string file = golden("module_before_first_vhost");
-    const std::string modules = path("/usr/lib/httpd/modules");
-    captureOutput();
-    EXPECT_EQ(helper.Apache_addModule(file, "rewrite"), 0);
-    EXPECT_EQ(capturedOutput(),
-              "entry=LoadModule rewrite_module " + modules + "/mod_rewrite.so\nVirtualHost found\n");
-    std::string expected = data("toolkit/module_before_first_vhost.expected");
-    expected.replace(expected.find("@ROOT@"), 6, root_);
-    EXPECT_EQ(confText(), expected);
-    EXPECT_FALSE(exists("/conf/httpd.conf_md"));
-}
-
-TEST_F(ToolkitServerTest, AddModuleElseAppendsToTheUntouchedFile) {
-    // No LoadModule line, no modules folder: the entry has an empty folder.
-    const std::string original = "ServerRoot \"/etc/httpd\"\n\nListen 80\n";
-    const std::string file = conf(original);
-    captureOutput();
-    EXPECT_EQ(helper.Apache_addModule(file, "rewrite"), 0);
-    EXPECT_EQ(capturedOutput(), "entry=LoadModule rewrite_module /mod_rewrite.so\napending\n");
-    EXPECT_EQ(confText(), original + "LoadModule rewrite_module /mod_rewrite.so\n");
-    EXPECT_FALSE(exists("/conf/httpd.conf_md"));
-    EXPECT_EQ(commandLog(), (Lines{"cp " + file + " " + file + ".qzbackup.rt"}));
-
-    conf(original);
-    if (!forbidAppending()) GTEST_SKIP() << "cannot make the file unappendable";
-    captureOutput();
-    EXPECT_EQ(helper.Apache_addModule(file, "rewrite"), 4);
-    EXPECT_EQ(capturedOutput(),
-              "entry=LoadModule rewrite_module /mod_rewrite.so\napending\nUnable to open file in append mode\n");
-    EXPECT_EQ(confText(), original);
-}
-
-TEST_F(ToolkitServerTest, AddModuleFailsBeforePrintingWhenAFileDoesNotOpen) {
-    captureOutput();
-    EXPECT_EQ(helper.Apache_addModule(path("/conf/missing.conf"), "rewrite"), 1);
-    const std::string file = conf("LoadModule a_module modules/mod_a.so\n");
+    golden("module_before_first_vhost");
+    STEP("no server-level LoadModule", helper.Apache_addModule(file_, "rewrite"));
+    ASSERT_EQ(rmdir(path("/usr/lib/httpd/modules").c_str()), 0);
+    // No LoadModule line, no modules folder: appended to the untouched file,
+    // with an empty folder.
+    conf("ServerRoot \"/etc/httpd\"\n\nListen 80\n");
+    STEP("no LoadModule, no modules folder", helper.Apache_addModule(file_, "rewrite"));
+    // A file that does not open: nothing printed.
+    STEP("no input", helper.Apache_addModule(missing_, "rewrite"));
+    conf("LoadModule a_module modules/mod_a.so\n");
     makeDir("/conf/httpd.conf_md");
-    EXPECT_EQ(helper.Apache_addModule(file, "rewrite"), 2);
-    EXPECT_EQ(capturedOutput(), "");
-    EXPECT_EQ(confText(), "LoadModule a_module modules/mod_a.so\n");
+    STEP("the scratch file a folder", helper.Apache_addModule(file_, "rewrite"));
+    EXPECT_DATA(transcript_, "toolkit/add_module.transcript");
+
+    ASSERT_EQ(rmdir(path("/conf/httpd.conf_md").c_str()), 0);
+    conf("ServerRoot \"/etc/httpd\"\n\nListen 80\n");
+    if (!forbidAppending()) GTEST_SKIP() << "cannot make the file unappendable";
+    EXPECT_PRINTS(helper.Apache_addModule(file_, "rewrite"), 4,
+                  "entry=LoadModule rewrite_module /mod_rewrite.so\napending\nUnable to open file in append mode\n");
+    EXPECT_EQ(confText(), "ServerRoot \"/etc/httpd\"\n\nListen 80\n");
 }

@@ -7,177 +7,107 @@
 
 class ToolkitVHostTest : public ToolkitTest {
 protected:
-    // Runs `edit` on a file it must leave as it is, returning `result`, with
-    // the scratch file deleted and only the backup copy made.
-    template <class Edit>
-    void expectUnchanged(const std::string& contents, int result, const std::string& backup,
-                         const std::string& scratch, Edit&& edit) {
-        conf(contents);
-        const size_t logged = commandLog().size();
-        EXPECT_EQ(edit(), result);
-        EXPECT_EQ(confText(), contents);
-        EXPECT_FALSE(exists("/conf/httpd.conf" + scratch));
-        EXPECT_EQ(commandLog().size(), logged + 1);
-        EXPECT_EQ(commandLog().back(), "cp " + file_ + " " + file_ + backup);
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        inputs_ = "toolkit/vhost.inputs";
     }
 };
 
 TEST_F(ToolkitVHostTest, GetDirectiveInVHReadsAfterTheDomainsServerName) {
     const std::string file = golden("vhost_directive_values");
-    std::string value = "stale";
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "documentroot", value, false), 0);
-    EXPECT_EQ(value, "/var/www/example");
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "SSLCertificateFile", value, true), 0);
-    EXPECT_EQ(value, "/etc/ssl/example.pem");
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "SSLCertificateFile", value, false), 0);
-    EXPECT_EQ(value, "\"/etc/ssl/example.pem\" tail");
-
+    // "<result> <value>", the value "stale" before the call.
+    auto get = [&](const std::string& file, const char* domain, const char* name, bool quoted) {
+        std::string value = "stale";
+        return std::to_string(helper.Apache_getDirectiveInVH(file, domain, name, value, quoted)) + " " + value;
+    };
+    EXPECT_EQ(get(file, "example.com", "documentroot", false), "0 /var/www/example");
+    EXPECT_EQ(get(file, "example.com", "SSLCertificateFile", true), "0 /etc/ssl/example.pem");
+    EXPECT_EQ(get(file, "example.com", "SSLCertificateFile", false), "0 \"/etc/ssl/example.pem\" tail");
     // Quoted values must open with the quote and close.
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "ErrorLog", value, true), 3);
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "CustomLog", value, true), 3);
-    EXPECT_EQ(value, "");
-
-    value = "stale";
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com", "Header", value, false), 4);
-    EXPECT_EQ(value, "");
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "above.com", "DocumentRoot", value, false), 4);
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(file, "example.com:80", "DocumentRoot", value, false), 0);
-    EXPECT_EQ(value, "/port/suffix");
-    EXPECT_EQ(helper.Apache_getDirectiveInVH(path("/conf/missing.conf"), "example.com", "DocumentRoot", value, false),
-              1);
+    EXPECT_EQ(get(file, "example.com", "ErrorLog", true), "3 ");
+    EXPECT_EQ(get(file, "example.com", "CustomLog", true), "3 ");
+    EXPECT_EQ(get(file, "example.com", "Header", false), "4 ");
+    EXPECT_EQ(get(file, "above.com", "DocumentRoot", false), "4 ");
+    EXPECT_EQ(get(file, "example.com:80", "DocumentRoot", false), "0 /port/suffix");
+    EXPECT_EQ(get(missing_, "example.com", "DocumentRoot", false).substr(0, 2), "1 ");
     EXPECT_TRUE(commandLog().empty());
 }
 
-TEST_F(ToolkitVHostTest, AddDirectiveInVHAddsToEveryBlockKeepingEmptyLines) {
+TEST_F(ToolkitVHostTest, AddDirectivesGoIntoTheDomainsBlocks) {
+    // Into every block, empty lines kept; quoted or not.
     expectRewrite("add_every_block", "add_every_block", ".qzbackup.ACEP", "_qzbackup_ACEP",
                   [this] { return helper.Apache_AddDirectiveInVH(file_, "example.com", "SetEnv", "QZ on", true); });
-
-    // Unquoted, and the file grows by one empty line a call.
-    conf("<VirtualHost *:80>\nServerName a.com\n</VirtualHost>");
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file_, "A.COM", "Options", "-Indexes", false), 0);
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(file_, "a.com", "Header", "set X 1", false), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\nServerName a.com\n\tOptions -Indexes\n\tHeader set X 1\n"
-                          "</VirtualHost>\n\n");
-}
-
-TEST_F(ToolkitVHostTest, AddDirectivesInVHAddsToTheFirstBlockOnly) {
+    // Several lines into the first block only.
     expectRewrite("add_every_block", "add_first_block_only", ".qzbackup.AD", "_qzbackup_ACEP", [this] {
         return helper.Apache_AddDirectivesInVH(file_, "example.com", {"Alias /a /b", "Options -Indexes"});
     });
-}
 
-TEST_F(ToolkitVHostTest, AddDirectivesReportOneWhenNothingCouldBeAdded) {
-    const std::string other = "<VirtualHost *:80>\n    ServerName other.com\n</VirtualHost>\n";
-    auto addOne = [this] { return helper.Apache_AddDirectiveInVH(file_, "example.com", "Options", "None", false); };
-    auto addMany = [this] { return helper.Apache_AddDirectivesInVH(file_, "example.com", {"Options None"}); };
-    expectUnchanged(other, 1, ".qzbackup.ACEP", "_qzbackup_ACEP", addOne);
-    expectUnchanged(other, 1, ".qzbackup.AD", "_qzbackup_ACEP", addMany);
-
-    // A line over 2998 characters would keep the scan going for ever.
-    const std::string overLong =
-        "<VirtualHost *:80>\n    ServerName example.com\n# " + std::string(2997, 'x') + "\n</VirtualHost>\n";
-    expectUnchanged(overLong, 1, ".qzbackup.ACEP", "_qzbackup_ACEP", addOne);
-    expectUnchanged(overLong, 1, ".qzbackup.AD", "_qzbackup_ACEP", addMany);
-
-    // Nor can anything be added through a scratch file that does not open.
-    const std::string mine = "<VirtualHost *:80>\n    ServerName example.com\n</VirtualHost>\n";
-    conf(mine);
+    watchConf({"_qzbackup_ACEP"}, {"/conf/missing.conf", "/conf/missing.conf_qzbackup_ACEP"});
+    auto addOne = [this](const std::string& f) { return helper.Apache_AddDirectiveInVH(f, "example.com", "Options", "None", false); };
+    auto addMany = [this](const std::string& f) { return helper.Apache_AddDirectivesInVH(f, "example.com", {"Options None"}); };
+    GIVEN_STEP("unquoted, domain in capitals", helper.Apache_AddDirectiveInVH(file_, "A.COM", "Options", "-Indexes", false));
+    STEP("a second line: the file grows by one empty line a call", helper.Apache_AddDirectiveInVH(file_, "a.com", "Header", "set X 1", false));
+    GIVEN_STEP("one line, no block of the domain", addOne(file_));
+    GIVEN_STEP("many lines, no block of the domain", addMany(file_));
+    GIVEN_STEP("one line, an over-long line keeps the file", addOne(file_));
+    GIVEN_STEP("many lines, an over-long line keeps the file", addMany(file_));
     makeDir("/conf/httpd.conf_qzbackup_ACEP");
-    EXPECT_EQ(addOne(), 1);
-    EXPECT_EQ(addMany(), 1);
-    EXPECT_EQ(confText(), mine);
-    EXPECT_EQ(commandLog().back(), "cp " + file_ + " " + file_ + ".qzbackup.AD");
-
-    // An input that does not open ends at once.
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_EQ(helper.Apache_AddDirectiveInVH(missing, "example.com", "Options", "None", false), 1);
-    EXPECT_EQ(helper.Apache_AddDirectivesInVH(missing, "example.com", {"Options None"}), 1);
-    EXPECT_FALSE(exists("/conf/missing.conf_qzbackup_ACEP"));
-    EXPECT_FALSE(exists("/conf/missing.conf"));
+    GIVEN_STEP("one line, the scratch file a folder", addOne(file_));
+    STEP("many lines, the scratch file a folder", addMany(file_));
+    STEP("one line, no input", addOne(missing_));
+    STEP("many lines, no input", addMany(missing_));
+    EXPECT_DATA(transcript_, "toolkit/add_directives_in_vh.transcript");
 }
 
-TEST_F(ToolkitVHostTest, DeleteDirectivesInVHDropsNamesFollowedByASpaceInTheFirstBlock) {
+TEST_F(ToolkitVHostTest, DeleteAndUpdateDirectivesInVH) {
+    // Names followed by a space, dropped in the first block; the first line
+    // of each block replaced.
     expectRewrite("delete_first_block_only", "delete_first_block_only", ".qzbackup.drt", "_temp11",
                   [this] { return helper.Apache_DeleteDirectivesInVH(file_, "example.com", {"Options", "Header"}); });
-    const std::string& file = file_;
-
-    // The block found but nothing to drop: still rewritten.
-    conf("<VirtualHost *:80>\n\n    ServerName a.com\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options"}), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n");
-
-    // A second ServerName inside the block does not end it, and only the first
-    // block of the domain is edited.
-    conf("<VirtualHost *:80>\n ServerName a.com\n Options None\n ServerName b.com\n Header set x\n</VirtualHost>\n"
-         "<VirtualHost *:443>\n ServerName a.com\n Options All\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options", "Header"}), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n ServerName a.com\n ServerName b.com\n</VirtualHost>\n"
-                          "<VirtualHost *:443>\n ServerName a.com\n Options All\n</VirtualHost>\n");
-
-    expectUnchanged("<VirtualHost>\n    ServerName a.com\n    Options None\n</VirtualHost>\n", 3, ".qzbackup.drt",
-                    "_temp11", [&] { return helper.Apache_DeleteDirectivesInVH(file, "a.com", {"Options"}); });
-}
-
-TEST_F(ToolkitVHostTest, UpdateDirectiveInVHReplacesTheFirstLineOfEveryBlock) {
     expectRewrite("update_every_block", "update_every_block", ".qzbackup.rt", "_temp1", [this] {
         return helper.Apache_UpdateDirectiveInVH(file_, "example.com", "DocumentRoot", "/new", true);
     });
-    const std::string& file = file_;
 
-    conf("<VirtualHost *:80>\n    ServerName a.com\n    ServerAdmin old@a.com\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(file, "a.com", "ServerAdmin", "admin@a.com", false), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n\tServerAdmin admin@a.com\n</VirtualHost>\n");
-
-    // Above ServerName, or absent: not replaced and not added.
-    expectUnchanged("<VirtualHost *:80>\n    DocumentRoot /x\n    ServerName a.com\n</VirtualHost>\n", 3,
-                    ".qzbackup.rt", "_temp1",
-                    [&] { return helper.Apache_UpdateDirectiveInVH(file, "a.com", "DocumentRoot", "/y", false); });
+    watchConf({"_temp11", "_temp1"});
+    auto drop = [this](std::vector<std::string> names) { return helper.Apache_DeleteDirectivesInVH(file_, "a.com", names); };
+    GIVEN_STEP("delete, the block found but nothing to drop: still rewritten", drop({"Options"}));
+    GIVEN_STEP("delete, a second ServerName does not end the block; the first block only", drop({"Options", "Header"}));
+    GIVEN_STEP("delete, a bare <VirtualHost>", drop({"Options"}));
+    GIVEN_STEP("update, unquoted", helper.Apache_UpdateDirectiveInVH(file_, "a.com", "ServerAdmin", "admin@a.com", false));
+    GIVEN_STEP("update, above ServerName: not replaced and not added",
+               helper.Apache_UpdateDirectiveInVH(file_, "a.com", "DocumentRoot", "/y", false));
+    EXPECT_DATA(transcript_, "toolkit/delete_and_update_directives_in_vh.transcript");
 }
 
 TEST_F(ToolkitVHostTest, UpdateVHDirectiveContentsAddsOrTogglesANestedLine) {
-    const std::string& file = file_;
     const std::string dir = "<Directory \"/home/example.com/www/html\">";
     expectRewrite("nested_block", "nested_value_added", ".qzbackup.rt", "_temp12", [&] {
-        return helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "Require all granted", true);
+        return helper.Apache_UpdateVHDirectiveContents(file_, "example.com", dir, "Require all granted", true);
     });
-    const std::string original = data("toolkit/nested_block.conf");
 
+    watchConf({"_temp12"});
+    auto update = [&](const char* value, bool add) {
+        golden("nested_block");
+        return helper.Apache_UpdateVHDirectiveContents(file_, "example.com", dir, value, add);
+    };
     // Present: kept when adding, dropped otherwise; absent: added either way.
+    STEP("present, adding", update("allowoverride", true));
+    STEP("present, not adding", update("AllowOverride All", false));
+    STEP("absent, not adding", update("Require all granted", false));
     golden("nested_block");
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "allowoverride", true), 0);
-    EXPECT_EQ(confText(), data("toolkit/nested_block.conf").erase(original.rfind("\n\n"), 1));
-    golden("nested_block");
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "AllowOverride All", false), 0);
-    EXPECT_EQ(confText(), expected("nested_value_removed"));
-    golden("nested_block");
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(file, "example.com", dir, "Require all granted", false), 0);
-    EXPECT_EQ(confText(), expected("nested_value_added"));
-
-    // Once found, the value is not added to a later block of the domain.
-    conf("<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n  Options None\n </Directory>\n</VirtualHost>\n"
-         "<VirtualHost *:443>\n ServerName a.com\n <Directory /a>\n </Directory>\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(file, "a.com", "<Directory /a>", "Options", true), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n  Options None\n </Directory>\n"
-                          "</VirtualHost>\n<VirtualHost *:443>\n ServerName a.com\n <Directory /a>\n </Directory>\n"
-                          "</VirtualHost>\n");
-
-    expectUnchanged(original, 3, ".qzbackup.rt", "_temp12", [&] {
-        return helper.Apache_UpdateVHDirectiveContents(file, "example.com", "<Directory /other>", "X", true);
-    });
-    // A section left open ends with its block: nothing goes into the next site's.
-    expectUnchanged("<VirtualHost *:80>\n ServerName a.com\n <Directory /a>\n</VirtualHost>\n"
-                    "<VirtualHost *:80>\n ServerName b.com\n <Directory /b>\n </Directory>\n</VirtualHost>\n",
-                    3, ".qzbackup.rt", "_temp12", [&] {
-                        return helper.Apache_UpdateVHDirectiveContents(file, "a.com", "<Directory /a>", "X", true);
-                    });
+    STEP("no such section", helper.Apache_UpdateVHDirectiveContents(file_, "example.com", "<Directory /other>", "X", true));
+    GIVEN_STEP("nested, once found not added to a later block",
+               helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "Options", true));
+    GIVEN_STEP("nested, a section left open ends with its block",
+               helper.Apache_UpdateVHDirectiveContents(file_, "a.com", "<Directory /a>", "X", true));
+    EXPECT_DATA(transcript_, "toolkit/update_vh_directive_contents.transcript");
 }
 
 TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(missing, "a.com", {"Options"}), 1);
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(missing, "a.com", "Options", "None", false), 1);
-    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(missing, "a.com", "<Directory", "X", true), 1);
-    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(missing, "a.com", "1.2.3.4", "80"), 1);
+    EXPECT_EQ(helper.Apache_DeleteDirectivesInVH(missing_, "a.com", {"Options"}), 1);
+    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(missing_, "a.com", "Options", "None", false), 1);
+    EXPECT_EQ(helper.Apache_UpdateVHDirectiveContents(missing_, "a.com", "<Directory", "X", true), 1);
+    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(missing_, "a.com", "1.2.3.4", "80"), 1);
 
     const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n    Options All\n</VirtualHost>\n";
     const std::string file = conf(block);
@@ -190,93 +120,51 @@ TEST_F(ToolkitVHostTest, ReadAndUpdateFailuresAndTheirLineLimit) {
     EXPECT_EQ(confText(), block);
     for (const std::string& scratch : scratches) ASSERT_EQ(rmdir(path("/conf/httpd.conf" + scratch).c_str()), 0);
 
-    // Lines hold at most 2023 characters; a longer one ends the scan and the
-    // rest of the file is lost from the rewrite (the backup keeps it).
-    const std::string longLine = "# " + std::string(2022, 'x');
-    conf(block + "# " + std::string(2021, 'x') + "\n" + longLine + "\nListen 80\n");
-    EXPECT_EQ(helper.Apache_UpdateDirectiveInVH(file, "a.com", "Options", "None", false), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\n    ServerName a.com\n\tOptions None\n</VirtualHost>\n# " +
-                              std::string(2021, 'x') + "\n");
-    EXPECT_EQ(readFile("/conf/httpd.conf.qzbackup.rt"), block + "# " + std::string(2021, 'x') + "\n" + longLine +
-                                                            "\nListen 80\n");
+    // The backup keeps what the rewrite loses.
+    watchConf({".qzbackup.rt"});
+    GIVEN_STEP("update, lines of 2023 characters at most: the rest is lost",
+               helper.Apache_UpdateDirectiveInVH(file, "a.com", "Options", "None", false));
+    EXPECT_DATA(transcript_, "toolkit/line_limit.transcript");
 }
 
 TEST_F(ToolkitVHostTest, IsModuleExistsInVHComparesTheNameBeforeTheDot) {
     const std::string file = golden("ifmodule_names");
-    captureOutput();
-    EXPECT_TRUE(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_php5"));
-    EXPECT_EQ(capturedOutput(), "modname=mod_fcgid\nmodname=MOD_PHP5\n");
-    captureOutput();
-    EXPECT_FALSE(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_tab"));
-    EXPECT_FALSE(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_commented"));
-    EXPECT_FALSE(helper.Apache_isModuleExistsInVH(file, "tab.com", "mod_tab"));
-    EXPECT_FALSE(helper.Apache_isModuleExistsInVH(path("/conf/missing.conf"), "example.com", "mod_php5"));
-    EXPECT_EQ(capturedOutput(), "modname=mod_fcgid\nmodname=MOD_PHP5\nmodname=mod_fcgid\nmodname=MOD_PHP5\n");
-    captureOutput();
-    EXPECT_TRUE(helper.Apache_isModuleExistsInVH(file, "OTHER.com", "MOD_php5"));
-    EXPECT_EQ(capturedOutput(), "modname=mod_php5\n");
+    const std::string both = "modname=mod_fcgid\nmodname=MOD_PHP5\n";
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_php5"), true, both);
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_tab"), false, both);
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "example.com", "mod_commented"), false, both);
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "tab.com", "mod_tab"), false, "");
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(missing_, "example.com", "mod_php5"), false, "");
+    EXPECT_PRINTS(helper.Apache_isModuleExistsInVH(file, "OTHER.com", "MOD_php5"), true, "modname=mod_php5\n");
 }
 
 TEST_F(ToolkitVHostTest, DeleteVhIfmoduleBlockRemovesUpToTheFirstClosingLine) {
-    const std::string file = golden("ifmodule_first_closing_ends");
-    captureOutput();
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(file, "example.com", "MOD_PHP5"), 0);
-    EXPECT_EQ(capturedOutput(), "modname=mod_php5\n");
-    EXPECT_EQ(confText(), expected("ifmodule_first_closing_ends"));
-    EXPECT_FALSE(exists("/conf/httpd.conf.dif"));
-    EXPECT_EQ(commandLog(), (Lines{"mv " + file + ".dif " + file}));
-
+    watchConf({".dif"}, {"/conf/missing.conf.dif"});
+    golden("ifmodule_first_closing_ends");
+    STEP("the first closing line ends the section", helper.Apache_DeleteVhIfmoduleBlock(file_, "example.com", "MOD_PHP5"));
     // The line after the section is copied even when empty.
     golden("ifmodule_then_blank_line");
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(file, "example.com", "mod_php5"), 0);
-    EXPECT_EQ(confText(), expected("ifmodule_then_blank_line"));
-
-    // At the end of the file that line is an empty read.
-    conf("<VirtualHost *:80>\nServerName a.com\n<IfModule mod_x.c>\n</IfModule>\n");
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(file, "a.com", "mod_x"), 0);
-    EXPECT_EQ(confText(), "<VirtualHost *:80>\nServerName a.com\n\n");
-}
-
-TEST_F(ToolkitVHostTest, DeleteVhIfmoduleBlockLeavesItsScratchFileWhenNothingIsRemoved) {
-    const std::string original = "<VirtualHost *:80>\n\n    ServerName a.com\n    <IfModule mod_x.c>\n"
-                                 "    </IfModule>\n</VirtualHost>\n";
-    const std::string file = conf(original);
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(file, "a.com", "mod_y"), 0);
-    EXPECT_EQ(confText(), original);
-    EXPECT_EQ(readFile("/conf/httpd.conf.dif"), "<VirtualHost *:80>\n    ServerName a.com\n    <IfModule mod_x.c>\n"
-                                                "    </IfModule>\n</VirtualHost>\n");
-    EXPECT_TRUE(commandLog().empty());
-
-    // Over-long lines (2047 characters) leave the file alone.
-    const std::string overLong = original + "# " + std::string(2045, 'x') + "\n";
-    conf(overLong);
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(file, "a.com", "mod_x"), 22);
-    EXPECT_EQ(confText(), overLong);
-    EXPECT_TRUE(commandLog().empty());
-
+    STEP("then a blank line", helper.Apache_DeleteVhIfmoduleBlock(file_, "example.com", "mod_php5"));
+    GIVEN_STEP("ifmodule, at the end of the file the line after is an empty read",
+               helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
+    GIVEN_STEP("ifmodule, nothing removed: the scratch file stays", helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_y"));
+    GIVEN_STEP("ifmodule, an over-long line (2047 characters) keeps the file",
+               helper.Apache_DeleteVhIfmoduleBlock(file_, "a.com", "mod_x"));
     // The scratch file is opened first.
-    const std::string missing = path("/conf/missing.conf");
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(missing, "a.com", "mod_x"), 22);
-    EXPECT_TRUE(exists("/conf/missing.conf.dif"));
+    STEP("no input", helper.Apache_DeleteVhIfmoduleBlock(missing_, "a.com", "mod_x"));
     makeDir("/conf/other.conf.dif");
-    EXPECT_EQ(helper.Apache_DeleteVhIfmoduleBlock(path("/conf/other.conf"), "a.com", "mod_x"), 23);
+    STEP("the scratch file a folder", helper.Apache_DeleteVhIfmoduleBlock(path("/conf/other.conf"), "a.com", "mod_x"));
+    EXPECT_DATA(transcript_, "toolkit/delete_vh_ifmodule_block.transcript");
 }
 
 TEST_F(ToolkitVHostTest, ChangeVirtualHostPortRewritesTheHeldOpeningLine) {
     expectRewrite("port_changed", "port_changed", ".qzbackup.cp", "_qzbackup_cp", [this] {
         return helper.Apache_ChangeVirtualHostPort(file_, "example.com", "10.0.0.2", "8080");
     });
-    const std::string& file = file_;
-
-    conf("<VirtualHost 10.0.0.1:443>\nServerName a.com\n</VirtualHost>\n");
-    EXPECT_EQ(helper.Apache_ChangeVirtualHostPort(file, "a.com", "2001:db8::1", "443"), 0);
-    EXPECT_EQ(confText(), "<VirtualHost [2001:db8::1]:443>\nServerName a.com\n</VirtualHost>\n\n");
-
-    // A bare <VirtualHost> opens nothing; no block of the domain: 3.
-    expectUnchanged("<VirtualHost>\nServerName a.com\n</VirtualHost>\n", 3, ".qzbackup.cp", "_qzbackup_cp",
-                    [&] { return helper.Apache_ChangeVirtualHostPort(file, "a.com", "1.2.3.4", "80"); });
-    // An over-long line would keep the scan going for ever: left alone, 1.
-    expectUnchanged("<VirtualHost *:80>\nServerName a.com\n# " + std::string(2997, 'x') + "\n", 1, ".qzbackup.cp",
-                    "_qzbackup_cp",
-                    [&] { return helper.Apache_ChangeVirtualHostPort(file, "a.com", "1.2.3.4", "80"); });
+    watchConf({"_qzbackup_cp"});
+    auto change = [this](const char* ip, const char* port) { return helper.Apache_ChangeVirtualHostPort(file_, "a.com", ip, port); };
+    GIVEN_STEP("port, IPv6", change("2001:db8::1", "443"));
+    GIVEN_STEP("port, a bare <VirtualHost> opens nothing: 3", change("1.2.3.4", "80"));
+    GIVEN_STEP("port, an over-long line would keep the scan going for ever: 1", change("1.2.3.4", "80"));
+    EXPECT_DATA(transcript_, "toolkit/change_virtual_host_port.transcript");
 }

@@ -14,7 +14,7 @@ const std::string kSite = "<VirtualHost *:80>\nServerName shop.test\nDocumentRoo
 
 TEST_F(CreateVirtualDirectoryTest, WritesASectionIntoEveryBlockOfTheSite) {
     apacheVersion("2.2.34");
-    writeConf(data("vdir/every_matching_block.conf"));
+    useConf("vdir/every_matching_block.conf");
     SDDir dir = record();
     dir.Order = 1;
     strcpy(dir.Allow, "10.0.0.0/8 192.168.1.0/24");
@@ -32,13 +32,14 @@ TEST_F(CreateVirtualDirectoryTest, WritesASectionIntoEveryBlockOfTheSite) {
     EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName WebServerManager", "CQZMethodName CreateVirtualDirectory",
                                      "CQZMethodArguments [shop.test||10.0.0.0/8 192.168.1.0/24|all] "
                                      "[ObjDDir->DomainName|ObjDDir->DirPath|ObjDDir->Allow|ObjDDir->Deny]"}));
-}
 
-TEST_F(CreateVirtualDirectoryTest, ABlockWithoutDocumentRootKeepsThePathOfThePreviousMatchingBlock) {
-    // Empty before any DocumentRoot, kept after a block of the site, emptied
-    // by another site's block.
-    writeConf(data("vdir/document_root_carried_over.conf"));
-    SDDir dir = record();
+    // A block without DocumentRoot keeps the path of the previous matching
+    // block: empty before any DocumentRoot, emptied by another site's block.
+    apacheVersion("2.4.57");
+    std::filesystem::remove(authFile());
+    std::filesystem::remove(path("/.commands.log"));
+    useConf("vdir/document_root_carried_over.conf");
+    dir = record();
     dir.AnonAccess = '0';
     captureOutput();
     EXPECT_EQ(create(dir), 'S');
@@ -46,117 +47,87 @@ TEST_F(CreateVirtualDirectoryTest, ABlockWithoutDocumentRootKeepsThePathOfThePre
 }
 
 TEST_F(CreateVirtualDirectoryTest, AccessAndOptionsLinesFollowOrderAndTheApacheVersion) {
-    struct Case {
-        const char* version;
-        char order;
-        const char* allow;
-        const char* deny;
-        SOptions options;
-        Lines lines;  // between the opening and the closing line
+    const std::tuple<const char*, char, const char*, const char*, SOptions> cases[] = {
+        {"2.4.57", 0, "1.2.3.4", "", {}},
+        {"2.4.57", 0, "1.2.3.4", "5.6.7.8", {}},
+        {"2.2.34", 0, "", "5.6.7.8", {}},
+        {"2.2.34", '1', "", "5.6.7.8", {}},
+        {"", 1, "1.2.3.4", "x", {}},
+        {"2.4.57", 1, "1.2.3.4", "5.6.7.8", {}},
+        {"3.0.1", 1, "", "5.6.7.8", {}},
+        {"2.4.57", 1, "", "", {'+', '+', '-', '+', '-'}},
+        {"2.4.57", 0, "", "", {0, 'y', 0, 0, 0}},  // neither '+' nor '-': the line, but no word
+        {"2.4.57", 0, "", "", {0, 0, 0, 0, '+'}},
     };
-    const Case cases[] = {
-        {"2.4.57", 0, "1.2.3.4", "", {}, {}},
-        {"2.4.57", 0, "1.2.3.4", "5.6.7.8", {}, {"\t\tDeny from \"5.6.7.8\"", "\t\tAllow from \"1.2.3.4\""}},
-        {"2.2.34", 0, "", "5.6.7.8", {}, {"\t\tDeny from \"5.6.7.8\""}},
-        {"2.2.34", '1', "", "5.6.7.8", {}, {"\t\tOrder Deny,Allow"}},
-        {"", 1, "1.2.3.4", "x", {}, {"\t\tOrder Deny,Allow", "\t\tAllow from \"1.2.3.4\"", "\t\tDeny from \"x\""}},
-        {"2.4.57", 1, "1.2.3.4", "5.6.7.8", {}, {"\t\tRequire all granted"}},
-        {"3.0.1", 1, "", "5.6.7.8", {}, {"\t\tRequire all denied"}},
-        {"2.4.57", 1, "", "", {'+', '+', '-', '+', '-'},
-         {"\t\tOptions +Indexes +Includes -ExecCGI +MultiViews -FollowSymLinks"}},
-        // A flag that is neither '+' nor '-' asks for the line but adds no word.
-        {"2.4.57", 0, "", "", {0, 'y', 0, 0, 0}, {"\t\tOptions"}},
-        {"2.4.57", 0, "", "", {0, 0, 0, 0, '+'}, {"\t\tAddHandler cgi-script cgi pl", "\t\tOptions +ExecCGI"}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.version) + " " + c.allow + "/" + c.deny);
-        apacheVersion(c.version);
+    for (const auto& [version, order, allow, deny, options] : cases) {
+        apacheVersion(version);
         SDDir dir = record("/s/shop");
         dir.PerlEnabled = '1';  // creation takes the CGI handler from ExecCGI '+' alone
-        dir.Order = c.order;
-        strcpy(dir.Allow, c.allow);
-        strcpy(dir.Deny, c.deny);
-        dir.Options = c.options;
+        dir.Order = order;
+        strcpy(dir.Allow, allow);
+        strcpy(dir.Deny, deny);
+        dir.Options = options;
         writeConf(kSite);
-        EXPECT_EQ(create(dir), 'S');
-        std::string section = "\t<Directory \"/s/shop\">\n";
-        for (const std::string& line : c.lines) section += line + "\n";
-        EXPECT_EQ(readConf(), kSite.substr(0, kSite.size() - 15) + section + "\t</Directory>\n</VirtualHost>\n\n");
+        std::string label = "Apache " + std::string(version) + ", order " + std::to_string(order) + ", allow '" + allow +
+                            "', deny '" + deny + "', options ";
+        for (char flag : {options.Indexes, options.Includes, options.FollowSymLinks, options.MultiViews, options.ExecCGI})
+            label += flag ? flag : '0';
+        STEP(label, create(dir));
     }
+    EXPECT_DATA(transcript_, "vdir/access_and_options_lines.transcript");
 }
 
-TEST_F(CreateVirtualDirectoryTest, AnExistingSectionOrAnUnclosedQuoteLeavesTheConfigurationAlone) {
+TEST_F(CreateVirtualDirectoryTest, WhereASectionGoesOrWhyNoneDoes) {
     const std::string block = "<VirtualHost *:80>\nServerName shop.test\nDocumentRoot /s/html\n";
-    const std::pair<std::string, char> cases[] = {
-        {block + "<Directory \"/S/SHOP\">\n</Directory>\n</VirtualHost>\n", 1},
-        {block + "  <Directory \"/s/shop\n</VirtualHost>\n", 'W'},
-    };
-    for (const auto& [text, result] : cases) {
-        writeConf(text);
-        writeFile("/etc/apactemp", "stale");
-        captureOutput();
-        EXPECT_EQ(create(record("/s/shop")), result);
-        EXPECT_EQ(capturedOutput(), std::string("Anonymous=") + '\0' + "\nmajor=2\nminor=4\nminorMinor=57\n" +
-                                        (result == 1 ? "Directory already exist\n" : ""));
-        EXPECT_EQ(readConf(), text);
-        EXPECT_FALSE(exists("/etc/apactemp"));
-    }
-    EXPECT_TRUE(commandLog().empty());
-
+    // An existing section, or an unclosed quote: the configuration alone.
+    writeConf(block + "<Directory \"/S/SHOP\">\n</Directory>\n</VirtualHost>\n");
+    writeFile("/etc/apactemp", "stale");
+    STEP("an existing section", create(record("/s/shop")));
+    writeConf(block + "  <Directory \"/s/shop\n</VirtualHost>\n");
+    writeFile("/etc/apactemp", "stale");
+    STEP("an unclosed quote", create(record("/s/shop")));
     // Only the site's block is examined, and an unquoted path keeps its '>'.
-    const std::string other = "<VirtualHost *:80>\nServerName other.test\n<Directory \"/s/shop\n</VirtualHost>\n";
-    writeConf(other + block + "<Directory /s/shop>\n</VirtualHost>");
-    EXPECT_EQ(create(record("/s/shop")), 'S');
-    EXPECT_EQ(readConf(), other + block + "<Directory /s/shop>\n\t<Directory \"/s/shop\">\n\t</Directory>\n"
-                                          "</VirtualHost>\n");
+    writeConf("<VirtualHost *:80>\nServerName other.test\n<Directory \"/s/shop\n</VirtualHost>\n" + block +
+              "<Directory /s/shop>\n</VirtualHost>");
+    STEP("only the site's block", create(record("/s/shop")));
     // The admin flag, or no block of the site: a copy with one more empty line.
     writeConf(kSite);
-    EXPECT_EQ(create(record("/s/shop"), 1), 'S');
+    STEP("the admin flag", create(record("/s/shop"), 1));
     SDDir www = record("/s/shop");
     strcpy(www.DomainName, "www.shop.test");
-    EXPECT_EQ(create(www), 'S');
-    EXPECT_EQ(readConf(), kSite + "\n\n");
+    STEP("no block of the site", create(www));
+    EXPECT_DATA(transcript_, "vdir/create_where_a_section_goes.transcript");
 }
 
 TEST_F(CreateVirtualDirectoryTest, FailuresGive21To23WithTheConfigurationUnchanged) {
     SDDir dir = record("/s/shop");
-    const std::string missing = path("/conf/missing.conf");
-    for (CQZVirtualDirectory manager : {CQZVirtualDirectory(nullptr), CQZVirtualDirectory(nullptr, missing.c_str())}) {
+    for (CQZVirtualDirectory manager : {CQZVirtualDirectory(nullptr), CQZVirtualDirectory(nullptr, missing_.c_str())}) {
         const char result = manager.HttpdConfFile == nullptr ? 21 : 22;
         EXPECT_EQ(manager.CreateVirtualDirectory(&dir, 0, "", ""), result);
         EXPECT_EQ(manager.GetVirtualDirectoryinfo(&dir), result);
-        captureOutput();
-        EXPECT_EQ(manager.UpdateVirtualDirectory(&dir, "", ""), result);
-        EXPECT_EQ(capturedOutput(), result == 22 ? "Error opening HttpdConfFile file\n" : "");
+        EXPECT_PRINTS(manager.UpdateVirtualDirectory(&dir, "", ""), result,
+                      result == 22 ? "Error opening HttpdConfFile file\n" : "");
         EXPECT_EQ(manager.CreateVirtualDirectory(nullptr, 0, "", ""), 'W');
         EXPECT_EQ(manager.UpdateVirtualDirectory(nullptr, "", ""), 'W');
         EXPECT_EQ(manager.GetVirtualDirectoryinfo(nullptr), 26);
     }
+    watch("/victim");
     writeConf(kSite);
     makeDir("/etc/apactemp");
-    EXPECT_EQ(create(dir), 23);
-    captureOutput();
-    EXPECT_EQ(update(dir), 23);
-    EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file\n");
-    EXPECT_EQ(readConf(), kSite);
+    STEP("create, the scratch file a folder", create(dir));
+    STEP("update, the scratch file a folder", update(dir));
     // Nor is the scratch file written through a link planted in its place.
     std::filesystem::remove(path("/etc/apactemp"));
     writeFile("/victim", "kept\n");
     ASSERT_EQ(symlink(path("/victim").c_str(), path("/etc/apactemp").c_str()), 0);
-    EXPECT_EQ(create(dir), 23);
-    EXPECT_EQ(update(dir), 23);
-    EXPECT_EQ(readFile("/victim"), "kept\n");
-    EXPECT_EQ(readConf(), kSite);
-    EXPECT_TRUE(commandLog().empty());
-
+    STEP("create, the scratch file a link", create(dir));
+    STEP("update, the scratch file a link", update(dir));
     // A line longer than the 2999 characters a read takes.
     std::filesystem::remove(path("/etc/apactemp"));
-    const std::string longLine = kSite + "# " + std::string(3000, 'x') + "\n";
-    writeConf(longLine);
-    EXPECT_EQ(create(dir), 22);
-    EXPECT_EQ(update(dir), 22);
-    EXPECT_EQ(readConf(), longLine);
-    EXPECT_FALSE(exists("/etc/apactemp"));
+    writeConf(kSite + "# " + std::string(3000, 'x') + "\n");
+    STEP("create, an over-long line", create(dir));
+    STEP("update, an over-long line", update(dir));
+    EXPECT_DATA(transcript_, "vdir/create_failures.transcript");
 }
 
 TEST_F(CreateVirtualDirectoryTest, PasswordFileIsCreatedOrKeptNeverFollowedThroughALinkAndOwnedByGetPathOwner) {
@@ -165,9 +136,8 @@ TEST_F(CreateVirtualDirectoryTest, PasswordFileIsCreatedOrKeptNeverFollowedThrou
     dir.AnonAccess = '1';
     writeConf(kSite);
     EXPECT_EQ(create(dir, 0, "", "secret"), 'S');
-    EXPECT_TRUE(exists(auth));
     EXPECT_EQ(readFile(auth), "");
-    EXPECT_TRUE(commandsOf("htpasswd").empty());
+    EXPECT_TRUE(exists(auth) && commandsOf("htpasswd").empty());
 
     writeFile(auth, "old:$apr1$x$y\n");
     writeConf(kSite);
@@ -195,8 +165,7 @@ TEST_F(CreateVirtualDirectoryTest, PasswordFileIsCreatedOrKeptNeverFollowedThrou
     writeConf(kSite);
     captureOutput();
     EXPECT_EQ(create(record()), 'S');
-    EXPECT_NE(capturedOutput().find("Directory Creation\nWebAdmin=\nFullPath=/s\nwriting directory entry\n"),
-              std::string::npos);
+    EXPECT_NE(capturedOutput().find("Directory Creation\nWebAdmin=\nFullPath=/s\nwriting directory entry\n"), std::string::npos);
     EXPECT_EQ(commandsOf("chmod").size(), 3u);
     std::filesystem::remove(path("/etc/passwd"));
     EXPECT_EQ(GetPathOwner(path("/home/sites/shop.test")), "");
@@ -218,10 +187,8 @@ TEST_F(CreateVirtualDirectoryTest, ShellMetacharactersReachTheCommandsAsPlainWor
     EXPECT_NE(out.find("command =chown -R webadm:qz7group '/s/a b;touch z'\n"), std::string::npos) << out;
     EXPECT_NE(out.find("cmd=htpasswd -b '" + root_ + "/home/it'\\''s $(touch x) `touch y`;/shop.test/"
                        "webusers_shop.test.htpasswd' admin 'p'\\''w $(touch q) \"`id`\";|&'\n"),
-              std::string::npos)
-        << out;
-    EXPECT_EQ(commandsOf("chown"), (Lines{"chown [-R] [webadm:qz7group] [/s/a b;touch z]",
-                                          "chown [webadm:qz7group] [" + auth + "]"}));
+              std::string::npos) << out;
+    EXPECT_EQ(commandsOf("chown"), (Lines{"chown [-R] [webadm:qz7group] [/s/a b;touch z]", "chown [webadm:qz7group] [" + auth + "]"}));
     EXPECT_NE(readConf().find("\t\tAuthUserFile " + auth + "\n"), std::string::npos);
     for (const char* planted : {"/x", "/y", "/z", "/q"}) EXPECT_FALSE(exists(planted)) << planted;
     EXPECT_TRUE(verifies("admin", pass, auth));

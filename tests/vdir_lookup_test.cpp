@@ -3,76 +3,49 @@
 #include "QZTestFixture.h"
 
 #include <cstring>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Lines = std::vector<std::string>;
-
-namespace {
-
-SDDir dirRecord(const char* domain, const char* path, const char* name = "") {
-    SDDir dir{};
-    strncpy(dir.DomainName, domain, sizeof dir.DomainName - 1);
-    strncpy(dir.DirPath, path, sizeof dir.DirPath - 1);
-    strncpy(dir.DirName, name, sizeof dir.DirName - 1);
-    return dir;
-}
-
-}  // namespace
 
 class VirtualDirectoryLookupTest : public HttpdConfTest {
 protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
         loggedCommand("mv");
+        watch("/conf/httpd.conf");
+        watch(kScratch);
+        vdir_ = std::make_unique<CQZVirtualDirectory>(&tracker_, conf_.c_str());
     }
-    // The scratch file of the manager, relative to the root.
-    std::string scratch() const { return "/etc/apactemp1"; }
-
+    static SDDir dir(const char* domain, const char* path, const char* name = "") {
+        SDDir dir{};
+        strncpy(dir.DomainName, domain, sizeof dir.DomainName - 1);
+        strncpy(dir.DirPath, path, sizeof dir.DirPath - 1);
+        strncpy(dir.DirName, name, sizeof dir.DirName - 1);
+        return dir;
+    }
+    int exists(const char* domain, const char* path) {
+        SDDir d = dir(domain, path);
+        return vdir_->VirtualDirectoryExists(&d);
+    }
+    int check(const char* domain, const char* name, const char* path = "") {
+        SDDir d = dir(domain, path, name);
+        return vdir_->CheckVirDir(&d);
+    }
+    static constexpr const char* kScratch = "/etc/apactemp1";  // the manager's scratch file
+    using QZTest::exists;
     CQZTrackManager tracker_;
+    std::unique_ptr<CQZVirtualDirectory> vdir_;
 };
 
 TEST_F(VirtualDirectoryLookupTest, DeleteRemovesThePathEverywhereWithBlankLines) {
-    writeConf(data("vdir/every_section_of_the_path.conf"));
-    CQZVirtualDirectory vdir(&tracker_, conf_.c_str());
-    captureOutput();
-    EXPECT_EQ(vdir.DeleteVirtualDirectory("/home/a/b"), 'U');
-    EXPECT_EQ(capturedOutput(), "");
+    useConf("vdir/every_section_of_the_path.conf");
+    EXPECT_PRINTS(vdir_->DeleteVirtualDirectory("/home/a/b"), 'U', "");
     EXPECT_EQ(readConf(), data("vdir/every_section_of_the_path.expected"));
-    EXPECT_EQ(commandLog(), (Lines{"mv " + path(scratch()) + " " + conf_}));
+    EXPECT_EQ(commandLog(), (Lines{"mv " + path(kScratch) + " " + conf_}));
     EXPECT_EQ(calls(tracker_), (Lines{"CQZModuleName WebServerManager", "CQZMethodName DeleteVirtualDirectory",
                                       "CQZMethodArguments [/home/a/b] [pDDir]"}));
-}
-
-TEST_F(VirtualDirectoryLookupTest, DeleteFailuresLeaveTheConfiguration) {
-    CQZVirtualDirectory noConf(&tracker_);
-    EXPECT_EQ(noConf.DeleteVirtualDirectory("/x"), 21);
-    const std::string missing = path("/conf/missing.conf");
-    CQZVirtualDirectory missingConf(&tracker_, missing.c_str());
-    EXPECT_EQ(missingConf.DeleteVirtualDirectory("/x"), 22);
-
-    const std::string unclosed = "<Directory \"/x\">\n</Directory>\n\n<Directory \"/y>\n";
-    writeConf(unclosed);
-    CQZVirtualDirectory vdir(&tracker_, conf_.c_str());
-    EXPECT_EQ(vdir.DeleteVirtualDirectory("/x"), 1);
-    EXPECT_EQ(readConf(), unclosed);
-    EXPECT_FALSE(exists(scratch()));
-
-    // A line over the 2999 characters of a read.
-    const std::string overLong = "\n# " + std::string(2998, 'x') + "\n";
-    writeConf(overLong);
-    EXPECT_EQ(vdir.DeleteVirtualDirectory("/x"), 22);
-    EXPECT_EQ(readConf(), overLong);
-    EXPECT_FALSE(exists(scratch()));
-
-    makeDir(scratch());
-    writeConf("\nListen 80\n");
-    EXPECT_EQ(vdir.DeleteVirtualDirectory("/x"), 23);
-    EXPECT_EQ(readConf(), "\nListen 80\n");
-    EXPECT_TRUE(commandLog().empty());
-}
-
-TEST_F(VirtualDirectoryLookupTest, DeleteQuotesTheFilesOfItsMv) {
+    // The files of its mv are quoted.
     ASSERT_EQ(chdir(root_.c_str()), 0);  // an injected "touch canary" would land here
     const std::string name = "/conf/my httpd;touch canary;$(touch canary).conf", conf = path(name);
     writeFile(name, "Listen 80\n\n");
@@ -81,42 +54,42 @@ TEST_F(VirtualDirectoryLookupTest, DeleteQuotesTheFilesOfItsMv) {
     EXPECT_FALSE(exists("/canary"));
 }
 
+TEST_F(VirtualDirectoryLookupTest, DeleteFailuresLeaveTheConfiguration) {
+    STEP("no configuration named", CQZVirtualDirectory(nullptr).DeleteVirtualDirectory("/x"));
+    STEP("no configuration", CQZVirtualDirectory(nullptr, missing_.c_str()).DeleteVirtualDirectory("/x"));
+    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
+    writeConf("<Directory \"/x\">\n</Directory>\n\n<Directory \"/y>\n");
+    STEP("an unclosed quote", vdir.DeleteVirtualDirectory("/x"));
+    writeConf("\n# " + std::string(2998, 'x') + "\n");
+    STEP("a line over the 2999 characters of a read", vdir.DeleteVirtualDirectory("/x"));
+    makeDir(kScratch);
+    writeConf("\nListen 80\n");
+    STEP("the scratch file a folder", vdir.DeleteVirtualDirectory("/x"));
+    EXPECT_DATA(transcript_, "vdir/delete_failures.transcript");
+}
+
 TEST_F(VirtualDirectoryLookupTest, ExistsListAndAliasLookups) {
-    writeConf(data("vdir/aliases.conf"));
-    const std::string original = readConf();
-    CQZVirtualDirectory vdir(&tracker_, conf_.c_str());
-
-    SDDir shop = dirRecord("shop.test", "/VAR/WWW/SHOP");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&shop), 1);
+    useConf("vdir/aliases.conf");
     // Past the block's end, before the next block, still counts.
-    SDDir after = dirRecord("shop.test", "/var/www/after");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&after), 1);
-    SDDir none = dirRecord("shop.test", "/var/www/none");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&none), 0);
-    SDDir otherSite = dirRecord("other.test", "/var/www/shop");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&otherSite), 0);
-
+    EXPECT_EQ(exists("shop.test", "/VAR/WWW/SHOP"), 1);
+    EXPECT_EQ(exists("shop.test", "/var/www/after"), 1);
+    EXPECT_EQ(exists("shop.test", "/var/www/none"), 0);
+    EXPECT_EQ(exists("other.test", "/var/www/shop"), 0);
     StringVector list{"kept"};
-    EXPECT_EQ(vdir.VirtualDirectoryList("shop.test", &list), 0);
+    EXPECT_EQ(vdir_->VirtualDirectoryList("shop.test", &list), 0);
     EXPECT_EQ(list, (StringVector{"kept", "/var/www/shop", "shop", "/var/www/shop", "store", "/var/www/blog", "blog",
                                   "/var/www/img", "img"}));
-
-    EXPECT_EQ(vdir.GetVDPath(conf_, "shop.test", "/shop"), "/var/www/shop");
-    EXPECT_EQ(vdir.GetVDPath(conf_, "shop.test", "/loose"), "/var/www/shop");
-    EXPECT_EQ(vdir.GetVDPath(conf_, "shop.test", "/SHOP"), "");
-    EXPECT_EQ(vdir.GetVDPath(conf_, "other.test", "/shop"), "/var/www/other");
-    EXPECT_EQ(vdir.GetVDPath(conf_, "other.test", "/img"), "");
-
-    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/SHOP"), 1);
-    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/img"), 0);
-    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/blog"), 0);  // unquoted: never counted
-
-    SDDir named = dirRecord("shop.test", "", "SHOP");
-    EXPECT_EQ(vdir.CheckVirDir(&named), '}');
-    SDDir commented = dirRecord("shop.test", "", "old");
-    EXPECT_EQ(vdir.CheckVirDir(&commented), 'X');
-
-    EXPECT_EQ(readConf(), original);
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/shop"), "/var/www/shop");
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/loose"), "/var/www/shop");
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/SHOP"), "");
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "other.test", "/shop"), "/var/www/other");
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "other.test", "/img"), "");
+    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/SHOP"), 1);
+    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/img"), 0);
+    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/blog"), 0);  // unquoted: never counted
+    EXPECT_EQ(check("shop.test", "SHOP"), '}');
+    EXPECT_EQ(check("shop.test", "old"), 'X');
+    EXPECT_EQ(readConf(), data("vdir/aliases.conf"));
     EXPECT_TRUE(commandLog().empty());
     // Existence and DirectoryRequired report the info operation's name;
     // GetVDPath is not tracked.
@@ -127,70 +100,56 @@ TEST_F(VirtualDirectoryLookupTest, ExistsListAndAliasLookups) {
     EXPECT_EQ(all[11] + " " + all[12], "CQZMethodName GetVirtualDirectoryinfo "
                                        "CQZMethodArguments [shop.test|/var/www/SHOP] [DomainName|DirPath]");
     EXPECT_EQ(all.back(), "CQZMethodArguments [shop.test|old] [ObjDDir->DomainName|ObjDDir->DirName]");
-}
 
-TEST_F(VirtualDirectoryLookupTest, DirectoryRequiredCountsTwoAliasesOfTheSite) {
+    // Two aliases of the site to the folder make it required; the commented
+    // one and the other site's do not count.
     writeConf("<VirtualHost *:80>\n    ServerName shop.test\n    Alias /a \"/var/www/two\"\n"
-              "    Alias /one \"/var/www/one\"\n#   Alias /old \"/var/www/one\"\n"
-              "    Alias /b \"/var/www/two\"\n</VirtualHost>\n"
-              "<VirtualHost *:80>\n    ServerName other.test\n    Alias /c \"/var/www/one\"\n</VirtualHost>\n");
-    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
-    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/two"), 1);
-    // One alias of the site; the commented one and the other site's do not count.
-    EXPECT_EQ(vdir.DirectoryRequired("shop.test", "/var/www/one"), 0);
+              "    Alias /one \"/var/www/one\"\n#   Alias /old \"/var/www/one\"\n    Alias /b \"/var/www/two\"\n"
+              "</VirtualHost>\n<VirtualHost *:80>\n    ServerName other.test\n    Alias /c \"/var/www/one\"\n</VirtualHost>\n");
+    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/two"), 1);
+    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/one"), 0);
 }
 
-TEST_F(VirtualDirectoryLookupTest, UnreadableLinesDeleteTheScratchFile) {
-    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
-    SDDir dir = dirRecord("a.test", "/y", "shop");
+TEST_F(VirtualDirectoryLookupTest, UnreadableAndOverLongLines) {
+    // An unclosed quote: 1, and the scratch file deleted; with a target the
+    // same alias matches.
     writeConf("<VirtualHost *:80>\nServerName a.test\n<Directory \"/x>\nAlias /shop\n</VirtualHost>\n");
-    writeFile(scratch(), "left over");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&dir), 1);
-    EXPECT_FALSE(exists(scratch()));
-    writeFile(scratch(), "left over");
-    EXPECT_EQ(vdir.CheckVirDir(&dir), 1);
-    EXPECT_FALSE(exists(scratch()));
-    // With a target the same alias matches.
+    writeFile(kScratch, "left over");
+    EXPECT_EQ(exists("a.test", "/y"), 1);
+    EXPECT_FALSE(exists(kScratch));
+    writeFile(kScratch, "left over");
+    EXPECT_EQ(check("a.test", "shop", "/y"), 1);
+    EXPECT_FALSE(exists(kScratch));
     writeConf("<VirtualHost *:80>\nServerName a.test\nAlias /shop /x\n</VirtualHost>\n");
-    EXPECT_EQ(vdir.CheckVirDir(&dir), '}');
-}
+    EXPECT_EQ(check("a.test", "shop", "/y"), '}');
 
-TEST_F(VirtualDirectoryLookupTest, ALineOverTheLimitIsExaminedCutThenEndsTheScan) {
-    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
+    // A line over the limit is examined cut, then ends the scan.
     const std::string head = "<VirtualHost *:80>\nServerName a.test\n";
     const std::string tail = "\n<Directory \"/after\">\nAlias /next /n\n</VirtualHost>\n";
     writeConf(head + "<Directory \"/x\"> #" + std::string(3000, 'x') + tail);
-    SDDir cut = dirRecord("a.test", "/x", "next");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&cut), 1);
-    SDDir after = dirRecord("a.test", "/after");
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&after), 0);
-    EXPECT_EQ(vdir.CheckVirDir(&cut), 'X');
-
+    EXPECT_EQ(exists("a.test", "/x"), 1);
+    EXPECT_EQ(exists("a.test", "/after"), 0);
+    EXPECT_EQ(check("a.test", "next", "/x"), 'X');
     const std::string alias = "Alias /shop /var/www/";
     writeConf(head + alias + std::string(3000, 't') + tail);
-    SDDir shop = dirRecord("a.test", "", "shop");
-    EXPECT_EQ(vdir.CheckVirDir(&shop), '}');
-    EXPECT_EQ(vdir.GetVDPath(conf_, "a.test", "/shop"), "/var/www/" + std::string(2999 - alias.size(), 't'));
-    EXPECT_EQ(vdir.GetVDPath(conf_, "a.test", "/next"), "");
+    EXPECT_EQ(check("a.test", "shop"), '}');
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "a.test", "/shop"), "/var/www/" + std::string(2999 - alias.size(), 't'));
+    EXPECT_EQ(vdir_->GetVDPath(conf_, "a.test", "/next"), "");
 }
 
 TEST_F(VirtualDirectoryLookupTest, LookupsWithoutConfiguration) {
     CQZVirtualDirectory noConf(&tracker_);
-    SDDir dir = dirRecord("a.test", "/x", "x");
+    SDDir d = dir("a.test", "/x", "x");
     StringVector list;
-    EXPECT_EQ(noConf.VirtualDirectoryExists(&dir) + noConf.VirtualDirectoryList("a.test", &list) +
-                  noConf.DirectoryRequired("a.test", "/x") + noConf.CheckVirDir(&dir),
-              4 * 21);
-
-    const std::string missing = path("/conf/missing.conf");
-    CQZVirtualDirectory vdir(&tracker_, missing.c_str());
-    captureOutput();
-    EXPECT_EQ(vdir.VirtualDirectoryExists(&dir) + vdir.VirtualDirectoryList("a.test", &list) +
-                  vdir.DirectoryRequired("a.test", "/x") + vdir.CheckVirDir(&dir),
-              4 * 22);
-    EXPECT_EQ(vdir.GetVDPath(missing, "a.test", "/x"), "");
-    EXPECT_EQ(capturedOutput(), "Error opening HttpdConfFile file\nError opening HttpdConfFile file\n"
-                                "Error opening HttpdConfFile file\nError while opening HttpdConfFile\n");
+    EXPECT_EQ(noConf.VirtualDirectoryExists(&d) + noConf.VirtualDirectoryList("a.test", &list) +
+                  noConf.DirectoryRequired("a.test", "/x") + noConf.CheckVirDir(&d), 4 * 21);
+    CQZVirtualDirectory vdir(&tracker_, missing_.c_str());
+    const std::string error = "Error opening HttpdConfFile file\n";
+    EXPECT_PRINTS(vdir.VirtualDirectoryExists(&d), 22, error);
+    EXPECT_PRINTS(vdir.VirtualDirectoryList("a.test", &list), 22, "");
+    EXPECT_PRINTS(vdir.DirectoryRequired("a.test", "/x"), 22, error);
+    EXPECT_PRINTS(vdir.CheckVirDir(&d), 22, error);
+    EXPECT_PRINTS(vdir.GetVDPath(missing_, "a.test", "/x"), "", "Error while opening HttpdConfFile\n");
     EXPECT_TRUE(list.empty());
 }
 
@@ -203,7 +162,6 @@ TEST_F(VirtualDirectoryLookupTest, RemoveDirDeletesTheTreeButNotWhatLinksPointTo
     EXPECT_FALSE(RemoveDir(path("/site").c_str()));
     EXPECT_FALSE(exists("/site"));
     EXPECT_TRUE(exists("/outside/keep.txt"));
-
     EXPECT_TRUE(RemoveDir(path("/site").c_str()));
     // A dangling link cannot be stat'ed: the removal stops there.
     makeDir("/dangling");

@@ -3,18 +3,14 @@
 #include "QZTestFixture.h"
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Lines = std::vector<std::string>;
 
 class CreateWebsiteTest : public HttpdConfTest {
 protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
-        makeDir("/etc");
         makeDir("/home");
         IsPortEnabled = false;  // as in a fresh process, also when the tests share one
         loggedCommand("chmod");
@@ -35,176 +31,102 @@ protected:
         makeDir(std::string("/home/") + domain);
         return v;
     }
-
-    char create(VHostEntry v) {
-        CQZWebsite website(nullptr, conf_.c_str());
-        return website.CreateWebsite(&v);
+    int create(const char* ip, const char* domain, char ipSwitch) {
+        VHostEntry v = site(ip, domain, domain, ipSwitch);
+        return CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v);
     }
 
-    // The configuration against tests/data/create/<name>.expected, where @ROOT@
-    // stands for the scratch root. QZ_UPDATE_GOLDEN=1 rewrites the file instead.
-    void expectGolden(const std::string& name) {
-        std::string actual = readConf();
-        for (size_t at; (at = actual.find(root_)) != std::string::npos;) actual.replace(at, root_.size(), "@ROOT@");
-        if (getenv("QZ_UPDATE_GOLDEN") != nullptr) {
-            std::ofstream(std::string(QZ_TEST_DATA) + "/create/" + name + ".expected") << actual;
-            return;
-        }
-        EXPECT_EQ(actual, data("create/" + name + ".expected")) << name;
-    }
-
-    // The address lines of the configuration.
-    Lines addressLines() {
-        Lines lines;
-        std::istringstream in(readConf());
-        for (std::string line; std::getline(in, line);)
-            if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("NameVirtualHost", 0) == 0) lines.push_back(line);
-        return lines;
-    }
-
-    mode_t modeOf(const std::string& rel) {
-        struct stat st = {};
-        EXPECT_EQ(stat(path(rel).c_str(), &st), 0) << rel;
-        return st.st_mode & 07777;
-    }
 };
 
 TEST_F(CreateWebsiteTest, AppendsNameVirtualHostAndBlockAndBuildsTheFolderTree) {
     writeFile("/etc/QZ.conf", "WebServerPort = \"8080\"\n");
-    writeConf(data("create/append_with_namevirtualhost.conf"));
+    useConf("create/append_with_namevirtualhost.conf");
     VHostEntry v = site("10.0.0.1", "example.com", "example.com", '1');
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
-    captureOutput();
-    EXPECT_EQ(website.CreateWebsite(&v), 94);
-    EXPECT_EQ(capturedOutput(), "");
+    EXPECT_PRINTS(website.CreateWebsite(&v), 94, "");
     // The leading comment lines go, since IPSwitch is not '0'.
-    expectGolden("append_with_namevirtualhost");
+    EXPECT_DATA(readConf(), "create/append_with_namevirtualhost.expected");
     EXPECT_EQ(calls(tracker)[2], "CQZMethodName CreateWebsite");
     EXPECT_EQ(calls(tracker)[3], "CQZMethodArguments [example.com|10.0.0.1|" + root_ +
                                      "/home/|80|admin] [objVHost->DName|objVHost->IPAddress|objVHost->Path|"
                                      "objVHost->Port|objVHost->ServerAdmin]");
 
     const std::string site = "/home/example.com";
-    EXPECT_EQ(modeOf(site + "/www"), 04701u);
-    EXPECT_EQ(modeOf(site + "/www/html"), 04701u);
-    EXPECT_EQ(modeOf(site + "/www/cgi-bin"), 04701u);
-    EXPECT_EQ(modeOf(site + "/log"), 0505u);
-    EXPECT_EQ(modeOf(site + "/log/httpd"), 0505u);
-    EXPECT_EQ(modeOf(site + "/db"), 04707u);
-    EXPECT_EQ(modeOf(site + "/special"), 04705u);
+    for (auto [folder, mode] : {std::pair{"/www", 04701}, {"/www/html", 04701}, {"/www/cgi-bin", 04701},
+                                {"/log", 0505}, {"/log/httpd", 0505}, {"/db", 04707}, {"/special", 04705}})
+        EXPECT_EQ(modeOf(site + folder), mode) << folder;
     const std::string log = path(site + "/log");
     EXPECT_EQ(commandLog(), (Lines{"chmod -R 505 " + log, "chown -R admin:qz7group " + log,
                                    "chmod -R 505 " + log + "/httpd", "chown -R admin:qz7group " + log + "/httpd"}));
-    if (geteuid() == 0) {
-        struct stat st = {};
-        ASSERT_EQ(stat(path(site + "/www/html").c_str(), &st), 0);
-        EXPECT_EQ(st.st_uid, 65534u);
-        EXPECT_EQ(st.st_gid, 65534u);
-    }
+    struct stat st = {};
+    ASSERT_EQ(stat(path(site + "/www/html").c_str(), &st), 0);
+    EXPECT_TRUE(geteuid() != 0 || (st.st_uid == 65534 && st.st_gid == 65534)) << st.st_uid << ":" << st.st_gid;
 }
 
 TEST_F(CreateWebsiteTest, PunycodeAliasesAndLeadingCommentsKeptForSwitchZero) {
-    writeConf(data("create/punycode_keeps_leading_comments.conf"));
-    captureOutput();
-    EXPECT_EQ(create(site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0')), 94);
-    EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found with port\n");
-    expectGolden("punycode_keeps_leading_comments");
+    useConf("create/punycode_keeps_leading_comments.conf");
+    VHostEntry v = site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0');
+    EXPECT_PRINTS(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v), 94,
+                  "Requested IP is IPV4\nIPV4 NameVirtualHost found with port\n");
+    EXPECT_DATA(readConf(), "create/punycode_keeps_leading_comments.expected");
 }
 
-TEST_F(CreateWebsiteTest, PortlessNameVirtualHostUntilAPortIsSeenForTheProcess) {
-    writeConf("NameVirtualHost 10.0.0.1:*\nNameVirtualHost 10.0.0.2\n");
-    captureOutput();
-    EXPECT_EQ(create(site("10.0.0.1", "a.com", "a.com", '1')), 94);
-    EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n"
-                                "Requested IP is IPV4\n");
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.1:*", "NameVirtualHost 10.0.0.2",
-                                     "<VirtualHost 10.0.0.1>"}));
-
-    // A NameVirtualHost with the port turns the port on for every later block.
-    writeConf("NameVirtualHost 10.0.0.3:80\n");
-    EXPECT_EQ(create(site("10.0.0.2", "b.com", "b.com", '1')), 94);
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.3:80", "NameVirtualHost 10.0.0.2:80",
-                                     "<VirtualHost 10.0.0.2:80>"}));
-    writeConf("NameVirtualHost 10.0.0.4\n");
-    EXPECT_EQ(create(site("10.0.0.4", "c.com", "c.com", '0')), 94);
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.4", "<VirtualHost 10.0.0.4:80>"}));
-}
-
-TEST_F(CreateWebsiteTest, IPv6AddressesAreBracketedAndCarryThePortOnlyForSwitchOne) {
-    writeConf("NameVirtualHost 10.0.0.1:80\nNameVirtualHost [2001:db8::3]:*\n");
-    captureOutput();
-    EXPECT_EQ(create(site("2001:db8::3", "six.com", "six.com", '1')), 94);
-    EXPECT_EQ(capturedOutput(), "Requested IP is IPV6\n"
-                                "Requested IP is IPV6\nPicked IP is IPV6\nIPV6 NameVirtualHost found\n");
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost 10.0.0.1:80", "NameVirtualHost [2001:db8::3]:*",
-                                     "<VirtualHost [2001:db8::3]:80>"}));
-
-    writeConf("");
-    EXPECT_EQ(create(site("2001:db8::1", "one.com", "one.com", '1')), 94);
-    EXPECT_EQ(create(site("2001:db8::2", "zero.com", "zero.com", '0')), 94);
-    EXPECT_EQ(addressLines(), (Lines{"NameVirtualHost [2001:db8::1]:80", "<VirtualHost [2001:db8::1]:80>",
-                                     "<VirtualHost [2001:db8::2]>"}));
+TEST_F(CreateWebsiteTest, NameVirtualHostPortsAndIPv6Brackets) {
+    inputs_ = "create/addresses.inputs";
+    watch("/conf/httpd.conf");
+    GIVEN_STEP("a.com, a portless NameVirtualHost", create("10.0.0.1", "a.com", '1'));
+    GIVEN_STEP("b.com, a NameVirtualHost with the port turns it on for every later block", create("10.0.0.2", "b.com", '1'));
+    GIVEN_STEP("c.com, switch 0 and the port on", create("10.0.0.4", "c.com", '0'));
+    GIVEN_STEP("six.com, IPv6 bracketed", create("2001:db8::3", "six.com", '1'));
+    GIVEN_STEP("one.com, IPv6 with the port for switch 1", create("2001:db8::1", "one.com", '1'));
+    STEP("zero.com, IPv6 without the port for switch 0", create("2001:db8::2", "zero.com", '0'));
+    EXPECT_DATA(transcript_, "create/name_virtual_host_ports.transcript");
 }
 
 TEST_F(CreateWebsiteTest, SwitchTwoGoesInsideTheAddressBlockOrRefusesIt) {
-    writeConf(data("create/inside_address_block.conf"));
-    captureOutput();
-    EXPECT_EQ(create(site("10.0.0.7", "ip.com", "ip.com", '2')), 94);
-    EXPECT_EQ(capturedOutput(), "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n");
-    expectGolden("inside_address_block");
+    useConf("create/inside_address_block.conf");
+    EXPECT_PRINTS(create("10.0.0.7", "ip.com", '2'), 94, "Requested IP is IPV4\nIPV4 NameVirtualHost found without port\n");
+    EXPECT_DATA(readConf(), "create/inside_address_block.expected");
 
-    // The address of another site's block is taken.
+    // The address of another site's block is taken: 92, no folders. No block
+    // for the address: folders, but no block, and still 94.
     const std::string before = readConf();
-    EXPECT_EQ(create(site("10.0.0.1", "taken.com", "taken.com", '2')), 92);
-    EXPECT_EQ(readConf(), before);
+    EXPECT_EQ(create("10.0.0.1", "taken.com", '2'), 92);
     EXPECT_FALSE(exists("/home/taken.com/www"));
-
-    // No block for the address: folders, but no block, and still 94.
-    EXPECT_EQ(create(site("10.0.0.99", "lost.com", "lost.com", '2')), 94);
-    EXPECT_EQ(readConf(), before);
+    EXPECT_EQ(create("10.0.0.99", "lost.com", '2'), 94);
     EXPECT_TRUE(exists("/home/lost.com/special"));
+    EXPECT_EQ(readConf(), before);
 
-    // An address block without a ServerName is not the address's placeholder,
-    // and the next block's ServerName is not its own.
-    const std::string nameless = "<VirtualHost 10.0.0.5>\n</VirtualHost>\n"
-                                 "<VirtualHost 10.0.0.6>\n    ServerName other.com\n</VirtualHost>\n";
-    writeConf(nameless);
-    EXPECT_EQ(create(site("10.0.0.5", "nameless.com", "nameless.com", '2')), 94);
-    EXPECT_EQ(readConf(), nameless);
+    // The next block's ServerName is not its own either.
+    inputs_ = "create/addresses.inputs";
+    watch("/conf/httpd.conf");
+    GIVEN_STEP("an address block without a ServerName is no placeholder", create("10.0.0.5", "nameless.com", '2'));
+    EXPECT_DATA(transcript_, "create/nameless_address_block.transcript");
 }
 
 TEST_F(CreateWebsiteTest, RefusalsAndFailuresLeaveTheConfiguration) {
     const std::string original = "<VirtualHost 10.0.0.1>\n    ServerName   XN--BCHER-KVA.de\n</VirtualHost>\n";
     writeConf(original);
-    EXPECT_EQ(create(site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0')), 92);
-    EXPECT_EQ(readConf(), original);
+    VHostEntry puny = site("10.0.0.1", "bücher.de", "xn--bcher-kva.de", '0');
+    CQZWebsite website(nullptr, conf_.c_str());
+    EXPECT_EQ(website.CreateWebsite(&puny), 92);
     EXPECT_FALSE(exists("/home/bücher.de/www"));
 
     // The site root is the caller's to make: without it the first mkdir fails.
     VHostEntry v = site("10.0.0.2", "noroot.com", "noroot.com", '1');
     strcat(v.Path, "missing/");
-    CQZWebsite website(nullptr, conf_.c_str());
     EXPECT_EQ(website.CreateWebsite(&v), 2);
-    EXPECT_EQ(readConf(), original);
-
-    CQZWebsite noConf(nullptr);
-    EXPECT_EQ(noConf.CreateWebsite(&v), 21);
-    const std::string missing = path("/conf/missing.conf");
-    CQZWebsite missingConf(nullptr, missing.c_str());
+    EXPECT_EQ(CQZWebsite(nullptr).CreateWebsite(&v), 21);
     // In a missing folder neither the configuration nor the scratch file opens.
     const std::string missingFolder = path("/nodir/httpd.conf");
-    CQZWebsite missingFolderConf(nullptr, missingFolder.c_str());
-    captureOutput();
-    EXPECT_EQ(missingConf.CreateWebsite(&v), 22);
-    EXPECT_EQ(missingFolderConf.CreateWebsite(&v), 22);
-    EXPECT_EQ(capturedOutput(), "Error while opening HttpdConfFile\nError while opening HttpdConfFile\n");
-
+    for (const std::string& conf : {missing_, missingFolder})
+        EXPECT_PRINTS(CQZWebsite(nullptr, conf.c_str()).CreateWebsite(&v), 22, "Error while opening HttpdConfFile\n");
     std::string unwritable = path("/nodir/scratch");
     website.TEMPFILE = &unwritable[0];
     EXPECT_EQ(website.CreateWebsite(&v), 23);
-    EXPECT_EQ(readConf(), original);
     EXPECT_EQ(website.CreateWebsite(nullptr), 2);
+    EXPECT_EQ(readConf(), original);
 }
 
 TEST_F(CreateWebsiteTest, LveIdFollowsTheHighestOnCloudLinuxOnly) {
@@ -216,7 +138,7 @@ TEST_F(CreateWebsiteTest, LveIdFollowsTheHighestOnCloudLinuxOnly) {
         writeConf(conf);
         static int n = 0;
         const std::string domain = "lve" + std::to_string(++n) + ".com";
-        EXPECT_EQ(create(site("10.0.0.1", domain.c_str(), domain.c_str(), '0')), 94);
+        EXPECT_EQ(create("10.0.0.1", domain.c_str(), '0'), 94);
         const std::string text = readConf();
         const size_t at = text.find("\t\tLVEId ", conf.size());
         return at == std::string::npos ? std::string() : text.substr(at + 2, text.find('\n', at) - at - 2);

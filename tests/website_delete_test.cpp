@@ -2,92 +2,64 @@
 // result codes and tracking.
 #include "QZTestFixture.h"
 
-using Lines = std::vector<std::string>;
 
 class DeleteWebsiteTest : public HttpdConfTest {
 protected:
-    // Deletes `domain` from a copy of tests/data/delete/<name>.conf and
-    // checks the result against <name>.expected.
-    void expectDelete(const std::string& name, const char* domain) {
-        SCOPED_TRACE(name);
-        writeConf(data("delete/" + name + ".conf"));
-        const std::string& conf = conf_;
-        CQZTrackManager tracker;
-        CQZWebsite website(&tracker, conf.c_str());
-        EXPECT_EQ(website.DeleteWebsite(domain, 'N'), 24);
-        EXPECT_EQ(readConf(), data("delete/" + name + ".expected"));
-        EXPECT_FALSE(exists(std::string(website.TEMPFILE).substr(root_.size()))) << "the scratch file was moved";
+    void SetUp() override {
+        HttpdConfTest::SetUp();
+        loggedCommand("mv");
     }
 };
 
 TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
-    expectDelete("two_blocks_same_name", "example.com");
-    expectDelete("stopped_site", "stopped.com");
-    expectDelete("nameless_block_after_removed", "gone.com");
-    expectDelete("unclosed_blocks", "gone.com");
+    for (auto [name, domain] : {std::pair{"two_blocks_same_name", "example.com"}, {"stopped_site", "stopped.com"},
+                                {"nameless_block_after_removed", "gone.com"}, {"unclosed_blocks", "gone.com"}}) {
+        SCOPED_TRACE(name);
+        useConf("delete/" + std::string(name) + ".conf");
+        CQZWebsite website(nullptr, conf_.c_str());
+        EXPECT_EQ(website.DeleteWebsite(domain, 'N'), 24);
+        EXPECT_EQ(readConf(), data("delete/" + std::string(name) + ".expected"));
+        EXPECT_FALSE(exists(std::string(website.TEMPFILE).substr(root_.size()))) << "the scratch file was moved";
+    }
 }
 
 TEST_F(DeleteWebsiteTest, RunsMvOfTheScratchFileAndTracks) {
-    loggedCommand("mv");
     writeConf("\n\nListen 80\n\n");
-    const std::string& conf = conf_;
     CQZTrackManager tracker;
-    CQZWebsite website(&tracker, conf.c_str());
-    const std::string temp = website.TEMPFILE;
-    captureOutput();
-    EXPECT_EQ(website.DeleteWebsite("nosuch.com", 0), 24);
-    EXPECT_EQ(capturedOutput(), "");
-    EXPECT_EQ(commandLog(), (Lines{"mv " + temp + " " + conf}));
+    CQZWebsite website(&tracker, conf_.c_str());
+    EXPECT_PRINTS(website.DeleteWebsite("nosuch.com", 0), 24, "");
+    EXPECT_EQ(commandLog(), (Lines{"mv " + std::string(website.TEMPFILE) + " " + conf_}));
     EXPECT_EQ(readConf(), "Listen 80\n");
-    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf + "] [HDCFFile]",
+    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]",
                                      "CQZMethodName DeleteWebsite", "CQZMethodArguments [nosuch.com] [pDName]"}));
 }
 
-TEST_F(DeleteWebsiteTest, UnopenableFilesGive22And23WithTheirMessages) {
-    loggedCommand("mv");
-    CQZTrackManager tracker;
-    const std::string missing = path("/conf/missing.conf");
-    CQZWebsite noConf(&tracker, missing.c_str());
-    captureOutput();
-    EXPECT_EQ(noConf.DeleteWebsite("a.com", 0), 22);
-    EXPECT_EQ(capturedOutput(), "Error opening HttpdConfFile file");
-
+TEST_F(DeleteWebsiteTest, UnopenableFilesAndOverLongLinesLeaveTheConfiguration) {
+    EXPECT_PRINTS(CQZWebsite(nullptr, missing_.c_str()).DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
     // The scratch file lies in the configuration's folder; make that
     // impossible to create by putting a folder where it would go.
     writeConf("Listen 80\n");
-    const std::string& conf = conf_;
-    CQZWebsite website(&tracker, conf.c_str());
+    CQZWebsite website(nullptr, conf_.c_str());
     makeDir(std::string(website.TEMPFILE).substr(root_.size()));
-    captureOutput();
-    EXPECT_EQ(website.DeleteWebsite("a.com", 0), 23);
-    EXPECT_EQ(capturedOutput(), "Error opening TEMPFILE file");
+    EXPECT_PRINTS(website.DeleteWebsite("a.com", 0), 23, "Error opening TEMPFILE file");
     EXPECT_EQ(readConf(), "Listen 80\n");
-
     // A folder is not a configuration file.
     makeDir("/conf/folder.conf");
     const std::string folder = path("/conf/folder.conf");
-    CQZWebsite onFolder(&tracker, folder.c_str());
-    captureOutput();
-    EXPECT_EQ(onFolder.DeleteWebsite("a.com", 0), 22);
-    EXPECT_EQ(onFolder.WebsiteExists("a.com"), 22);
-    EXPECT_EQ(capturedOutput(), "Error opening HttpdConfFile fileError while opening HttpdConfFile\n");
-    EXPECT_TRUE(commandLog().empty());
-}
+    CQZWebsite onFolder(nullptr, folder.c_str());
+    EXPECT_PRINTS(onFolder.DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
+    EXPECT_PRINTS(onFolder.WebsiteExists("a.com"), 22, "Error while opening HttpdConfFile\n");
 
-TEST_F(DeleteWebsiteTest, AnOverLongLineLeavesTheConfigurationAlone) {
-    loggedCommand("mv");
-    const std::string original = "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n# " +
-                                 std::string(3000, 'x') + "\nListen 80\n";
-    writeConf(original);
-    const std::string& conf = conf_;
-    CQZWebsite website(nullptr, conf.c_str());
+    // A line over 2999 characters: 22, the file as it was; 2999 still fit.
+    std::remove(std::string(website.TEMPFILE).c_str());
+    const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n";
+    const std::string overLong = block + "# " + std::string(3000, 'x') + "\nListen 80\n";
+    writeConf(overLong);
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 22);
-    EXPECT_EQ(readConf(), original);
+    EXPECT_EQ(readConf(), overLong);
     EXPECT_TRUE(commandLog().empty());
-
-    // 2999 characters still fit.
-    const std::string fits = "# " + std::string(2997, 'x');
-    writeConf("<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n" + fits + "\n");
+    const std::string fits = "# " + std::string(2997, 'x') + "\n";
+    writeConf(block + fits);
     EXPECT_EQ(website.DeleteWebsite("a.com", 0), 24);
-    EXPECT_EQ(readConf(), fits + "\n");
+    EXPECT_EQ(readConf(), fits);
 }

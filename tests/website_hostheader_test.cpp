@@ -4,20 +4,23 @@
 
 #include <memory>
 
+
 class HostHeaderTest : public HttpdConfTest {
 protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
         loggedCommand("cp");
         loggedCommand("mv");
-        site = std::make_unique<CQZWebsite>(&tracker, conf_.c_str());
         makeDir("/etc/apache2/qz");
         makeDir("/etc/httpd/qz");
+        site = std::make_unique<CQZWebsite>(&tracker, conf_.c_str());
+        for (const char* file : {"/conf/httpd.conf", kDebian, kRedHat, "/etc/temp"}) watch(file);
     }
-
     static std::string block(const std::string& line) {
         return "<VirtualHost *:80>\nServerName a.com\n" + line + "\n</VirtualHost>\n";
     }
+    int add(const std::string& name) { return site->AddHostHeader("a.com", name); }
+    int remove(const std::string& name) { return site->DeleteHostHeader("a.com", name); }
 
     static constexpr const char* kDebian = "/etc/apache2/qz/a.com.conf";
     static constexpr const char* kRedHat = "/etc/httpd/qz/a.com.conf";
@@ -28,90 +31,58 @@ protected:
 TEST_F(HostHeaderTest, AnAliasIsAddedToAndRemovedFromBothBlocksAndTheRedirect) {
     // The redirect file as the toolkit writes it for a Debian server root.
     fakeCommand("apachectl", "[ \"$1\" = -V ] && echo ' -D HTTPD_ROOT=\"" + path("/etc/apache2") + "\"'");
-    writeConf(data("hostheader/site.conf"));
+    useConf("hostheader/site.conf");
     captureOutput();
     ASSERT_TRUE(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "example.com", "10.0.0.1", "80"));
     capturedOutput();
     const std::string redirect = "/etc/apache2/qz/example.com.conf";
 
-    captureOutput();
-    EXPECT_EQ(site->AddHostHeader("example.com", "shop.example.com"), 0);
-    EXPECT_EQ(capturedOutput(), "");
+    EXPECT_PRINTS(site->AddHostHeader("example.com", "shop.example.com"), 0, "");
     EXPECT_EQ(readConf(), data("hostheader/alias_added.expected"));
     EXPECT_EQ(readFile(redirect), data("hostheader/redirect_alias_added.expected"));
-    EXPECT_EQ(commandLog(), (std::vector<std::string>{"cp " + conf_ + " " + conf_ + ".qzbackup.rt",
-                                                      "mv " + conf_ + "_temp1 " + conf_}));
-    captureOutput();
-    EXPECT_EQ(site->DeleteHostHeader("example.com", "www.example.com"), 0);
-    EXPECT_EQ(capturedOutput(), "Ptr1=www.example.com\nmatched\n");
+    EXPECT_EQ(commandLog(), (Lines{"cp " + conf_ + " " + conf_ + ".qzbackup.rt", "mv " + conf_ + "_temp1 " + conf_}));
+    EXPECT_PRINTS(site->DeleteHostHeader("example.com", "www.example.com"), 0, "Ptr1=www.example.com\nmatched\n");
     EXPECT_EQ(readConf(), data("hostheader/alias_removed.expected"));
     EXPECT_EQ(readFile(redirect), data("hostheader/redirect_alias_removed.expected"));
     EXPECT_FALSE(exists("/etc/temp"));
-
-    EXPECT_EQ(calls(tracker), (std::vector<std::string>{
-                                  "CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]",
-                                  "CQZMethodName AddHostHeader",
-                                  "CQZMethodArguments [example.com|shop.example.com] [DomainName|HostHeader]",
-                                  "CQZMethodName DeleteHostHeader",
-                                  "CQZMethodArguments [example.com|www.example.com] [DomainName|HostHeader]"}));
+    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]",
+                                     "CQZMethodName AddHostHeader",
+                                     "CQZMethodArguments [example.com|shop.example.com] [DomainName|HostHeader]",
+                                     "CQZMethodName DeleteHostHeader",
+                                     "CQZMethodArguments [example.com|www.example.com] [DomainName|HostHeader]"}));
 }
 
 TEST_F(HostHeaderTest, AddingRefusesANameThatBeginsAnAlias) {
     writeConf(block("ServerAlias x.example a.example.net"));
+    writeFile(kRedHat, "<VirtualHost *:80>\n\tServerAlias www.a.com \n</VirtualHost>\n");
     // Red Hat's alias line is expected to end with a space; it gets the name
     // before the duplicate test.
-    writeFile(kRedHat, "<VirtualHost *:80>\n\tServerAlias www.a.com \n</VirtualHost>\n");
-    EXPECT_EQ(site->AddHostHeader("a.com", "x.example"), 2);
-    EXPECT_EQ(site->AddHostHeader("a.com", "a.example"), 2);
-    EXPECT_EQ(readConf(), block("ServerAlias x.example a.example.net"));
-    EXPECT_EQ(readFile(kRedHat), "<VirtualHost *:80>\n\tServerAlias www.a.com x.example a.example \n</VirtualHost>\n\n\n");
-    EXPECT_TRUE(commandLog().empty());
-    // Only an occurrence at the start or after a space counts.
-    EXPECT_EQ(site->AddHostHeader("a.com", "example"), 0);
-    EXPECT_EQ(readConf(), block("\tServerAlias x.example a.example.net example"));
-
+    STEP("x.example begins an alias", add("x.example"));
+    STEP("a.example begins an alias", add("a.example"));
+    STEP("example, only at the start or after a space", add("example"));
     // With a Debian file too, only that one changes; the alias line is found
     // from its first letter (so in a comment too), in this exact case only.
     writeFile(kDebian, "# ServerAlias x\n  ServerAlias\tb.com\nserveralias c.com\n");
-    const std::string redHat = readFile(kRedHat);
-    EXPECT_EQ(site->AddHostHeader("a.com", "d.com"), 0);
-    EXPECT_EQ(readFile(kDebian), "# ServerAlias x d.com\n  ServerAlias\tb.com d.com\nserveralias c.com\n\n");
-    EXPECT_EQ(readFile(kRedHat), redHat);
-
+    STEP("d.com with a Debian redirect file", add("d.com"));
     // A value of at most two characters is replaced.
     for (const char* value : {"ServerAlias", "ServerAlias ab"}) {
         writeConf(block(value));
-        EXPECT_EQ(site->AddHostHeader("a.com", "new.com"), 0);
-        EXPECT_EQ(readConf(), block("\tServerAlias new.com"));
+        STEP(value, add("new.com"));
     }
+    EXPECT_DATA(transcript_, "hostheader/adding_refuses_a_prefix.transcript");
 }
 
 TEST_F(HostHeaderTest, DeletingRebuildsTheAliasLists) {
-    struct Case {
-        std::string aliases, name, printed, line;
-    };
-    const std::vector<Case> cases = {
-        {"a.com b.com c.com", "a.com", "Ptr1=a.com\nmatched\nPtr1=b.com\n", "\tServerAlias  b.com c.com"},
-        {"a.com  b.com \t c.com", "b.com", "Ptr1=a.com\nPtr1=b.com\nmatched\n", "\tServerAlias a.com c.com"},
-        {"a.com b.com", "z.com", "Ptr1=a.com\n", "\tServerAlias a.com b.com"},
-        {"a.com", "a.com", "matched\n", "\tServerAlias "},
-        {"a.com b.com ", "b.com", "Ptr1=a.com\nPtr1=b.com\nmatched\n", "\tServerAlias a.com "},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.aliases);
-        writeConf(block("ServerAlias " + c.aliases));
-        captureOutput();
-        EXPECT_EQ(site->DeleteHostHeader("a.com", c.name), 0);
-        EXPECT_EQ(capturedOutput(), c.printed);
-        EXPECT_EQ(readConf(), block(c.line));
+    for (auto [aliases, name] : {std::pair{"a.com b.com c.com", "a.com"}, {"a.com  b.com \t c.com", "b.com"},
+                                 {"a.com b.com", "z.com"}, {"a.com", "a.com"}, {"a.com b.com ", "b.com"}}) {
+        writeConf(block("ServerAlias " + std::string(aliases)));
+        STEP(name + std::string(" from ") + aliases, remove(name));
     }
     // The redirect line is split at every single space, empty words kept.
     writeConf(block("ServerAlias b.com"));
     writeFile(kDebian, "\tServerAlias www.a.com  b.com b.com\nServerName b.com\n");
-    captureOutput();
-    EXPECT_EQ(site->DeleteHostHeader("a.com", "b.com"), 0);
-    EXPECT_EQ(capturedOutput(), "matched\n");
-    EXPECT_EQ(readFile(kDebian), " \tServerAlias www.a.com  \nServerName b.com\n\n");
+    STEP("b.com from the redirect file", remove("b.com"));
+    EXPECT_DATA(transcript_, "hostheader/deleting_rebuilds_the_lists.transcript");
 }
 
 TEST_F(HostHeaderTest, FailuresAndTheFixedScratchFile) {
@@ -119,57 +90,37 @@ TEST_F(HostHeaderTest, FailuresAndTheFixedScratchFile) {
     writeFile(kDebian, redirect);
     // No alias line to read: 1, after the redirect file took the name.
     writeConf(block("DocumentRoot /a"));
-    EXPECT_EQ(site->AddHostHeader("a.com", "b.com"), 1);
-    EXPECT_EQ(readFile(kDebian), "\tServerAlias www.a.com b.com\n\n");
+    STEP("add, no alias line", add("b.com"));
     writeFile(kDebian, redirect);
-    EXPECT_EQ(site->DeleteHostHeader("a.com", "www.a.com"), 1);
-    EXPECT_EQ(CQZWebsite(&tracker).DeleteHostHeader("a.com", "www.a.com"), 1);
-    EXPECT_EQ(readFile(kDebian), redirect);
-
+    STEP("delete, no alias line", remove("www.a.com"));
+    STEP("delete, no configuration", CQZWebsite(&tracker).DeleteHostHeader("a.com", "www.a.com"));
     // The update fails: "Update error" from adding only.
     writeConf(block("ServerAlias c.com"));
     makeDir("/conf/httpd.conf_temp1");
-    captureOutput();
-    EXPECT_EQ(site->AddHostHeader("a.com", "d.com"), 1);
-    EXPECT_EQ(site->DeleteHostHeader("a.com", "c.com"), 1);
-    EXPECT_EQ(capturedOutput(), "Update error\nmatched\n");
-    EXPECT_EQ(readConf(), block("ServerAlias c.com"));
+    STEP("add, the scratch file a folder", add("d.com"));
+    STEP("delete, the scratch file a folder", remove("c.com"));
     std::remove(path("/conf/httpd.conf_temp1").c_str());
-
     // /etc/temp cannot be written (a folder stands there): the redirect file
     // is deleted all the same and the folder is renamed to its name.
     writeFile(kDebian, redirect);
     makeDir("/etc/temp/inside");
-    EXPECT_EQ(site->AddHostHeader("a.com", "e.com"), 0);
-    EXPECT_FALSE(exists("/etc/temp"));
+    STEP("add, /etc/temp a folder", add("e.com"));
     EXPECT_TRUE(exists(std::string(kDebian) + "/inside"));
-    EXPECT_EQ(readConf(), block("\tServerAlias c.com e.com"));
     // A redirect file that cannot be read is replaced by the empty copy.
     EXPECT_EQ(std::system(("rm -r " + path(kDebian)).c_str()), 0);
     makeDir(kDebian);
-    EXPECT_EQ(site->AddHostHeader("a.com", "f.com"), 0);
-    EXPECT_EQ(readFile(kDebian), "");
-    EXPECT_TRUE(exists(kDebian));
-
+    STEP("add, the redirect file a folder", add("f.com"));
     // A manager without a configuration file: 1, the redirect file already
     // rewritten.
     writeFile(kDebian, redirect);
-    EXPECT_EQ(CQZWebsite(&tracker, "").AddHostHeader("a.com", "g.com"), 1);
-    EXPECT_EQ(readFile(kDebian), "\tServerAlias www.a.com g.com\n\n");
-}
-
-TEST_F(HostHeaderTest, ARedirectFileWithoutAFinalNewline) {
+    STEP("add, no configuration", CQZWebsite(&tracker, "").AddHostHeader("a.com", "g.com"));
+    // The last line of a redirect file is read without its end of file, so
+    // no empty line is added after it.
     writeConf(block("ServerAlias www.a.com"));
     writeFile(kDebian, "<VirtualHost *:80>\n\tServerAlias www.a.com\n</VirtualHost>");
-    EXPECT_EQ(site->AddHostHeader("a.com", "b.com"), 0);
-    // The last line is read without its end of file, so no empty line is
-    // added after it.
-    EXPECT_EQ(readFile(kDebian), "<VirtualHost *:80>\n\tServerAlias www.a.com b.com\n</VirtualHost>\n");
+    STEP("add, no final newline", add("b.com"));
     writeFile(kRedHat, "\tServerAlias www.a.com ");
     std::remove(path(kDebian).c_str());
-    captureOutput();
-    EXPECT_EQ(site->DeleteHostHeader("a.com", "www.a.com"), 0);
-    EXPECT_EQ(capturedOutput(), "Ptr1=www.a.com\nmatched\n");
-    EXPECT_EQ(readFile(kRedHat), " \tServerAlias  \n");
-    EXPECT_EQ(readConf(), block("\tServerAlias  b.com"));
+    STEP("delete, no final newline", remove("www.a.com"));
+    EXPECT_DATA(transcript_, "hostheader/failures_and_final_newlines.transcript");
 }

@@ -2,7 +2,6 @@
 // ContinueWebsite: before/after configurations, the mv, messages and codes.
 #include "QZTestFixture.h"
 
-using Lines = std::vector<std::string>;
 
 class WebsiteSwitchTest : public HttpdConfTest {
 protected:
@@ -13,37 +12,33 @@ protected:
 };
 
 TEST_F(WebsiteSwitchTest, StopThenStartGivesTheBlockBackWithoutBlankLines) {
-    writeConf(data("switch/running.conf"));
+    useConf("switch/running.conf");
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
-    const std::string temp = website.TEMPFILE;
+    const std::string mv = "mv " + std::string(website.TEMPFILE) + " " + conf_;
     EXPECT_EQ(website.GetWebsiteStatus("example.com"), 34);
-
     EXPECT_EQ(website.StopWebsite("example.com"), 30);
     EXPECT_EQ(readConf(), data("switch/running.stopped"));
-    captureOutput();
-    EXPECT_EQ(website.GetWebsiteStatus("EXAMPLE.com"), 33);
-    EXPECT_EQ(website.GetWebsiteStatus("keep.com"), 34);
-    EXPECT_EQ(capturedOutput(), "Example.COM\nkeep.com\n");
+    EXPECT_PRINTS(website.GetWebsiteStatus("EXAMPLE.com"), 33, "Example.COM\n");
+    EXPECT_PRINTS(website.GetWebsiteStatus("keep.com"), 34, "keep.com\n");
 
     // Stopped lines are comments already: a second stop changes nothing.
     EXPECT_EQ(website.StopWebsite("example.com"), 30);
     EXPECT_EQ(website.StartWebsite("example.com"), 29);
     EXPECT_EQ(readConf(), data("switch/running.started"));
     EXPECT_EQ(website.GetWebsiteStatus("example.com"), 34);
-    EXPECT_EQ(commandLog(), (Lines{"mv " + temp + " " + conf_, "mv " + temp + " " + conf_}));
+    EXPECT_EQ(commandLog(), (Lines{mv, mv}));
 
     // Both report under the stop operation's name; the status query reports nothing.
-    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]",
-                                     "CQZMethodName StopWebsite", "CQZMethodArguments [example.com] [DomainName]",
-                                     "CQZMethodName StopWebsite", "CQZMethodArguments [example.com] [DomainName]",
-                                     "CQZMethodName StopWebsite", "CQZMethodArguments [example.com] [DomainName]"}));
+    Lines reported = {"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]"};
+    for (int call = 0; call < 3; ++call)
+        reported.insert(reported.end(), {"CQZMethodName StopWebsite", "CQZMethodArguments [example.com] [DomainName]"});
+    EXPECT_EQ(calls(tracker), reported);
 }
 
 TEST_F(WebsiteSwitchTest, StartRemovesEveryLeadingMarkAndNoMatchMovesNothing) {
-    writeConf(data("switch/double_marks.conf"));
+    useConf("switch/double_marks.conf");
     CQZWebsite website(nullptr, conf_.c_str());
-    const std::string temp = std::string(website.TEMPFILE).substr(root_.size());
     EXPECT_EQ(website.StartWebsite("twice.org"), 29);
     EXPECT_EQ(readConf(), data("switch/double_marks.started"));
     EXPECT_EQ(commandLog().size(), 1u);
@@ -54,33 +49,17 @@ TEST_F(WebsiteSwitchTest, StartRemovesEveryLeadingMarkAndNoMatchMovesNothing) {
     EXPECT_EQ(website.StopWebsite("nosuch.org"), 30);
     EXPECT_EQ(commandLog().size(), 1u);
     // The scratch file shows the stop's pass: the comment line moved up.
-    EXPECT_EQ(readFile(temp), "  # kept: a mark after white space\n<VirtualHost 10.0.0.2>\n"
-                              "  ServerName twice.org\n</VirtualHost>\n");
+    EXPECT_EQ(readFile(std::string(website.TEMPFILE).substr(root_.size())),
+              "  # kept: a mark after white space\n<VirtualHost 10.0.0.2>\n  ServerName twice.org\n</VirtualHost>\n");
     EXPECT_EQ(readConf(), data("switch/double_marks.started"));
 }
 
 TEST_F(WebsiteSwitchTest, StatusNeedsABlankAfterServerNameAndAnOpenBlock) {
-    writeFile("/conf/httpd.conf",
-              "ServerName outside.com\n"
-              "<VirtualHost 10.0.0.1>\n"
-              "\tServerName\ttabbed.com\n"
-              "</VirtualHost>\n"
-              "<VirtualHost 10.0.0.1>\n"
-              "    ServerName first.com\n"
-              "    ServerName second.com\n"
-              "</VirtualHost>\n"
-              "  #  ServerName loose.com\n"
-              "<virtualhost 10.0.0.1>\n"
-              "  #  servername   Spaced.com\n"
-              "</VirtualHost>\n");
+    useConf("switch/status_names.conf");
     CQZWebsite website(nullptr, conf_.c_str());
-    captureOutput();
-    EXPECT_EQ(website.GetWebsiteStatus("tabbed.com"), 1);
-    EXPECT_EQ(website.GetWebsiteStatus("outside.com"), 1);
-    EXPECT_EQ(website.GetWebsiteStatus("second.com"), 1);
-    EXPECT_EQ(website.GetWebsiteStatus("loose.com"), 1);
-    EXPECT_EQ(website.GetWebsiteStatus("spaced.com"), 33);
-    EXPECT_EQ(capturedOutput(), "Spaced.com\n");
+    for (const char* domain : {"tabbed.com", "outside.com", "second.com", "loose.com"})
+        EXPECT_PRINTS(website.GetWebsiteStatus(domain), 1, "");
+    EXPECT_PRINTS(website.GetWebsiteStatus("spaced.com"), 33, "Spaced.com\n");
     EXPECT_EQ(website.PauseWebsite("spaced.com"), 0);
     EXPECT_EQ(website.ContinueWebsite(nullptr), 0);
 }
@@ -88,16 +67,12 @@ TEST_F(WebsiteSwitchTest, StatusNeedsABlankAfterServerNameAndAnOpenBlock) {
 TEST_F(WebsiteSwitchTest, MissingConfigurationGives21Or22) {
     CQZWebsite noConf(nullptr);
     EXPECT_EQ(noConf.GetWebsiteStatus("a.com"), 21);
-    const std::string missing = path("/conf/missing.conf");
-    CQZWebsite website(nullptr, missing.c_str());
-    captureOutput();
-    EXPECT_EQ(website.GetWebsiteStatus("a.com"), 22);
-    EXPECT_EQ(website.StopWebsite("a.com"), 22);
-    EXPECT_EQ(website.StartWebsite("a.com"), 22);
+    CQZWebsite website(nullptr, missing_.c_str());
+    const std::string message = "Error while opening HttpdConfFile\n";
+    EXPECT_PRINTS(website.GetWebsiteStatus("a.com"), 22, message);
+    EXPECT_PRINTS(website.StopWebsite("a.com"), 22, message);
+    EXPECT_PRINTS(website.StartWebsite("a.com"), 22, message);
     // An empty configuration name is not special to start and stop: it does not open.
-    EXPECT_EQ(noConf.StopWebsite("a.com"), 22);
-    std::string fourMessages;
-    for (int i = 0; i < 4; ++i) fourMessages += "Error while opening HttpdConfFile\n";
-    EXPECT_EQ(capturedOutput(), fourMessages);
+    EXPECT_PRINTS(noConf.StopWebsite("a.com"), 22, message);
     EXPECT_TRUE(commandLog().empty());
 }
