@@ -2,6 +2,7 @@
 // mv of the scratch file, result codes, printed lines and tracking.
 #include "QZTestFixture.h"
 
+#include <cstdlib>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,8 +13,14 @@ protected:
         QZTest::SetUp();
         loggedCommand("mv");
         makeDir("/opt/qz/etc/webusers");
+        // tempnam prefers TMPDIR to the folder it is given (InsFolder, which
+        // is never rerouted): pointed into the scratch root, no scratch file
+        // lands in the real /opt/qz or /tmp.
+        makeDir("/tmp");
+        setenv("TMPDIR", path("/tmp").c_str(), 1);
         users_ = std::make_unique<CQZUsers>(&tracker_, ins_, "shop.test", nullptr);
-        alias(users_->TEMPFILE, "@TEMPFILE@");  // tempnam's name, outside the root
+        ASSERT_EQ(std::string(users_->TEMPFILE).rfind(path("/tmp/"), 0), 0u);
+        alias(users_->TEMPFILE, "@TEMPFILE@");  // tempnam's name
         watch(kFile);
         watchCalls(tracker_);
     }
