@@ -84,7 +84,7 @@ bool makeSiteFolders(const VHostEntry& v) {
             if (user != nullptr) (void)!chown(folder.c_str(), uid, gid);
         } else {
             qz::runShell(qz::shellCommand({"chmod", "-R", "505", folder}));
-            qz::runShell(qz::shellCommand({"chown", "-R", admin + ":qz7group", folder}));
+            qz::runShell(qz::shellCommand({"chown", "-R", qz::panelOwner(admin), folder}));
         }
     }
     return true;

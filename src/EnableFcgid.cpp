@@ -35,7 +35,7 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
             mkdir(settings.c_str(), 0100);
         }
         chmod(settings.c_str(), 04505);  // setuid with r-x for owner and others, on purpose
-        const std::string owner = webAdmin + ":qz7group";
+        const std::string owner = qz::panelOwner(webAdmin);
         qz::runShell(qz::shellCommand({"chown", owner, settings}));
         qz::runShell(qz::shellCommand({"cp", phpCGIPath, settings + "/."}));
         qz::runShell(qz::shellCommand({"chown", owner, wrapper}));
@@ -44,7 +44,7 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
 
     std::vector<std::string> block = {"\t<IfModule mod_fcgid.c>", "\t\tAddHandler fcgid-script  .php",
                                       "\t\tSetEnv PHPRC " + settings};
-    if (strcasecmp(suexecSetting.c_str(), "enabled") == 0) block.push_back("\t\tSuexecUserGroup " + webAdmin + " qz7group");
+    if (strcasecmp(suexecSetting.c_str(), "enabled") == 0) block.push_back("\t\tSuexecUserGroup " + webAdmin + " " + qz::kPanelGroup);
     block.insert(block.end(), {"\t\tFCGIWrapper " + wrapper + " .php", "\t\t<Location />", "\t\t\tOptions +ExecCGI",
                                "\t\t</Location>", "\t</IfModule>"});
     auto present = [](std::string_view next) { return qz::contains(next, "<IfModule mod_fcgid.c>"); };

@@ -197,6 +197,12 @@ private:
 // so that the shell passes it as one word and runs nothing from it.
 std::string shellWord(std::string_view arg);
 
+// The group of every file the panel lays out for a site's administrator.
+constexpr const char* kPanelGroup = "qz7group";
+
+// The owner word of chown for the panel's files: owner + ":qz7group".
+inline std::string panelOwner(const std::string& owner) { return owner + ":" + kPanelGroup; }
+
 // The words joined by blanks, each through shellWord.
 std::string shellCommand(std::initializer_list<std::string_view> words);
 

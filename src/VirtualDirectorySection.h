@@ -53,8 +53,6 @@ void addWebadminLogin(const std::string& authFile, const std::string& name, cons
 // Runs "chown owner:qz7group authFile".
 void chownPasswordFile(const std::string& owner, const std::string& authFile);
 
-// The owner word of the panel's files: owner + ":qz7group".
-inline std::string panelOwner(const std::string& owner) { return owner + ":qz7group"; }
 
 }  // namespace qz
 
