@@ -72,6 +72,9 @@ protected:
         fakeCommand("apachectl", "case \"$1\" in -v) echo 'Server version: Apache/2.4.57 (Unix)' ;;\n"
                                  "-V) echo ' -D HTTPD_ROOT=\"" + root_ + "/etc/httpd\"' ;; esac");
         makeDir("/etc/httpd");
+        // tempnam prefers TMPDIR to the folder of the web users it is given.
+        makeDir("/tmp");
+        setenv("TMPDIR", path("/tmp").c_str(), 1);
         ASSERT_EQ(chdir(root_.c_str()), 0);  // an injected "touch canary" would land here
         cases_ = {{"ordinary", "/conf", "/home/sites", "admin"},
                   {"hostile", "/" + kHostileFolder, "/home/" + kHostileSites, kHostileAdmin}};
@@ -89,6 +92,7 @@ protected:
         const Case &ordinary = cases_[0], &hostile = cases_[1];
         EXPECT_EQ(replaced(replaced(readFile(hostile.conf()), root_ + hostile.sites, root_ + ordinary.sites), hostile.admin, ordinary.admin),
                   readFile(ordinary.conf()));
+        unsetenv("TMPDIR");
         QZTest::TearDown();
     }
 
