@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,12 @@ public:
 private:
     FuzzedDataProvider fdp_;
 };
+
+// `text` into a fixed character field of a record, cut to fit.
+template <size_t N>
+void put(char (&field)[N], const std::string& text) {
+    snprintf(field, N, "%s", text.c_str());
+}
 
 // The configuration file written from the rest of `in`, and its path.
 const std::string& writeConf(Input& in);

@@ -2,15 +2,8 @@
 // and the alias lookups.
 #include "FuzzRoot.h"
 
-#include <cstdio>
 
 namespace qzfuzz {
-namespace {
-template <size_t N>
-void put(char (&field)[N], const std::string& text) {
-    snprintf(field, N, "%s", text.c_str());
-}
-}  // namespace
 
 void runOne(Input& in) {
     const int op = in.pick(9);

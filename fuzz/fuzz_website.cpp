@@ -2,16 +2,9 @@
 // status and host headers over an arbitrary configuration.
 #include "FuzzRoot.h"
 
-#include <cstdio>
 #include <sys/stat.h>
 
 namespace qzfuzz {
-namespace {
-template <size_t N>
-void put(char (&field)[N], const std::string& text) {
-    snprintf(field, N, "%s", text.c_str());
-}
-}  // namespace
 
 void runOne(Input& in) {
     const int op = in.pick(13);
