@@ -193,7 +193,7 @@ protected:
                 cond.prepare(*this, op.file, op.text);
                 const bool existed = exists(op.file);
                 const std::string before = existed ? readFile(op.file) : "";
-                setModes(cond);
+                setModes(cond, op.file);
                 captureOutput();
                 const auto start = std::chrono::steady_clock::now();
                 const std::string result = run(op, cond);
@@ -207,8 +207,11 @@ protected:
         return unrooted(report);
     }
 
-    void setModes(const Condition& cond) {
+    // A read-only scratch folder comes with a read-only file, so that an
+    // owner who is not root meets the same refusals as nobody does.
+    void setModes(const Condition& cond, const std::string& rel) {
         if (!cond.asNobody) return;
+        if (cond.lockFolders) chmod(path(rel).c_str(), 0444);
         chmod(root_.c_str(), 0755);
         const mode_t folders = cond.lockFolders ? 0555 : 0777;
         for (const char* folder : {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"}) chmod(path(folder).c_str(), folders);
