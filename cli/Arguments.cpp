@@ -159,7 +159,9 @@ std::string commandHelp(const Command& command) {
         if (option.required) out << " --" << option.name << " " << placeholder(option.name);
         else optional = true;
     }
-    out << (optional ? " [OPTIONS]" : "") << "\n\n" << command.summary << ".\nCalls " << command.operation << ".\n";
+    std::string summary = command.summary;
+    summary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(summary[0])));
+    out << (optional ? " [OPTIONS]" : "") << "\n\n" << summary << ".\nCalls " << command.operation << ".\n";
     if (!command.options.empty()) out << "\nOptions:\n";
     for (const Option& option : command.options) {
         out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option.name)), 30)

@@ -67,9 +67,7 @@ std::string humanReport(const Command& command, const Outcome& outcome, const Ve
     std::ostringstream out;
     out << operationOf(command, outcome) << " -> " << label << ": " << meaning << "\n";
     for (const Field& field : outcome.fields) {
-        if (!field.list) out << field.name << ": " << field.values[0] << "\n";
-        for (const std::string& value : field.list ? field.values : std::vector<std::string>{})
-            out << field.name << ": " << value << "\n";
+        for (const std::string& value : field.values) out << field.name << ":" << (value.empty() ? "" : " ") << value << "\n";
     }
     for (const std::string& item : outcome.list) out << item << "\n";
     if (verify.ran && verify.passed) out << "verify: " << verify.command << ": passed\n";

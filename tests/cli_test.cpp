@@ -25,6 +25,8 @@ protected:
     void SetUp() override {
         HttpdConfTest::SetUp();
         makeDir("/tmp");
+        // Owners are the operations' business: chown only says what it was asked.
+        fakeCommand("chown", "echo \"chown $*\" >> \"$QZ_TEST_LOG\"");
         setenv("TMPDIR", path("/tmp").c_str(), 1);   // the web users' tempnam scratch files
         makeDir("/home/shop.test/www/html");
         chmod(path("/home/shop.test/www/html").c_str(), 0750);
@@ -175,7 +177,7 @@ TEST_F(CliTest, PrivateFolders) {
 }
 
 TEST_F(CliTest, ScriptHandlers) {
-    for (const char* name : {"chown", "chmod", "mkdir"}) fakeCommand(name, std::string("echo \"") + name + " $*\" >> \"$QZ_TEST_LOG\"");
+    for (const char* name : {"chmod", "mkdir"}) fakeCommand(name, std::string("echo \"") + name + " $*\" >> \"$QZ_TEST_LOG\"");
     loggedCommand("cp");
     writeFile("/php-cgi", "#!/bin/sh\n");
     const std::string site = "--domain-name=shop.test";
@@ -246,7 +248,7 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
     step({"redirect-https"});
     step({"list-websites", "extra"});
     step({"--check-command", "true", "list-websites"});
-    step({"--conf", conf_ + ".none", "--verify", "list-websites"}, false);
+    step({"--root", root_, "--verify", "list-websites"}, false);   // no configuration under the root
     step({"website-exists", "--help"});
     step({"help", "redirect-https", "create"});
     EXPECT_DATA(transcript_, "cli/usage.transcript");
@@ -275,6 +277,10 @@ TEST_F(CliTest, ProgressLinesOnlyWhenVerboseAndJsonStaysPure) {
     // still make valid JSON.
     writeConf("<VirtualHost *:80>\n\tServerName we\"ird\\\x01\t\xc3\xa9\xff.test\n</VirtualHost>\n");
     step({"--json", "list-websites"});
+    // Without --conf: the configuration of the apache2 layout under the root.
+    makeDir("/etc/apache2");
+    writeFile("/etc/apache2/apache2.conf", "<VirtualHost *:80>\n\tServerName layout.test\n</VirtualHost>\n");
+    step({"--root", root_, "list-websites"}, false);
     EXPECT_DATA(transcript_, "cli/output.transcript");
 }
 
