@@ -167,6 +167,9 @@ std::vector<Option> userOptions(std::vector<Option> more) {
     return options;
 }
 
+// The handler edits that answer 0 or 21.
+const std::vector<Code> kRewriteCodes = {{0, "0", true, "done"},
+                                         {21, "21", false, "the configuration file could not be opened, or holds too long a line"}};
 const std::vector<Code> kRedirectAlways = {{1, "true", true, "done (also when there was nothing to change)"}};
 
 std::vector<Command> table() {
@@ -402,7 +405,7 @@ std::vector<Command> table() {
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).EnablePhp(a.get("domain-name"), a.get("module")); }},
         {"disable-php", "CQZWebsite::DisablePhp", "remove the website's PHP module block",
          {kDomain},
-         {{0, "0", true, "done"}, {21, "21", false, "the configuration file could not be opened, or holds too long a line"}},
+         kRewriteCodes,
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisablePhp(a.get("domain-name")); }},
         {"php-status", "CQZWebsite::ISPhpEnabled", "tell which PHP handler block the website carries",
@@ -439,12 +442,12 @@ std::vector<Command> table() {
          }},
         {"enable-perl", "CQZWebsite::EnablePerl", "add the CGI handler to the website's document root section",
          {kDomain},
-         {{0, "0", true, "done"}, {21, "21", false, "the configuration file could not be opened, or holds too long a line"}},
+         kRewriteCodes,
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).EnablePerl(a.get("domain-name")); }},
         {"disable-perl", "CQZWebsite::DisablePerl", "remove the CGI handler from the website's document root section",
          {kDomain},
-         {{0, "0", true, "done"}, {21, "21", false, "the configuration file could not be opened, or holds too long a line"}},
+         kRewriteCodes,
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisablePerl(a.get("domain-name")); }},
 
