@@ -17,10 +17,17 @@ struct Global {
 const Global kGlobals[] = {
     {"conf", "FILE", "the Apache configuration file (default: <root>/etc/httpd/conf/httpd.conf, else\n"
                      "                      <root>/etc/apache2/apache2.conf, whichever exists)"},
-    {"root", "DIR", "the system root: every fixed path (/etc/QZ.conf, scratch files, the lock) lies\n"
-                    "                      under DIR, so that a scratch copy can be tried first"},
+    {"root", "DIR", "the system root: the library's fixed paths (/etc/QZ.conf, /etc/webusers, scratch\n"
+                    "                      files, /tmp/mod_fcgid) and the lock lie under DIR, so that a scratch\n"
+                    "                      copy can be tried first. Used as they stand: paths given in options\n"
+                    "                      or read from the configuration (DocumentRoot, ServerRoot); paths\n"
+                    "                      read from command output (redirect-https writes under the HTTPD_ROOT\n"
+                    "                      that apachectl -V prints); paths written into the configuration\n"
+                    "                      (configure-fcgid's lines name the real /tmp/mod_fcgid); and the tools\n"
+                    "                      run, found on PATH (apachectl, htpasswd, chown, chmod, cp, mv)"},
     {"json", nullptr, "print the result as one JSON object"},
-    {"verbose", nullptr, "show the library's progress lines (on standard error with --json)"},
+    {"verbose", nullptr, "show the library's progress lines and its tools' messages (on standard error with\n"
+                           "                      --json)"},
     {"verify", nullptr, "keep a copy of every file the operation may rewrite, run the Apache syntax\n"
                         "                      check afterwards, and put the copies back when it fails"},
     {"check-command", "CMD", "the syntax check of --verify (default \"apachectl -t -f\"); its words are\n"
@@ -34,12 +41,14 @@ const Global* findGlobal(const std::string& name) {
     return nullptr;
 }
 
-// --dname and --domain-name name the same thing: accept either.
 const Option* findOption(const Command& command, const std::string& name) {
-    for (const std::string& candidate : {name, std::string(name == "dname" ? "domain-name" : name == "domain-name" ? "dname" : "")})
-        for (const Option& option : command.options)
-            if (candidate == option.name) return &option;
+    for (const Option& option : command.options)
+        if (name == option.name) return &option;
     return nullptr;
+}
+
+bool isAction(const std::string& family, const std::string& word) {
+    return word.find(' ') == std::string::npos && findCommand(family + " " + word) != nullptr;
 }
 
 std::string placeholder(const char* name) {
@@ -102,22 +111,31 @@ Invocation parse(int argc, char** argv) {
             if (option->capacity && value.size() >= option->capacity)
                 throw UsageError("--" + std::string(option->name) + " takes at most " + std::to_string(option->capacity - 1) +
                                  (option->capacity == 2 ? " character" : " characters"));
+            if (option->check) option->check(option->name, value);
             run.args.values[option->name] = value;
             continue;
         }
-        if (run.command != nullptr) throw UsageError(std::string(run.command->name) + ": unexpected argument '" + arg + "'");
+        if (run.command != nullptr || !run.family.empty())
+            throw UsageError((run.command ? run.command->name : run.family) + ": unexpected argument '" + arg + "'");
         std::string name = arg;
         if (name == "help") {   // "qzapache help COMMAND"
             run.help = true;
             if (i + 1 >= argc) continue;
             name = argv[++i];
         }
+        // A command of two words is two arguments: "redirect-https create" as one is unknown.
+        if (name.find(' ') != std::string::npos) throw UsageError("unknown command '" + name + "'" + kSeeHelp);
         if (name == "redirect-https") {
-            const std::string action = i + 1 < argc ? argv[i + 1] : "";
-            if (action != "create" && action != "stop" && action != "start" && action != "delete")
+            const std::string next = i + 1 < argc ? argv[i + 1] : "";
+            if (isAction(name, next)) {
+                name += " " + next;
+                ++i;
+            } else if (run.help || next == "--help" || next == "-h") {
+                run.family = name;   // help for every action
+                continue;
+            } else {
                 throw UsageError("redirect-https needs one of create, stop, start, delete");
-            name += " " + action;
-            ++i;
+            }
         }
         run.command = findCommand(name);
         if (run.command == nullptr) throw UsageError("unknown command '" + name + "'" + kSeeHelp);
@@ -128,7 +146,10 @@ Invocation parse(int argc, char** argv) {
         if (option.required && !run.args.has(option.name))
             throw UsageError(std::string(run.command->name) + ": missing required option --" + option.name +
                              " (see qzapache " + run.command->name + " --help)");
+    if (run.command->check) run.command->check(run.args);
     if (!run.checkCommand.empty() && !run.verify) throw UsageError("--check-command needs --verify");
+    if (run.verify && (run.command->traits & kNoVerify))
+        throw UsageError(std::string(run.command->name) + ": --verify does not apply (nothing to put back)");
     return run;
 }
 
@@ -161,7 +182,8 @@ std::string commandHelp(const Command& command) {
     }
     std::string summary = command.summary;
     summary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(summary[0])));
-    out << (optional ? " [OPTIONS]" : "") << "\n\n" << summary << ".\nCalls " << command.operation << ".\n";
+    out << (optional ? " [OPTIONS]" : "") << "\n\n" << summary << (summary.back() == '.' ? "" : ".") << "\nCalls "
+        << command.operation << ".\n";
     if (!command.options.empty()) out << "\nOptions:\n";
     for (const Option& option : command.options) {
         out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option.name)), 30)
@@ -172,8 +194,16 @@ std::string commandHelp(const Command& command) {
     out << "\nResults:\n";
     for (const Code& code : command.codes)
         out << "  " << padded(code.label, 6) << padded(code.success ? "success" : "", 9) << code.meaning << "\n";
-    out << "\n--verify keeps and restores: " << command.covers << ".\n";
+    if (command.traits & kNoVerify) out << "\n--verify is refused: there is nothing to put back.\n";
+    else out << "\n--verify keeps and restores: " << command.covers << ".\n";
     return out.str();
+}
+
+std::string familyHelp(const std::string& family) {
+    std::string text;
+    for (const Command& command : commands())
+        if (std::string(command.name).rfind(family + " ", 0) == 0) text += (text.empty() ? "" : "\n") + commandHelp(command);
+    return text;
 }
 
 }  // namespace cli

@@ -25,6 +25,8 @@ struct Option {
     bool required = false;
     bool flag = false;     // takes no value
     size_t capacity = 0;   // a record's char array (NUL included): the value must fit; 0 = any length
+    // Throws UsageError when the value is not one the option takes (nullptr: any).
+    void (*check)(const std::string& name, const std::string& value) = nullptr;
 };
 
 // A result number of an operation and what it means.
@@ -71,6 +73,12 @@ struct Outcome {
     void field(const std::string& name, const std::vector<std::string>& values) { fields.push_back({name, values, true}); }
 };
 
+// What sets a command apart from the rest (Command::traits).
+enum Trait : unsigned {
+    kWithoutConf = 1,   // the call takes no configuration file
+    kNoVerify = 2,      // --verify is refused: there is nothing to put back
+};
+
 struct Command {
     const char* name;        // "create-website", "redirect-https create"
     const char* operation;   // the library call it makes
@@ -81,6 +89,9 @@ struct Command {
     std::vector<std::string> (*files)(const Args&, const Context&);
     const char* covers;      // those files, in words, for --help
     void (*run)(const Args&, const Context&, Outcome&);
+    // Throws UsageError for options that do not go together (nullptr: all do).
+    void (*check)(const Args&) = nullptr;
+    unsigned traits = 0;     // Trait bits
 };
 
 const std::vector<Command>& commands();
@@ -92,11 +103,13 @@ struct Invocation {
     std::string conf, root, checkCommand;
     bool confGiven = false, json = false, verbose = false, verify = false, help = false;
     const Command* command = nullptr;
+    std::string family;      // "redirect-https" when help was asked without its action
     Args args;
 };
 Invocation parse(int argc, char** argv);
 std::string programHelp();
 std::string commandHelp(const Command& command);
+std::string familyHelp(const std::string& family);   // every command "family ACTION"
 
 // Output (Output.cpp).
 struct Verification {
@@ -119,10 +132,12 @@ private:
     int fd_ = -1;
 };
 
-// Byte-for-byte copies (content and mode) of files taken before an operation.
+// Byte-for-byte copies (content, mode and owner) of files taken before an
+// operation. A symbolic link is kept as a link, and the file it leads to is
+// kept too, since an operation may write through the link.
 class Snapshot {
 public:
-    explicit Snapshot(const std::vector<std::string>& files);
+    explicit Snapshot(const std::vector<std::string>& files);   // relative ones taken against the current folder
     size_t restore() const;   // puts every copy back; the number of files restored
 private:
     struct Copy {
@@ -137,17 +152,21 @@ private:
 // Runs argv (no shell) and returns its exit status, stdout and stderr joined in `output`.
 int runChecker(const std::vector<std::string>& argv, std::string& output);
 
-// While alive, the process's standard output goes to `fd` (the library's
-// progress lines: /dev/null, or standard error).
-class RedirectStdout {
+// While alive, the library's and its tools' output is kept off the program's
+// standard output: with toStderr, standard output goes to standard error;
+// otherwise standard output and standard error both go to /dev/null.
+class RedirectOutput {
 public:
-    explicit RedirectStdout(bool toStderr);
-    ~RedirectStdout();
-    RedirectStdout(const RedirectStdout&) = delete;
-    RedirectStdout& operator=(const RedirectStdout&) = delete;
+    explicit RedirectOutput(bool toStderr);
+    ~RedirectOutput();
+    RedirectOutput(const RedirectOutput&) = delete;
+    RedirectOutput& operator=(const RedirectOutput&) = delete;
 private:
-    int saved_ = -1;
+    int savedOut_ = -1, savedErr_ = -1;
 };
+
+// `path` made absolute against the current folder ("" stays "").
+std::string absolute(const std::string& path);
 
 }  // namespace cli
 

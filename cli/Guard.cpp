@@ -1,13 +1,16 @@
 // What the program does around an operation for the operator: the machine-wide
 // lock, the copies kept for --verify and the syntax check, and the library's
-// progress lines kept off standard output.
+// and its tools' output kept off the program's own.
 #include "Cli.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <iostream>
+#include <set>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -69,8 +72,24 @@ MachineLock::~MachineLock() {
     close(fd_);   // releases the lock
 }
 
+std::string absolute(const std::string& path) {
+    if (path.empty() || path[0] == '/') return path;
+    char* folder = getcwd(nullptr, 0);
+    if (folder == nullptr) throw systemError("cannot find the current folder");
+    const std::string whole = std::string(folder) + "/" + path;
+    std::free(folder);
+    return whole;
+}
+
 Snapshot::Snapshot(const std::vector<std::string>& files) {
-    for (const std::string& path : files) {
+    // Absolute, since an operation may change the current folder before the
+    // copies are put back.
+    std::vector<std::string> paths;
+    for (const std::string& file : files) paths.push_back(absolute(file));
+    std::set<std::string> kept;
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const std::string path = paths[i];
+        if (!kept.insert(path).second) continue;
         Copy copy;
         copy.path = path;
         struct stat st;
@@ -82,6 +101,9 @@ Snapshot::Snapshot(const std::vector<std::string>& files) {
             if (length < 0 || static_cast<size_t>(length) == sizeof target) throw systemError("cannot keep a copy of " + path);
             copy.existed = copy.link = true;
             copy.bytes.assign(target, static_cast<size_t>(length));
+            // Appending in place writes through the link: the file it leads to is kept too.
+            char resolved[PATH_MAX];
+            if (realpath(path.c_str(), resolved) != nullptr) paths.push_back(resolved);
         } else if (S_ISREG(st.st_mode)) {
             const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
             const bool read = fd >= 0 && readAll(fd, copy.bytes);
@@ -164,21 +186,34 @@ int runChecker(const std::vector<std::string>& argv, std::string& output) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-RedirectStdout::RedirectStdout(bool toStderr) {
+RedirectOutput::RedirectOutput(bool toStderr) {
     std::cout.flush();
-    std::fflush(stdout);
-    saved_ = dup(1);
-    const int target = toStderr ? dup(2) : open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (saved_ < 0 || target < 0) throw systemError("cannot redirect standard output");
+    std::fflush(nullptr);
+    savedOut_ = fcntl(1, F_DUPFD_CLOEXEC, 3);
+    savedErr_ = toStderr ? -1 : fcntl(2, F_DUPFD_CLOEXEC, 3);
+    const int target = toStderr ? 2 : open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (savedOut_ < 0 || target < 0 || (!toStderr && savedErr_ < 0)) {
+        const std::runtime_error error = systemError("cannot redirect the library's output");
+        for (const int fd : {savedOut_, savedErr_, toStderr ? -1 : target})
+            if (fd >= 0) close(fd);
+        throw error;
+    }
     dup2(target, 1);
-    close(target);
+    if (!toStderr) {
+        dup2(target, 2);
+        close(target);
+    }
 }
 
-RedirectStdout::~RedirectStdout() {
+RedirectOutput::~RedirectOutput() {
     std::cout.flush();
-    std::fflush(stdout);
-    dup2(saved_, 1);
-    close(saved_);
+    std::fflush(nullptr);
+    dup2(savedOut_, 1);
+    close(savedOut_);
+    if (savedErr_ >= 0) {
+        dup2(savedErr_, 2);
+        close(savedErr_);
+    }
 }
 
 }  // namespace cli

@@ -14,10 +14,27 @@
 
 namespace {
 
-// The configuration of the two layouts the library knows, under the root.
-std::string defaultConf(const std::string& root) {
-    for (const char* candidate : {"/etc/httpd/conf/httpd.conf", "/etc/apache2/apache2.conf"})
-        if (access((root + candidate).c_str(), F_OK) == 0) return root + candidate;
+// The configurations of the two layouts the library knows, under the root.
+std::vector<std::string> defaultConfs(const std::string& root) {
+    return {root + "/etc/httpd/conf/httpd.conf", root + "/etc/apache2/apache2.conf"};
+}
+
+// The configuration to use: --conf, else the first layout's that exists.
+// Without one, a command that takes a configuration (or --verify, whose check
+// needs it) is a usage error: the library would take "" for a path, and some
+// of its scratch files would then lie at the top of the real file system.
+std::string configuration(const cli::Invocation& invocation) {
+    using cli::UsageError;
+    const bool needed = !(invocation.command->traits & cli::kWithoutConf) || invocation.verify;
+    if (invocation.confGiven) {
+        if (invocation.conf.empty() && needed) throw UsageError("--conf names no file");
+        return cli::absolute(invocation.conf);
+    }
+    const std::vector<std::string> candidates = defaultConfs(invocation.root);
+    for (const std::string& candidate : candidates)
+        if (access(candidate.c_str(), F_OK) == 0) return candidate;
+    if (needed)
+        throw UsageError("no configuration file found (tried " + candidates[0] + " and " + candidates[1] + "); give one with --conf");
     return "";
 }
 
@@ -28,42 +45,43 @@ std::vector<std::string> words(const std::string& text) {
     return out;
 }
 
-int run(const cli::Invocation& run) {
+int run(cli::Invocation invocation) {
     using namespace cli;
-    qz::setSystemRoot(run.root);
-    const std::string conf = run.confGiven ? run.conf : defaultConf(run.root);
-    std::vector<std::string> check = words(run.checkCommand.empty() ? "apachectl -t -f" : run.checkCommand);
-    if (run.verify && conf.empty()) throw UsageError("--verify needs a configuration file (--conf)");
-    if (run.verify && check.empty()) throw UsageError("--check-command is empty");
+    // Absolute, since an operation may change the current folder (ListWebsites does).
+    invocation.root = absolute(invocation.root);
+    qz::setSystemRoot(invocation.root);
+    const std::string conf = configuration(invocation);
+    std::vector<std::string> check = words(invocation.checkCommand.empty() ? "apachectl -t -f" : invocation.checkCommand);
+    if (invocation.verify && check.empty()) throw UsageError("--check-command is empty");
     check.push_back(conf);
 
     CQZTrackManager tracker;
     const Context context{conf, &tracker};
-    const Command& command = *run.command;
+    const Command& command = *invocation.command;
     Outcome outcome;
     Verification verify;
     {
-        const MachineLock lock(run.root);
+        const MachineLock lock(invocation.root);
         std::optional<Snapshot> snapshot;
         {
-            // The library's progress lines: hidden, or on standard error so that JSON stays pure.
-            std::optional<RedirectStdout> progress;
-            if (!run.verbose || run.json) progress.emplace(run.verbose);
-            if (run.verify) {
-                std::vector<std::string> files = command.files(run.args, context);
+            // The library's and its tools' output: hidden, or on standard error so that JSON stays pure.
+            std::optional<RedirectOutput> quiet;
+            if (!invocation.verbose || invocation.json) quiet.emplace(invocation.verbose);
+            if (invocation.verify) {
+                std::vector<std::string> files = command.files(invocation.args, context);
                 files.insert(files.begin(), conf);
                 snapshot.emplace(files);
             }
-            command.run(run.args, context, outcome);
+            command.run(invocation.args, context, outcome);
         }
-        if (run.verify) {
+        if (invocation.verify) {
             verify.ran = true;
             for (const std::string& word : check) verify.command += (verify.command.empty() ? "" : " ") + word;
             verify.passed = runChecker(check, verify.message) == 0;
             if (!verify.passed) verify.restored = snapshot->restore();
         }
     }
-    std::cout << (run.json ? jsonReport(command, outcome, verify) : humanReport(command, outcome, verify));
+    std::cout << (invocation.json ? jsonReport(command, outcome, verify) : humanReport(command, outcome, verify));
     const Code* code = findCode(command, outcome.result);
     return code && code->success && (!verify.ran || verify.passed) ? 0 : 1;
 }
@@ -74,7 +92,9 @@ int main(int argc, char** argv) {
     try {
         const cli::Invocation invocation = cli::parse(argc, argv);
         if (invocation.help) {
-            std::cout << (invocation.command ? cli::commandHelp(*invocation.command) : cli::programHelp());
+            std::cout << (invocation.command          ? cli::commandHelp(*invocation.command)
+                          : !invocation.family.empty() ? cli::familyHelp(invocation.family)
+                                                       : cli::programHelp());
             return 0;
         }
         return run(invocation);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <signal.h>
+#include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,6 +50,7 @@ protected:
         std::fflush(nullptr);
         const pid_t pid = fork();
         if (pid == 0) {
+            if (!cwd_.empty() && chdir(cwd_.c_str()) != 0) _exit(126);
             dup2(out[1], 1);
             const int err = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
             dup2(err, 2);
@@ -99,6 +101,7 @@ protected:
     }
 
     std::string home_;   // <root>/home/, where the sites lie
+    std::string cwd_;    // the program's working folder ("": the test's)
 };
 
 TEST_F(CliTest, WebsitesAndHostHeaders) {
@@ -109,20 +112,21 @@ TEST_F(CliTest, WebsitesAndHostHeaders) {
     step(create);   // 92: the site exists
     step({"list-websites"});
     step({"--json", "list-websites"});
-    step({"website-exists", "--dname", "blog.test"});
-    step({"website-exists", "--dname", "none.test"});
+    step({"website-exists", "--domain-name", "blog.test"});
+    step({"website-exists", "--domain-name", "none.test"});
     step({"website-info", "--domain-name", "shop.test"});
     step({"website-info", "--domain-name", "shop.test", "--json"});
     step({"website-info", "--domain-name", "none.test"});
-    step({"stop-website", "--dname", "blog.test"});
-    step({"website-status", "--dname", "blog.test"});
-    step({"start-website", "--dname", "blog.test"});
-    step({"website-status", "--dname", "blog.test", "--json"});
-    step({"website-status", "--dname", "none.test"});
+    step({"website-info", "--domain-name", "shop.test", "--conf", missing_});   // no record: no fields
+    step({"stop-website", "--domain-name", "blog.test"});
+    step({"website-status", "--domain-name", "blog.test"});
+    step({"start-website", "--domain-name", "blog.test"});
+    step({"website-status", "--domain-name", "blog.test", "--json"});
+    step({"website-status", "--domain-name", "none.test"});
     step({"add-host-header", "--domain-name", "shop.test", "--host-header", "shop.example"});
     step({"add-host-header", "--domain-name", "shop.test", "--host-header", "shop.example"});
     step({"delete-host-header", "--domain-name", "shop.test", "--host-header", "www.shop.test"});
-    step({"delete-website", "--dname", "blog.test"});
+    step({"delete-website", "--domain-name", "blog.test"});
     EXPECT_DATA(transcript_, "cli/websites.transcript");
     EXPECT_EQ(modeOf("/home/blog.test/www"), 04701);   // the folders are the operation's own
 }
@@ -171,7 +175,7 @@ TEST_F(CliTest, PrivateFolders) {
     step({"private-folder-edit", "--new-folder-path", folder, "--old-folder-path", folder, "--user-name", "ann",
           "--user-passwd", "second"});
     EXPECT_TRUE(htpasswdAccepts(folder + "/.htpasswd", "ann", "second"));
-    step({"private-folder-delete", "--folder-path", folder, "--user-name", "ann"});
+    step({"--verbose", "private-folder-delete", "--folder-path", folder, "--user-name", "ann"});   // htpasswd's own lines
     EXPECT_FALSE(exists("/home/shop.test/private/.htpasswd"));
     EXPECT_DATA(transcript_, "cli/private.transcript");
 }
@@ -211,7 +215,7 @@ TEST_F(CliTest, RedirectsApacheAndDirectives) {
     step({"apache-restart", "--pid-file", path("/httpd.pid")});
     step({"apache-restart"});   // no PID file under <root>/var/run
     step({"get-directive", "--directive", "Listen"});
-    step({"get-directive", "--directive", "DocumentRoot", site, "--quoted"});
+    step({"get-directive", "--directive", "DocumentRoot", site, "--value-quoted"});
     step({"get-directive", "--directive", "Timeout"});
     step({"set-directive", "--directive", "ServerAdmin", "--value", "web@shop.test", site});
     step({"set-directive", "--directive", "Header", "--value", "set X-Site shop", site, "--add"});
@@ -236,24 +240,44 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
     step({}, false);
     step({"frob"});
     step({"create-website", "--dname", "a.test"});
-    step({"website-exists", "--dname", "a.test", "--bogus", "1"});
-    step({"website-exists", "--dname"});
-    step({"website-exists", "--dname", "a.test", "--dname", "b.test"});
-    step({"create-website", "--dname", "a.test", "--ip-address", "1", "--user-name", "u", "--server-admin", "a", "--path", "/",
-          "--ip-switch", "12"});
+    step({"website-exists", "--domain-name", "a.test", "--bogus", "1"});
+    step({"website-exists", "--dname", "a.test"});   // one name per field: --dname is create-website's record field
+    step({"website-exists", "--domain-name"});
+    step({"website-exists", "--domain-name", "a.test", "--domain-name", "b.test"});
+    const std::vector<std::string> site = {"create-website", "--dname", "a.test", "--ip-address", "1", "--user-name", "u",
+                                           "--server-admin", "a", "--path", "/", "--ip-switch"};
+    for (const char* ipSwitch : {"12", "3"}) {
+        std::vector<std::string> args = site;
+        args.push_back(ipSwitch);
+        step(args);
+    }
     step({"create-vdir", "--domain-name", "a.test", "--order", "x"});
+    step({"create-vdir", "--domain-name", "a.test", "--order", "128"});
     step({"create-vdir", "--domain-name", "a.test", "--indexes", "*"});
     step({"set-directive", "--directive", "A", "--value", "1", "--add"});
-    step({"get-directive", "--directive", "A", "--quoted=yes"});
+    step({"set-directive", "--directive", "A", "--value", "1", "--domain-name", "a.test", "--before-reference"});
+    step({"get-directive", "--directive", "A", "--value-quoted=yes"});
     step({"redirect-https"});
+    step({"redirect-https create", "--domain-name", "a.test", "--ip-address", "1"});   // two words, two arguments
     step({"list-websites", "extra"});
     step({"--check-command", "true", "list-websites"});
-    step({"--root", root_, "--verify", "list-websites"}, false);   // no configuration under the root
+    step({"--verify", "apache-restart"});
+    step({"--root", root_, "list-websites"}, false);   // no configuration under the root
+    step({"--root", root_, "--verify", "user-list", "--domain-name", "a.test"}, false);
     step({"website-exists", "--help"});
     step({"help", "redirect-https", "create"});
     EXPECT_DATA(transcript_, "cli/usage.transcript");
+    // None of them locked, ran or changed anything.
+    EXPECT_FALSE(exists("/run/lock/qzapache.lock"));
 
-    // The program's help names every command.
+    // A record field takes a value of its length, not one more.
+    const std::string longest(1023, 'd');
+    EXPECT_EQ(qzapache({"vdir-info", "--domain-name", longest, "--dir-path", "/x"}).status, 1);
+    EXPECT_EQ(qzapache({"vdir-info", "--domain-name", longest + "d", "--dir-path", "/x"}).err,
+              "qzapache: --domain-name takes at most 1023 characters\n");
+
+    // The program's help names every command; each has its own, and
+    // redirect-https has one for its four actions together.
     const Ran help = qzapache({"--help"}, false);
     EXPECT_EQ(help.status, 0);
     for (const char* command :
@@ -265,7 +289,18 @@ TEST_F(CliTest, UsageErrorsAndHelp) {
           "redirect-https start", "redirect-https delete", "apache-version", "apache-restart", "get-directive",
           "set-directive"}) {
         EXPECT_NE(help.out.find(std::string("\n  ") + command + " "), std::string::npos) << command;
-        EXPECT_EQ(qzapache({"help", command}, false).status, 0) << command;
+        std::vector<std::string> args = {"help"};
+        std::istringstream words(command);
+        for (std::string word; words >> word;) args.push_back(word);
+        const Ran one = qzapache(args, false);
+        EXPECT_EQ(one.status, 0) << command;
+        EXPECT_EQ(one.out.find("...."), std::string::npos) << command;
+    }
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"redirect-https", "--help"}, {"help", "redirect-https"}}) {
+        const Ran family = qzapache(args, false);
+        EXPECT_EQ(family.status, 0);
+        for (const char* action : {"create", "stop", "start", "delete"})
+            EXPECT_NE(family.out.find(std::string("] redirect-https ") + action + " --domain-name"), std::string::npos) << action;
     }
 }
 
@@ -275,7 +310,10 @@ TEST_F(CliTest, ProgressLinesOnlyWhenVerboseAndJsonStaysPure) {
     step({"--json", "--verbose", "list-websites"});
     // Quotes, backslashes, control characters and bytes that are not UTF-8
     // still make valid JSON.
-    writeConf("<VirtualHost *:80>\n\tServerName we\"ird\\\x01\t\xc3\xa9\xff.test\n</VirtualHost>\n");
+    // Lead bytes F5-FF, the overlong C0 80 and the surrogate ED A0 80 are
+    // not UTF-8; the four bytes of U+1F600 are.
+    writeConf("<VirtualHost *:80>\n\tServerName we\"ird\\\x01\t\xc3\xa9\xff.\xf8\x80\x80.\xc0\x80.\xf5\x80\x80\x80.\xed\xa0\x80."
+              "\xf0\x9f\x98\x80.test\n</VirtualHost>\n");
     step({"--json", "list-websites"});
     // Without --conf: the configuration of the apache2 layout under the root.
     makeDir("/etc/apache2");
@@ -284,7 +322,7 @@ TEST_F(CliTest, ProgressLinesOnlyWhenVerboseAndJsonStaysPure) {
     EXPECT_DATA(transcript_, "cli/output.transcript");
 }
 
-// Two runs of website creation at once on one file: the library alone loses
+// Two runs of website creation at once on one file: the library alone may lose
 // a site (both runs copy the file before either moves its copy back), while
 // the program's machine-wide lock keeps every site.
 TEST_F(CliTest, ConcurrentRunsLoseNoSite) {
@@ -328,7 +366,11 @@ TEST_F(CliTest, ConcurrentRunsLoseNoSite) {
     close(gate[0]);
     close(gate[1]);
     for (const pid_t pid : children) waitpid(pid, nullptr, 0);
-    EXPECT_EQ(sites(pair), 1) << "without a lock one of the two sites is lost";
+    // How many survive depends on timing: only reported.
+    const int unlocked = sites(pair);
+    EXPECT_GE(unlocked, 1);
+    EXPECT_LE(unlocked, 2);
+    RecordProperty("sites_kept_without_lock", unlocked);
 
     // The program, four runs at once.
     useConf("cli/sites.conf");
@@ -358,6 +400,7 @@ TEST_F(CliTest, ConcurrentRunsLoseNoSite) {
 TEST_F(CliTest, VerifyRollsBackWhatTheCheckRejects) {
     const std::string before = readConf();
     chmod(conf_.c_str(), 0640);
+    const bool root = chown(conf_.c_str(), 12345, 12346) == 0;   // "mv" of the operation leaves it the runner's
     makeDir("/etc/apache2/qz");
     makeDir("/etc/httpd");
     const std::string redirect = "<VirtualHost 192.0.2.10:80>\n\tServerName shop.test\n\tServerAlias www.shop.test \n</VirtualHost>\n";
@@ -372,6 +415,12 @@ TEST_F(CliTest, VerifyRollsBackWhatTheCheckRejects) {
                                  "Invalid command\n");
     EXPECT_EQ(readConf(), before);
     EXPECT_EQ(modeOf("/conf/httpd.conf"), 0640);
+    struct stat st = {};
+    ASSERT_EQ(stat(conf_.c_str(), &st), 0);
+    if (root) {
+        EXPECT_EQ(st.st_uid, 12345u);
+        EXPECT_EQ(st.st_gid, 12346u);
+    }
     EXPECT_EQ(readFile("/etc/apache2/qz/shop.test.conf"), redirect);
     EXPECT_EQ(commandLog(), Lines{"apachectl -t -f " + conf_});
 
@@ -387,16 +436,70 @@ TEST_F(CliTest, VerifyRollsBackWhatTheCheckRejects) {
     EXPECT_FALSE(exists("/etc/httpd/qz/shop.test.conf"));
     EXPECT_FALSE(exists("/etc/httpd/qz/dummy.conf"));
 
-    // A check command of the operator's own, run without a shell.
-    writeFile("/check", "#!/bin/sh\necho \"checked $*\"\n");
+    // A check command of the operator's own, run without a shell, while the
+    // lock is still held.
+    writeFile("/check", "#!/bin/sh\necho \"checked $*\"\nflock -n " + path("/run/lock/qzapache.lock") +
+                            " true && { echo 'the lock is free'; exit 1; }\nexit 0\n");
     chmod(path("/check").c_str(), 0755);
-    ran = qzapache({"--verify", "--check-command", path("/check") + " --strict", "delete-website", "--dname", "shop.test"});
+    ran = qzapache({"--verify", "--check-command", path("/check") + " --strict", "delete-website", "--domain-name", "shop.test"});
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(unrooted(ran.out), "CQZWebsite::DeleteWebsite -> 24: done (also when no block named the site)\n"
                                  "verify: @ROOT@/check --strict @ROOT@/conf/httpd.conf: passed\n");
     EXPECT_EQ(readConf().find("shop.test"), std::string::npos);
 
     // A failed operation still fails when the check passes.
-    ran = qzapache({"--verify", "--check-command", path("/check"), "website-exists", "--dname", "shop.test"});
+    ran = qzapache({"--verify", "--check-command", path("/check"), "website-exists", "--domain-name", "shop.test"});
     EXPECT_EQ(ran.status, 1);
+}
+
+// --verify keeps, besides the configuration, each file the operation may
+// write: a private folder's files, a virtual directory's password file, a
+// web-user list of a folder, the PHP CGI copy of a site, the file behind a
+// linked configuration; and it finds the configuration given relative to the
+// folder the program started in.
+TEST_F(CliTest, VerifyPutsBackEveryFileTheOperationWrote) {
+    fakeApachectl("if test -f \"$3\"; then echo \"AH00526: Syntax error in $3\"; else echo \"no file $3\"; fi; exit 1");
+    const std::string folder = path("/home/shop.test/private");
+    makeDir("/home/shop.test/private");
+    watch("/home/shop.test/private/.htaccess");
+    watch("/home/shop.test/private/.htpasswd");
+    step({"--verify", "private-folder-add", "--folder-path", folder, "--user-name", "ann", "--user-passwd", "x"});
+
+    makeDir("/home/shop.test/www/html/docs");
+    watch("/home/shop.test/webusers_shop.test.htpasswd");
+    step({"--verify", "create-vdir", "--domain-name", "shop.test", "--dir-path", path("/home/shop.test/www/html/docs"),
+          "--web-admin-path", path("/home"), "--anon-access", "1"});
+
+    makeDir("/etc/webusers");
+    writeFile("/etc/webusers/passwd.shop.test__private_docs", "ann:x1\n");
+    watch("/etc/webusers/passwd.shop.test__private_docs");
+    step({"--verify", "user-create", "--domain-name", "shop.test", "--folder-path", "/private/docs", "--user-name", "bob",
+          "--passwd", "s"});
+
+    makeDir("/home/shop.test/.setting_php");
+    writeFile("/home/shop.test/.setting_php/php-cgi", "old\n");
+    writeFile("/php-cgi", "new\n");
+    watch("/home/shop.test/.setting_php/php-cgi");
+    const std::vector<std::string> enable = {"enable-fcgid", "--domain-name", "shop.test", "--php-cgi-path", path("/php-cgi")};
+    std::vector<std::string> verified = enable;
+    verified.insert(verified.begin(), "--verify");
+    step(verified);   // the copy written over is put back
+    step(enable);
+    step({"--verify", "disable-fcgid", "--domain-name", "shop.test", "--php-cgi", ".setting_php/php-cgi"});   // and the deleted one
+
+    // Appending in place writes through the link.
+    writeFile("/conf/real.conf", "Listen 80\n");
+    ASSERT_EQ(unlink(conf_.c_str()), 0);
+    ASSERT_EQ(symlink("real.conf", conf_.c_str()), 0);
+    watch("/conf/real.conf");
+    step({"--verify", "configure-fcgid"});
+    char target[64] = {};
+    EXPECT_EQ(readlink(conf_.c_str(), target, sizeof target - 1), 9);
+    EXPECT_STREQ(target, "real.conf");
+
+    // Without a ServerRoot, ListWebsites moves into <root>/etc/httpd.
+    makeDir("/etc/httpd");
+    cwd_ = root_;
+    step({"--root", root_, "--conf", "conf/real.conf", "--verify", "list-websites"}, false);
+    EXPECT_DATA(transcript_, "cli/verify.transcript");
 }
