@@ -354,7 +354,7 @@ void ApacheSandbox::stop() { stopAndReap(pidIn(pidFile())); }
 
 // A child in a session of its own waits for this process to close the pipe,
 // which also happens when this process dies without running its destructor,
-// and then stops the server of the PID file.
+// and then stops the server of the PID file and removes a folder of our own.
 void ApacheSandbox::startWatcher() {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return;
@@ -380,6 +380,10 @@ void ApacheSandbox::startWatcher() {
             if (n == 0 || (n < 0 && errno != EINTR)) break;
         }
         stopServer(pidIn(pidPath));
+        if (ownFolder_) {
+            std::error_code ignored;
+            std::filesystem::remove_all(folder_, ignored);
+        }
         _exit(0);
     }
     close(fds[0]);

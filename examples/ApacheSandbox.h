@@ -16,7 +16,8 @@
 // The server listens on 127.0.0.1 only, on a port that was free when the
 // sandbox was made, and keeps its PID file, logs and locks in the folder.
 // Every wait is bounded; the destructor stops the server, and a watcher
-// process stops it too should this process die without running it.
+// process stops it too (and removes a folder the sandbox made) should this
+// process die without running the destructor.
 #ifndef QZ_APACHE_SANDBOX_H
 #define QZ_APACHE_SANDBOX_H
 
