@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -177,6 +178,10 @@ std::string controlScript(const std::string& serverRoot, const std::string& conf
 }
 
 }  // namespace
+
+bool Reply::matches(int wantedStatus, const std::string& text) const {
+    return status == wantedStatus && (location.empty() ? body.find(text) != std::string::npos : location == text);
+}
 
 std::string Reply::summary() const {
     if (status == 0) return "no answer (" + firstLine(error) + ")";
@@ -434,8 +439,10 @@ Reply ApacheSandbox::fetch(const std::string& host, const std::string& path, con
 
 Reply ApacheSandbox::fetchUntil(const std::function<bool(const Reply&)>& wanted, const std::string& host,
                                 const std::string& path, const Login& login, int tries) const {
+    // At most `tries` requests, and none started after 15 seconds.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
     Reply reply;
-    for (int i = 0; i < tries; ++i) {
+    for (int i = 0; i < tries && (i == 0 || std::chrono::steady_clock::now() < deadline); ++i) {
         if (i > 0) pause(100);
         reply = fetch(host, path, login);
         if (wanted(reply)) break;

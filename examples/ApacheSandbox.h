@@ -36,7 +36,10 @@ struct Reply {
     std::string location;    // the Location header, when there was one
     std::string body;
     std::string error;       // curl's complaint when no answer came
-    // One line for people: `200 "Welcome to shop.example"`, `301 Location: https://…`.
+    // Whether the status is `status` and the body holds `text` or, for a
+    // redirect, the Location is exactly `text`.
+    bool matches(int status, const std::string& text) const;
+    // One line for people: `200 "Welcome to shop.example"`, `301, Location: https://…`.
     std::string summary() const;
 };
 
@@ -98,8 +101,9 @@ public:
 
     // One GET of http://127.0.0.1:<port><path> with the Host header `host`.
     Reply fetch(const std::string& host, const std::string& path = "/", const Login& login = {}) const;
-    // Fetches at most `tries` times, 100 ms apart, until `wanted` holds (a
-    // graceful restart takes a moment); returns the last reply.
+    // Fetches at most `tries` times, 100 ms apart and for at most about 15
+    // seconds, until `wanted` holds (a graceful restart takes a moment);
+    // returns the last reply.
     Reply fetchUntil(const std::function<bool(const Reply&)>& wanted, const std::string& host,
                      const std::string& path = "/", const Login& login = {}, int tries = 50) const;
 

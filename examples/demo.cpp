@@ -118,10 +118,7 @@ private:
     // answer that is not the expected one.
     void get(const std::string& host, const std::string& path, int status, const std::string& text,
              const Login& login = {}) {
-        const auto wanted = [&](const Reply& reply) {
-            return reply.status == status &&
-                   (reply.location.empty() ? reply.body.find(text) != std::string::npos : reply.location == text);
-        };
+        const auto wanted = [&](const Reply& reply) { return reply.matches(status, text); };
         const Reply reply = box_.fetchUntil(wanted, host, path, login);
         std::string who = login.user.empty() ? "" : "  as " + login.user + ":" + login.password;
         line("curl " + host + path + who, reply.summary());

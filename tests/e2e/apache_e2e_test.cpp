@@ -72,10 +72,7 @@ protected:
     // for a few seconds while a restart takes effect.
     ::testing::AssertionResult answers(const std::string& host, const std::string& path, int status,
                                        const std::string& text, const Login& login = {}) {
-        const auto wanted = [&](const Reply& reply) {
-            return reply.status == status &&
-                   (reply.location.empty() ? reply.body.find(text) != std::string::npos : reply.location == text);
-        };
+        const auto wanted = [&](const Reply& reply) { return reply.matches(status, text); };
         const Reply reply = sandbox_->fetchUntil(wanted, host, path, login);
         if (wanted(reply)) return ::testing::AssertionSuccess();
         return ::testing::AssertionFailure()
