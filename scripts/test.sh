@@ -28,3 +28,26 @@ run build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
   run build-asan -DCMAKE_BUILD_TYPE=Debug -DQZ_SANITIZE=ON
 echo "== all tests passed"
+
+# ---- Robustness: leak detection really works; fuzz targets -----------------------
+# clang and its runtime (libclang-rt-14-dev has libFuzzer and FuzzedDataProvider.h).
+fuzz_packages="clang libclang-rt-14-dev"
+missing=""
+for p in $fuzz_packages; do
+  dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
+done
+if [ -n "$missing" ]; then
+  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo apt-get update -q && $sudo apt-get install -y -q $missing
+fi
+echo "== LeakSanitizer: a deliberate leak must be reported"
+leak_dir=$(mktemp -d)
+g++ -fsanitize=address -g fuzz/leak_check.cpp -o "$leak_dir/leak"
+if ASAN_OPTIONS=detect_leaks=1 "$leak_dir/leak" > "$leak_dir/out" 2>&1 \
+   || ! grep -q "ERROR: LeakSanitizer: detected memory leaks" "$leak_dir/out"; then
+  cat "$leak_dir/out"; rm -rf "$leak_dir"
+  echo "== LeakSanitizer does not report leaks on this machine"; exit 1
+fi
+rm -rf "$leak_dir"
+./scripts/fuzz.sh
+echo "== fuzzing passed"

@@ -26,7 +26,10 @@ void rewriteRedirectAliases(const std::string& domain,
     }
     const std::string temp = sysPath("/etc/temp");
     OutFile out;
-    out.open(temp.c_str());
+    // When the scratch file cannot be written (a folder or a link stands at
+    // its name), the redirect file is left as it is: deleting it and renaming
+    // whatever stands there would lose it.
+    if (!out.open(temp.c_str())) return;
     LineReader in(file, 0);
     while (in.isOpen() && in.nextUntilEof()) {
         const std::string_view line = in.view();

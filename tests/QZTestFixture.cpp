@@ -1,6 +1,7 @@
 #include "QZTestFixture.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
@@ -47,7 +48,9 @@ std::string QZTest::readFile(const std::string& rel) const {
 bool QZTest::exists(const std::string& rel) const { return access(path(rel).c_str(), F_OK) == 0; }
 
 void QZTest::makeDir(const std::string& rel) const {
-    EXPECT_EQ(std::system(("mkdir -p '" + path(rel) + "'").c_str()), 0);
+    std::error_code error;
+    std::filesystem::create_directories(path(rel), error);
+    EXPECT_FALSE(error) << "cannot make " << path(rel) << ": " << error.message();
 }
 
 std::string QZTest::data(const std::string& name) {

@@ -101,11 +101,13 @@ TEST_F(HostHeaderTest, FailuresAndTheFixedScratchFile) {
     STEP("delete, the scratch file a folder", remove("c.com"));
     std::remove(path("/conf/httpd.conf_temp1").c_str());
     // /etc/temp cannot be written (a folder stands there): the redirect file
-    // is deleted all the same and the folder is renamed to its name.
+    // is kept as it is and the folder stays.
     writeFile(kDebian, redirect);
     makeDir("/etc/temp/inside");
     STEP("add, /etc/temp a folder", add("e.com"));
-    EXPECT_TRUE(exists(std::string(kDebian) + "/inside"));
+    EXPECT_EQ(readFile(kDebian), redirect);
+    EXPECT_TRUE(exists("/etc/temp/inside"));
+    EXPECT_EQ(std::system(("rm -r " + path("/etc/temp")).c_str()), 0);
     // A redirect file that cannot be read is replaced by the empty copy.
     EXPECT_EQ(std::system(("rm -r " + path(kDebian)).c_str()), 0);
     makeDir(kDebian);

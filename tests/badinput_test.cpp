@@ -1,0 +1,371 @@
+// Bad files and bad states, for every family of operations: a missing file, a
+// folder in its place, an empty file, no final newline, CRLF line ends, a NUL
+// byte, an unreadable file, a folder where no scratch file can be written,
+// and lines at each read limit (one character less, exactly the limit, one
+// more). Each case records the result and what became of the file: unchanged,
+// removed, or rewritten with the lines it lost (-) and gained (+). Every call
+// must end within kBound seconds; an alarm ends a test that hangs.
+#include "QZTestFixture.h"
+
+#include <chrono>
+#include <filesystem>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kBound = 10;
+
+const char* const kSite =
+    "ServerRoot \"@ROOT@/etc/httpd\"\n"
+    "Listen 80\n"
+    "LoadModule php5_module modules/libphp5.so\n"
+    "Include conf.d/*.conf\n"
+    "<VirtualHost 10.0.0.1:80>\n"
+    "\tServerName a.com\n"
+    "\tServerAdmin admin@a.com\n"
+    "\tDocumentRoot \"@ROOT@/s/a.com/www/html\"\n"
+    "\tServerAlias www.a.com\n"
+    "\tCustomLog @ROOT@/s/a.com/log/access_log combined\n"
+    "\tAlias /shop \"@ROOT@/s/a.com/shop\"\n"
+    "\t<Directory \"@ROOT@/s/a.com/www/html\">\n"
+    "\t\tOptions +Indexes\n"
+    "\t</Directory>\n"
+    "\t<IfModule mod_php5.c>\n"
+    "\t\tAddHandler application/x-httpd-php .php\n"
+    "\t</IfModule>\n"
+    "</VirtualHost>\n";
+
+// Runs of one character longer than 8 written as "c{count}", control
+// characters in caret notation, a missing final newline marked.
+std::string compact(const std::string& text) {
+    std::string out;
+    for (size_t i = 0; i < text.size();) {
+        size_t run = 1;
+        while (i + run < text.size() && text[i + run] == text[i]) ++run;
+        const char c = text[i];
+        const std::string shown = (c >= 0 && c < ' ' && c != '\t') ? std::string{'^', static_cast<char>(c ^ 0x40)} : std::string(1, c);
+        if (run > 8) {
+            out += shown + "{" + std::to_string(run) + "}";
+        } else {
+            for (size_t k = 0; k < run; ++k) out += shown;
+        }
+        i += run;
+    }
+    return out;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    size_t start = 0;
+    for (size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1) lines.push_back(text.substr(start, nl - start));
+    if (start < text.size()) lines.push_back(text.substr(start) + "\\ no newline");
+    return lines;
+}
+
+}  // namespace
+
+class BadInputTest : public HttpdConfTest {
+protected:
+    // What a condition does to the file before the call, and who calls.
+    struct Condition {
+        std::string name;
+        std::function<void(BadInputTest&, const std::string& rel, const std::string& text)> prepare;
+        bool asNobody = false;     // run by an unprivileged user
+        bool lockFolders = false;  // the scratch folders cannot be written
+    };
+    // One operation on its file: the file (under the root), a good content,
+    // its read limit N (lines hold at most N-1 characters; 0: no limit) and
+    // the call, its result as text.
+    struct Operation {
+        std::string name;
+        std::string file;
+        std::string text;
+        size_t limit;
+        std::function<std::string()> call;
+    };
+
+    void SetUp() override {
+        HttpdConfTest::SetUp();
+        alarm(600);  // a hang ends the test
+        umask_ = umask(022);
+        fakeCommand("apachectl", "case \"$1\" in -v) echo 'Server version: Apache/2.4.57 (Unix)' ;;\n"
+                                 "-V) echo ' -D HTTPD_ROOT=\"" + root_ + "/etc/httpd\"' ;; esac");
+        makeDir("/etc/httpd");
+        makeDir("/s/a.com/www/html");
+        // tempnam prefers TMPDIR to the folder of the web users it is given.
+        makeDir("/tmp");
+        setenv("TMPDIR", path("/tmp").c_str(), 1);
+        site_ = rootedText(kSite);
+    }
+    void TearDown() override {
+        alarm(0);
+        umask(umask_);
+        unsetenv("TMPDIR");
+        HttpdConfTest::TearDown();
+    }
+
+    std::string rootedText(std::string text) const {
+        for (size_t at; (at = text.find("@ROOT@")) != std::string::npos;) text.replace(at, 6, root_);
+        return text;
+    }
+
+    static std::vector<Condition> conditions(size_t limit) {
+        auto write = [](const std::string& content) {
+            return [content](BadInputTest& t, const std::string& rel, const std::string& text) {
+                t.writeFile(rel, content.empty() ? text : content);
+            };
+        };
+        std::vector<Condition> list = {
+            {"missing", [](BadInputTest&, const std::string&, const std::string&) {}},
+            {"folder", [](BadInputTest& t, const std::string& rel, const std::string&) { t.makeDir(rel); }},
+            {"empty", [](BadInputTest& t, const std::string& rel, const std::string&) { t.writeFile(rel, ""); }},
+            {"no final newline", [](BadInputTest& t, const std::string& rel, const std::string& text) {
+                 t.writeFile(rel, text.substr(0, text.size() - 1));
+             }},
+            {"crlf", [](BadInputTest& t, const std::string& rel, const std::string& text) {
+                 std::string crlf;
+                 for (char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+                 t.writeFile(rel, crlf);
+             }},
+            {"nul byte", [](BadInputTest& t, const std::string& rel, const std::string& text) {
+                 std::string withNul = text;
+                 const size_t at = withNul.find('\n', withNul.size() / 2);
+                 withNul.insert(at, std::string("\0tail", 5));
+                 t.writeFile(rel, withNul);
+             }},
+            {"unreadable", [](BadInputTest& t, const std::string& rel, const std::string& text) {
+                 t.writeFile(rel, text);
+                 chmod(t.path(rel).c_str(), 0);
+             }, true},
+            {"scratch folder read-only", write(""), true, true},
+        };
+        if (limit != 0) {
+            for (const size_t length : {limit - 2, limit - 1, limit}) {
+                list.push_back({"line of " + std::to_string(length), [length](BadInputTest& t, const std::string& rel, const std::string& text) {
+                                    t.writeFile(rel, "#" + std::string(length - 1, 'x') + "\n" + text);
+                                }});
+            }
+        }
+        return list;
+    }
+
+    // The call, run as nobody (in a child process) when the condition asks.
+    std::string run(const Operation& op, const Condition& cond) {
+        if (!cond.asNobody || geteuid() != 0) return op.call();
+        int fds[2];
+        if (pipe(fds) != 0) return "pipe failed";
+        fflush(stdout);
+        const pid_t child = fork();
+        if (child == 0) {
+            close(fds[0]);
+            if (setgid(65534) != 0 || setuid(65534) != 0) _exit(1);
+            const std::string result = op.call();
+            if (write(fds[1], result.data(), result.size()) < 0) _exit(1);
+            _exit(0);
+        }
+        close(fds[1]);
+        std::string result;
+        char buf[256];
+        for (ssize_t got; (got = read(fds[0], buf, sizeof buf)) > 0;) result.append(buf, static_cast<size_t>(got));
+        close(fds[0]);
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return result;
+        return "child failed (" + (WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "signal " + std::to_string(WTERMSIG(status))) + ")";
+    }
+
+    // Every condition for every operation, as lines of text.
+    std::string sweep(const std::vector<Operation>& ops) {
+        std::string report;
+        for (const Operation& op : ops) {
+            report += "== " + op.name + "\n";
+            for (const Condition& cond : conditions(op.limit)) {
+                // No scratch file of an earlier case is left to be reused.
+                std::filesystem::remove_all(path(op.file));
+                std::filesystem::remove_all(path("/conf"));
+                for (const char* fixed : {"/etc/apactemp1", "/etc/tempapa1", "/etc/temp"}) std::remove(path(fixed).c_str());
+                makeDir("/conf");
+                cond.prepare(*this, op.file, op.text);
+                const bool existed = exists(op.file);
+                const std::string before = existed ? readFile(op.file) : "";
+                setModes(cond, op.file);
+                captureOutput();
+                const auto start = std::chrono::steady_clock::now();
+                const std::string result = run(op, cond);
+                const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start).count();
+                capturedOutput();
+                restoreModes();
+                EXPECT_LT(seconds, kBound) << op.name << " / " << cond.name;
+                report += cond.name + " -> " + result + fileState(op.file, existed, before) + "\n";
+            }
+        }
+        return unrooted(report);
+    }
+
+    // A read-only scratch folder comes with a read-only file, so that an
+    // owner who is not root meets the same refusals as nobody does.
+    void setModes(const Condition& cond, const std::string& rel) {
+        if (!cond.asNobody) return;
+        if (cond.lockFolders) chmod(path(rel).c_str(), 0444);
+        chmod(root_.c_str(), 0755);
+        const mode_t folders = cond.lockFolders ? 0555 : 0777;
+        for (const char* folder : {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"}) chmod(path(folder).c_str(), folders);
+    }
+    void restoreModes() {
+        for (const char* folder : {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"}) chmod(path(folder).c_str(), 0755);
+        if (exists("/conf/httpd.conf")) chmod(path("/conf/httpd.conf").c_str(), 0644);
+    }
+
+    std::string fileState(const std::string& rel, bool existed, const std::string& before) {
+        struct stat st;
+        const bool isFile = stat(path(rel).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+        if (!isFile) return existed && !exists(rel) ? "; removed" : "";
+        chmod(path(rel).c_str(), 0644);
+        const std::string after = readFile(rel);
+        if (existed && after == before) return "; unchanged";
+        std::map<std::string, int> count;
+        for (const std::string& line : linesOf(before)) ++count[line];
+        for (const std::string& line : linesOf(after)) --count[line];
+        std::string diff = existed ? "; rewritten" : "; created";
+        for (const std::string& line : linesOf(before))
+            if (count[line] > 0) { diff += "\n   -" + compact(line); --count[line]; }
+        for (const std::string& line : linesOf(after))
+            if (count[line] < 0) { diff += "\n   +" + compact(line); ++count[line]; }
+        return diff;
+    }
+
+    std::string site_;
+    mode_t umask_ = 0;
+};
+
+namespace {
+std::string text(int result) { return std::to_string(result); }
+std::string text(char result) { return result > ' ' && result < 127 ? std::string{'\'', result, '\''} : text(+result); }
+std::string text(bool result) { return result ? "true" : "false"; }
+std::string text(const std::string& result) { return "\"" + result + "\""; }
+}  // namespace
+
+#define OP(limit, call) Operation{#call, "/conf/httpd.conf", site_, limit, [&] { return text(call); }}
+
+TEST_F(BadInputTest, Websites) {
+    CQZWebsite web(nullptr, conf_.c_str());
+    alias(web.TEMPFILE, "@TEMPFILE@");
+    VHostEntry entry = {};
+    snprintf(entry.IPAddress, sizeof entry.IPAddress, "10.0.0.2");
+    snprintf(entry.DName, sizeof entry.DName, "b.com");
+    snprintf(entry.PunyCode, sizeof entry.PunyCode, "b.com");
+    snprintf(entry.ServerAdmin, sizeof entry.ServerAdmin, "admin");
+    snprintf(entry.Path, sizeof entry.Path, "%s/s/", root_.c_str());
+    entry.IPSwitch = '0';
+    UpdateVHost info = {};
+    std::vector<std::string> names;
+    // The site folder is there, its tree is not.
+    const auto create = [&] {
+        std::error_code ignored;  // an unprivileged caller cannot, and keeps the old tree
+        std::filesystem::remove_all(path("/s/b.com"), ignored);
+        std::filesystem::create_directories(path("/s/b.com"), ignored);
+        return web.CreateWebsite(&entry);
+    };
+    const std::string report = sweep({
+        OP(3000, create()),
+        OP(3000, web.DeleteWebsite("a.com", 0)),
+        OP(3000, web.WebsiteExists("a.com")),
+        OP(3000, web.ListWebsites(names)),
+        OP(3000, (info.pDomain = "a.com", web.GetWebsiteInfo(&info))),
+        OP(3000, web.GetWebsiteStatus("a.com")),
+        OP(0, web.StopWebsite("a.com")),
+        OP(0, web.StartWebsite("a.com")),
+        OP(3000, web.getApacheServerRoot(conf_)),
+    });
+    EXPECT_DATA(report, "badinput/websites.report");
+}
+
+TEST_F(BadInputTest, Toolkit) {
+    ApacheHelper h;
+    std::string value;
+    bool found = false;
+    const std::string dir = root_ + "/s/a.com/www/html";
+    const std::string report = sweep({
+        OP(2999, h.Apache_getDirectiveValue(conf_, "Listen", value, false)),
+        OP(2999, h.Apache_isDirectiveWithValueExists(conf_, "Listen", "80", false)),
+        OP(2999, h.Apache_writeDirective(conf_, "ServerTokens Prod", "Listen", false, -1)),
+        OP(2999, h.Apache_checkModule(conf_, "php5", found)),
+        OP(2999, h.Apache_addModule(conf_, "rewrite")),
+        OP(2024, h.Apache_getDirectiveInVH(conf_, "a.com", "ServerAdmin", value, false)),
+        OP(2999, h.Apache_AddDirectiveInVH(conf_, "a.com", "Redirect", "/x /y", false)),
+        OP(2999, h.Apache_AddDirectivesInVH(conf_, "a.com", {"SSLEngine on"})),
+        OP(2024, h.Apache_DeleteDirectivesInVH(conf_, "a.com", {"ServerAlias"})),
+        OP(2024, h.Apache_UpdateDirectiveInVH(conf_, "a.com", "ServerAlias", "w.a.com", false)),
+        OP(2024, h.Apache_UpdateVHDirectiveContents(conf_, "a.com", "<Directory", "Options -Indexes", true)),
+        OP(4999, h.Apache_isModuleExistsInVH(conf_, "a.com", "mod_php5")),
+        OP(2047, h.Apache_DeleteVhIfmoduleBlock(conf_, "a.com", "mod_php5")),
+        OP(2999, h.Apache_ChangeVirtualHostPort(conf_, "a.com", "10.0.0.3", "8080")),
+        OP(5999, h.Apache_MakeLetsEncryptEntries(conf_, "a.com", "10.0.0.3", "443", {"SSLEngine on"}, false, "")),
+        OP(2024, h.Apache_addDirectoryTag(conf_, "a.com", dir + "/shop", {"Options None"})),
+        OP(2024, h.Apache_deleteDirectoryTag(conf_, "a.com", dir)),
+        OP(2024, h.Apache_UpdateDirectoryTagPath(conf_, "a.com", dir, dir + "2")),
+        OP(2024, h.Apache_UpdateDirectoryDirectives(conf_, "a.com", dir, {"Options All"})),
+    });
+    EXPECT_DATA(report, "badinput/toolkit.report");
+}
+
+TEST_F(BadInputTest, VirtualDirectoriesAndHandlers) {
+    CQZVirtualDirectory vdir(nullptr, conf_.c_str());
+    CQZWebsite web(nullptr, conf_.c_str());
+    alias(web.TEMPFILE, "@TEMPFILE@");
+    SDDir dir = {};
+    snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
+    snprintf(dir.DirPath, sizeof dir.DirPath, "%s/s/a.com/www/html", root_.c_str());
+    snprintf(dir.DirName, sizeof dir.DirName, "shop");
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s/s", root_.c_str());
+    dir.Order = '1';
+    StringVector list;
+    const std::string report = sweep({
+        OP(3000, vdir.CreateVirtualDirectory(&dir, 0, "", "")),
+        OP(3000, vdir.GetVirtualDirectoryinfo(&dir)),
+        OP(3000, vdir.UpdateVirtualDirectory(&dir, "", "")),
+        OP(3000, vdir.DeleteVirtualDirectory(dir.DirPath)),
+        OP(3000, vdir.VirtualDirectoryExists(&dir)),
+        OP(3000, vdir.VirtualDirectoryList("a.com", &list)),
+        OP(3000, vdir.CheckVirDir(&dir)),
+        OP(0, web.EnablePhp("a.com", "mod_php7")),
+        OP(2048, web.DisablePhp("a.com")),
+        OP(2048, web.ISPhpEnabled("a.com")),
+        OP(3000, web.getPHPEntryToDelete("a.com", conf_)),
+        OP(3000, web.Php_addModule(conf_, "libphp7.so")),
+        OP(3000, web.ConfigureFcgidGlobally(conf_, "mod_fcgid")),
+        OP(2047, web.EnablePerl("a.com")),
+        OP(2047, web.DisablePerl("a.com")),
+    });
+    EXPECT_DATA(report, "badinput/vdir_handlers.report");
+}
+
+TEST_F(BadInputTest, ParameterAndSettingsFiles) {
+    FileHandling files;
+    const std::string params = path("/conf/params.txt"), qzconf = path("/etc/QZ.conf");
+    CQZUsers users(nullptr, "/opt", "a.com", nullptr);
+    alias(users.TEMPFILE, "@USERSTEMP@");
+    makeDir("/opt/etc/webusers");
+    const std::string userFile = "/opt/etc/webusers/passwd.a.com";
+    StringVector list;
+    std::string port;
+    const std::string kv = "# list\nann:1\nbob:2\n";
+    const std::string report = sweep({
+        {"isParamValueExistsInFile", "/conf/params.txt", kv, 2999, [&] { return text(files.isParamValueExistsInFile(params, "bob", "2", ':', '#')); }},
+        {"delParamFromFile", "/conf/params.txt", kv, 2999, [&] { return text(files.delParamFromFile(params, "bob", "2", ':', '#')); }},
+        {"editParamValueInFile", "/conf/params.txt", kv, 2999, [&] { return text(files.editParamValueInFile(params, "bob", "2", "3", ':', '#')); }},
+        {"addParamInFile", "/conf/params.txt", kv, 0, [&] { return text(files.addParamInFile(params, "cy:4")); }},
+        {"getParamFromQZConfFile", "/etc/QZ.conf", "A=\"1\"\nWebServerPort=\"8080\"\n", 120,
+         [&] { port = "80"; return text(getParamFromQZConfFile(qzconf, port, "WebServerPort")) + " " + port; }},
+        {"UserDelete", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserDelete("bob")); }},
+        {"ChangePasswd", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.ChangePasswd("bob", "3")); }},
+        {"UserList", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return text(users.UserList(&list)) + " " + std::to_string(list.size()); }},
+    });
+    EXPECT_DATA(report, "badinput/params.report");
+}
+

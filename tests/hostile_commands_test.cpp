@@ -1,0 +1,205 @@
+// Hostile arguments in every operation that builds a command line: blanks,
+// both quotes, ";", "|", "&", "$( )", backquotes, newlines and leading dashes
+// reach each command as single words (fake commands log every word in
+// brackets) and run nothing (an injected "touch canary" would create
+// root/canary). The same operations on ordinary arguments log the words of
+// their documented commands; with only plain words the command text is those
+// words joined by blanks.
+#include "QZTestFixture.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Everything a file name may hold that a shell would act on.
+const std::string kHostileFolder = "it's \"q\" a;b|c&d$(touch canary)`touch canary`\n-x";
+// The same without the double quote and the newline, which a quoted value of
+// a configuration line cannot hold.
+const std::string kHostileSites = "it's a;b|c&d$(touch canary)`touch canary`";
+const std::string kHostileAdmin = "-R $(touch canary);`touch canary`|&'";
+
+const char* const kSite =
+    "Listen 80\n"
+    "LoadModule php5_module modules/libphp5.so\n"
+    "Include conf.d/*.conf\n"
+    "<VirtualHost 10.0.0.1:80>\n"
+    "\tServerName a.com\n"
+    "\tServerAdmin @ADMIN@@a.com\n"
+    "\tDocumentRoot \"@SITES@/a.com/www/html\"\n"
+    "\tServerAlias www.a.com\n"
+    "\tCustomLog @SITES@/a.com/log/httpd/access_log combined\n"
+    "\t<Directory \"@SITES@/a.com\">\n"
+    "\t\tAllowOverride All\n"
+    "\t</Directory>\n"
+    "\t<Directory \"@SITES@/a.com/www/html\">\n"
+    "\t\tAuthType Basic\n"
+    "\t</Directory>\n"
+    "\t<IfModule mod_fcgid.c>\n"
+    "\t\tAddHandler fcgid-script .php\n"
+    "\t</IfModule>\n"
+    "</VirtualHost>\n";
+
+std::string replaced(std::string text, const std::string& mark, const std::string& by) {
+    for (size_t at; (at = text.find(mark)) != std::string::npos;) text.replace(at, mark.size(), by);
+    return text;
+}
+
+}  // namespace
+
+class HostileCommandTest : public QZTest {
+protected:
+    // One run of the operations: ordinary names, or hostile ones.
+    struct Case {
+        std::string label;  // "ordinary" or "hostile"
+        std::string folder;  // of the configuration, under the root
+        std::string sites;   // parent of the site folders, under the root
+        std::string admin;   // the ServerAdmin's local part
+        std::string conf() const { return folder + "/httpd.conf"; }
+    };
+
+    void SetUp() override {
+        QZTest::SetUp();
+        // Every word in brackets; then the real tool, or nothing for the
+        // ones that would change owners and modes.
+        for (const char* name : {"cp", "mv", "mkdir", "htpasswd", "chown", "chmod"}) {
+            const bool real = std::string("chown chmod").find(name) == std::string::npos;
+            fakeCommand(name, std::string("{ printf %s ") + name + "; for a; do printf ' [%s]' \"$a\" | sed -z 's/\\n/\\\\n/g'; done; echo; } >>\"$QZ_TEST_LOG\"\n" +
+                                  (real ? "PATH=\"" + savedPath_ + "\" exec " + name + " \"$@\"" : "exit 0"));
+        }
+        fakeCommand("apachectl", "case \"$1\" in -v) echo 'Server version: Apache/2.4.57 (Unix)' ;;\n"
+                                 "-V) echo ' -D HTTPD_ROOT=\"" + root_ + "/etc/httpd\"' ;; esac");
+        makeDir("/etc/httpd");
+        // tempnam prefers TMPDIR to the folder of the web users it is given.
+        makeDir("/tmp");
+        setenv("TMPDIR", path("/tmp").c_str(), 1);
+        ASSERT_EQ(chdir(root_.c_str()), 0);  // an injected "touch canary" would land here
+        cases_ = {{"ordinary", "/conf", "/home/sites", "admin"},
+                  {"hostile", "/" + kHostileFolder, "/home/" + kHostileSites, kHostileAdmin}};
+        // Not through the shell, as makeDir does.
+        for (const Case& c : cases_) {
+            std::filesystem::create_directories(path(c.folder));
+            std::filesystem::create_directories(path(c.sites + "/a.com/www/html"));
+            std::filesystem::create_directories(path(c.sites + "/b.com"));
+        }
+    }
+
+    void TearDown() override {
+        EXPECT_FALSE(exists("/canary")) << "an injected command ran";
+        // The hostile names change nothing but themselves in the configuration.
+        const Case &ordinary = cases_[0], &hostile = cases_[1];
+        EXPECT_EQ(replaced(replaced(readFile(hostile.conf()), root_ + hostile.sites, root_ + ordinary.sites), hostile.admin, ordinary.admin),
+                  readFile(ordinary.conf()));
+        unsetenv("TMPDIR");
+        QZTest::TearDown();
+    }
+
+    // A scratch name as the command log shows it (newlines as "\n"), written
+    // as `as` in the transcript.
+    void scratchAlias(const std::string& name, const std::string& as) { alias(replaced(name, "\n", "\\n"), as); }
+
+    // The site's configuration for a case, written in its folder; its path.
+    std::string site(const Case& c, const std::string& text = kSite) {
+        writeFile(c.conf(), replaced(replaced(text, "@SITES@", root_ + c.sites), "@ADMIN@", c.admin));
+        return path(c.conf());
+    }
+
+    std::vector<Case> cases_;
+    CQZTrackManager tracker_;
+};
+
+TEST_F(HostileCommandTest, WebsiteCommands) {
+    for (const Case& c : cases_) {
+        const std::string conf = site(c);
+        CQZWebsite website(nullptr, conf.c_str());
+        scratchAlias(website.TEMPFILE, "@TEMPFILE@");
+        VHostEntry entry = {};
+        snprintf(entry.IPAddress, sizeof entry.IPAddress, "10.0.0.2");
+        snprintf(entry.DName, sizeof entry.DName, "b.com");
+        snprintf(entry.PunyCode, sizeof entry.PunyCode, "b.com");
+        snprintf(entry.UserName, sizeof entry.UserName, "nobody");
+        snprintf(entry.ServerAdmin, sizeof entry.ServerAdmin, "%s", c.admin.c_str());
+        snprintf(entry.Path, sizeof entry.Path, "%s/", path(c.sites).c_str());
+        entry.IPSwitch = '0';
+        STEP(c.label + ": CreateWebsite", website.CreateWebsite(&entry));
+        STEP(c.label + ": StopWebsite", website.StopWebsite("b.com"));
+        STEP(c.label + ": StartWebsite", website.StartWebsite("b.com"));
+        STEP(c.label + ": AddHostHeader", website.AddHostHeader("a.com", "x.com;touch canary"));
+        STEP(c.label + ": DeleteHostHeader", website.DeleteHostHeader("a.com", "x.com;touch canary"));
+        STEP(c.label + ": DeleteWebsite", website.DeleteWebsite("b.com", 0));
+    }
+    EXPECT_DATA(transcript_, "hostile/website.transcript");
+}
+
+TEST_F(HostileCommandTest, HandlerCommands) {
+    for (const Case& c : cases_) {
+        const std::string conf = site(c);
+        CQZWebsite website(nullptr, conf.c_str());
+        scratchAlias(website.TEMPFILE, "@TEMPFILE@");
+        STEP(c.label + ": EnableFcgid", website.EnableFcgid("a.com", path(c.sites) + "/php-cgi", "enabled"));
+        STEP(c.label + ": DisableFcgid", website.DisableFcgid("a.com", "mod_fcgid", ".setting_php/php-cgi"));
+        STEP(c.label + ": ConfigureFcgidGlobally", website.ConfigureFcgidGlobally(conf, "mod_fcgid"));
+        STEP(c.label + ": EnablePhp", website.EnablePhp("a.com", "mod_php5"));
+        STEP(c.label + ": DisablePhp", website.DisablePhp("a.com"));
+        STEP(c.label + ": Php_addModule", website.Php_addModule(conf, "libphp7.so"));
+        STEP(c.label + ": Php_disableModule", website.Php_disableModule(conf, "libphp7.so"));
+        STEP(c.label + ": EnablePerl", website.EnablePerl("a.com"));
+        STEP(c.label + ": DisablePerl", website.DisablePerl("a.com"));
+    }
+    EXPECT_DATA(transcript_, "hostile/handlers.transcript");
+}
+
+TEST_F(HostileCommandTest, ToolkitCommands) {
+    for (const Case& c : cases_) {
+        const std::string conf = site(c), dir = root_ + c.sites + "/a.com";
+        ApacheHelper helper;
+        STEP(c.label + ": writeDirective", helper.Apache_writeDirective(conf, "ServerTokens Prod", "Listen", true, -1));
+        STEP(c.label + ": addModule", helper.Apache_addModule(conf, "rewrite"));
+        STEP(c.label + ": AddDirectiveInVH", helper.Apache_AddDirectiveInVH(conf, "a.com", "Redirect", "/x /y", false));
+        STEP(c.label + ": AddDirectivesInVH", helper.Apache_AddDirectivesInVH(conf, "a.com", {"SSLEngine on"}));
+        STEP(c.label + ": DeleteDirectivesInVH", helper.Apache_DeleteDirectivesInVH(conf, "a.com", {"SSLEngine"}));
+        STEP(c.label + ": UpdateDirectiveInVH", helper.Apache_UpdateDirectiveInVH(conf, "a.com", "ServerAlias", "w.a.com", false));
+        STEP(c.label + ": UpdateVHDirectiveContents",
+             helper.Apache_UpdateVHDirectiveContents(conf, "a.com", "<Directory \"" + dir + "\">", "Options -Indexes", true));
+        STEP(c.label + ": DeleteVhIfmoduleBlock", helper.Apache_DeleteVhIfmoduleBlock(conf, "a.com", "mod_fcgid"));
+        STEP(c.label + ": ChangeVirtualHostPort", helper.Apache_ChangeVirtualHostPort(conf, "a.com", "10.0.0.3", "8080"));
+        STEP(c.label + ": MakeLetsEncryptEntries",
+             helper.Apache_MakeLetsEncryptEntries(conf, "a.com", "10.0.0.3", "443", {"SSLEngine on"}, false, ""));
+        STEP(c.label + ": addDirectoryTag", helper.Apache_addDirectoryTag(conf, "a.com", dir + "/shop", {"Options None"}));
+        STEP(c.label + ": UpdateDirectoryTagPath", helper.Apache_UpdateDirectoryTagPath(conf, "a.com", dir + "/shop", dir + "/store"));
+        STEP(c.label + ": UpdateDirectoryDirectives", helper.Apache_UpdateDirectoryDirectives(conf, "a.com", dir + "/store", {"Options All"}));
+        STEP(c.label + ": deleteDirectoryTag", helper.Apache_deleteDirectoryTag(conf, "a.com", dir + "/store"));
+        STEP(c.label + ": RedirectVHFromHttpToHttps", helper.Apache_RedirectVHFromHttpToHttps(conf, "a.com", "10.0.0.3", "80"));
+    }
+    EXPECT_DATA(transcript_, "hostile/toolkit.transcript");
+}
+
+TEST_F(HostileCommandTest, AccessCommands) {
+    for (const Case& c : cases_) {
+        const std::string conf = site(c);
+        CQZVirtualDirectory vdir(nullptr, conf.c_str());
+        SDDir dir = {};
+        snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
+        snprintf(dir.DirPath, sizeof dir.DirPath, "%s%s/a.com/www/html", root_.c_str(), c.sites.c_str());
+        snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s%s", root_.c_str(), c.sites.c_str());
+        dir.Order = '1';
+        dir.AnonAccess = '1';
+        const bool hostile = c.label == "hostile";
+        const std::string name = hostile ? "-D;touch canary" : "webadmin", pass = hostile ? "p'w \"$(touch canary)\"\n`id`" : "s3cret";
+        STEP(c.label + ": UpdateVirtualDirectory", vdir.UpdateVirtualDirectory(&dir, name, pass));
+        EXPECT_TRUE(htpasswdAccepts(root_ + c.sites + "/a.com/webusers_a.com.htpasswd", name, pass)) << c.label;
+        // The password file of a web user, named after the domain and folder.
+        const std::string domain = hostile ? "shop.test';touch canary;'$(touch canary)\n-x" : "shop.test";
+        const std::string folder = hostile ? "/priv `touch canary`" : "/priv";
+        CQZUsers users(nullptr, "/opt", domain.c_str(), folder.c_str());
+        scratchAlias(users.TEMPFILE, "@USERSTEMP@");
+        std::filesystem::create_directories(path("/opt/etc/webusers"));
+        const std::string file = "/opt/etc/webusers/passwd." + domain + "_" + users.FolderPath;
+        writeFile(file, "ann:1\nbob:2\n");
+        STEP(c.label + ": ChangePasswd", users.ChangePasswd("ann", "3"));
+        EXPECT_EQ(readFile(file), "ann:3\nbob:2\n") << c.label;
+    }
+    EXPECT_DATA(transcript_, "hostile/access.transcript");
+}
