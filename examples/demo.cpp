@@ -1,125 +1,296 @@
-// Demonstration: creates a website in a sample Apache configuration written
-// to a scratch folder, lists, stops, starts and deletes websites there, and
-// shows what the tracker saw.
+// Demonstration: the library configures a real Apache.
 //
-//   qzapache-demo [FOLDER]    (default: a new folder under /tmp)
-#include <libqzapache.h>
+// A sandboxed server (ApacheSandbox: the system's Apache with its own
+// configuration, on 127.0.0.1 and a free port, every file in one scratch
+// folder) is set up, started, and then changed through the library's
+// operations only: websites created, stopped, started and deleted, a
+// password-protected virtual directory, a private folder and its users, a
+// host header, an HTTPS redirect and Perl CGI. After each change Apache
+// checks the configuration ("apachectl -t") and restarts gracefully
+// (CmdApchRestart), and curl shows what the server now answers.
+//
+//   qzapache-demo [FOLDER]   FOLDER: an existing scratch folder, left in place
+//                            (default: a new one under /tmp, removed at the end)
+//
+// The library's own messages go to library.log in the scratch folder. The
+// exit status is 1 when an answer was not the one expected.
+#include "ApacheSandbox.h"
+#include "libqzapache.h"
 
-#include <cstdlib>
-#include <fstream>
+#include <cctype>
+#include <fcntl.h>
 #include <iostream>
+#include <memory>
 #include <sstream>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+using sandbox::ApacheSandbox;
+using sandbox::Login;
+using sandbox::Reply;
+
 namespace {
 
-std::string readAll(const std::string& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+const std::string kShop = "shop.example";
+const std::string kBooks = "bücher.example";
+const std::string kBooksAscii = "xn--bcher-kva.example";
+const std::string kDefaultPage = "Default site of the sandbox";
+
+// Sends standard output and error (the library's messages and those of the
+// commands it runs) to a log file while it lives.
+class Quiet {
+public:
+    explicit Quiet(const std::string& log) {
+        std::cout.flush();
+        fflush(stdout);
+        out_ = dup(1);
+        err_ = dup(2);
+        const int fd = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        if (fd >= 0) {
+            dup2(fd, 1);
+            dup2(fd, 2);
+            close(fd);
+        }
+    }
+    ~Quiet() {
+        std::cout.flush();
+        fflush(stdout);
+        dup2(out_, 1);
+        dup2(err_, 2);
+        close(out_);
+        close(err_);
+    }
+
+private:
+    int out_, err_;
+};
+
+// Characters on screen, not bytes: "bücher" is six wide.
+size_t width(const std::string& text) {
+    size_t n = 0;
+    for (unsigned char c : text) n += (c & 0xC0) != 0x80;
+    return n;
 }
 
-void show(const std::string& title, const std::string& text) {
-    std::cout << "---- " << title << " ----\n" << text << "----\n";
+class Demo {
+public:
+    explicit Demo(ApacheSandbox& box) : box_(box), conf_(box.configuration()), log_(box.folder() + "/library.log") {}
+
+    int run();
+
+private:
+    void line(const std::string& left, const std::string& right) {
+        std::cout << "   " << left << std::string(width(left) < 56 ? 56 - width(left) : 1, ' ') << "-> " << right
+                  << "\n";
+    }
+    // One operation of the library: what it was, its result code and what that means.
+    template <typename Call>
+    void op(const std::string& what, Call call, const std::string& meaning) {
+        std::ostringstream result;
+        {
+            Quiet quiet(log_);
+            result << show(call());
+        }
+        line(what, result.str() + "  (" + meaning + ")");
+    }
+    static std::string show(char code) {
+        return isalpha(static_cast<unsigned char>(code)) ? std::string("'") + code + "'" : std::to_string(+code);
+    }
+    static std::string show(int code) { return std::to_string(code); }
+    static std::string show(bool value) { return value ? "true" : "false"; }
+
+    // "apachectl -t", then the graceful restart.
+    void reload() {
+        std::string message;
+        const bool accepted = box_.configurationAccepted(&message);
+        int restarted = -1;
+        if (accepted) {
+            Quiet quiet(log_);
+            restarted = website_->CmdApchRestart(box_.pidFile().c_str());
+        }
+        line("apachectl -t; CmdApchRestart(pid file)",
+             (accepted ? "Syntax OK" : "REJECTED: " + message) + "; " + std::to_string(restarted) +
+                 (restarted == 0 ? " (graceful restart signalled)" : ""));
+        if (!accepted || restarted != 0) ++failures_;
+    }
+
+    // What curl gets, waiting a moment for a restart to take effect; flags an
+    // answer that is not the expected one.
+    void get(const std::string& host, const std::string& path, int status, const std::string& text,
+             const Login& login = {}) {
+        const auto wanted = [&](const Reply& reply) { return reply.matches(status, text); };
+        const Reply reply = box_.fetchUntil(wanted, host, path, login);
+        std::string who = login.user.empty() ? "" : "  as " + login.user + ":" + login.password;
+        line("curl " + host + path + who, reply.summary());
+        if (!wanted(reply)) {
+            std::cout << "      UNEXPECTED: wanted " << status << " with \"" << text << "\"\n";
+            ++failures_;
+        }
+    }
+
+    void title(const std::string& text) { std::cout << "\n" << text << "\n"; }
+    void createSite(const std::string& name, const std::string& ascii);
+
+    ApacheSandbox& box_;
+    const std::string conf_;
+    const std::string log_;
+    CQZTrackManager tracker_;
+    std::unique_ptr<CQZWebsite> website_;
+    int failures_ = 0;
+};
+
+void Demo::createSite(const std::string& name, const std::string& ascii) {
+    VHostEntry site = box_.website(name, ascii);
+    op("CreateWebsite " + name + (name == ascii ? "" : " (" + ascii + ")"),
+       [&] { return website_->CreateWebsite(&site); }, "94 = created");
+    box_.writeFile(box_.documentRoot(name) + "/index.html", "Welcome to " + name + "\n");
+}
+
+int Demo::run() {
+    {
+        Quiet quiet(log_);
+        website_ = std::make_unique<CQZWebsite>(&tracker_, conf_.c_str());
+    }
+    const std::string shopRoot = box_.documentRoot(kShop), booksRoot = box_.documentRoot(kBooks);
+    const std::string welcomeShop = "Welcome to " + kShop, welcomeBooks = "Welcome to " + kBooks;
+
+    title("1. Two new websites, one with an internationalised name; Apache is started");
+    createSite(kShop, kShop);
+    createSite(kBooks, kBooksAscii);
+    std::string message;
+    const bool accepted = box_.configurationAccepted(&message);
+    line("apachectl -t", accepted ? "Syntax OK" : "REJECTED: " + message);
+    // Apache 2.4 accepts the NameVirtualHost line new websites bring, with a warning.
+    std::istringstream said(accepted ? message : "");
+    for (std::string text; std::getline(said, text);)
+        if (text != "Syntax OK") std::cout << "      Apache notes: " << text << "\n";
+    if (!accepted || !box_.start(&message)) {
+        std::cout << "   the server did not start:\n" << message;
+        return 1;
+    }
+    line("apachectl -k start", "running, PID " + std::to_string(box_.runningPid()));
+    get(kShop, "/", 200, welcomeShop);
+    get("www." + kShop, "/", 200, welcomeShop);
+    get(kBooksAscii, "/", 200, welcomeBooks);
+    get("www." + kBooksAscii, "/", 200, welcomeBooks);
+
+    title("2. A website stopped (its block commented out), then started again");
+    op("StopWebsite " + kShop, [&] { return website_->StopWebsite(kShop.c_str()); }, "30 = stopped");
+    reload();
+    get(kShop, "/", 200, kDefaultPage);
+    op("StartWebsite " + kShop, [&] { return website_->StartWebsite(kShop.c_str()); }, "29 = started");
+    reload();
+    get(kShop, "/", 200, welcomeShop);
+
+    title("3. A virtual directory without anonymous access, for the webadmin");
+    mkdir((shopRoot + "/members").c_str(), 0755);
+    box_.writeFile(shopRoot + "/members/index.html", "Members only\n");
+    SDDir dir = {};
+    snprintf(dir.DomainName, sizeof dir.DomainName, "%s", kShop.c_str());
+    snprintf(dir.DirPath, sizeof dir.DirPath, "%s/members", shopRoot.c_str());
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s/home", box_.folder().c_str());
+    dir.AnonAccess = '1';
+    CQZVirtualDirectory directories(&tracker_, conf_.c_str());
+    op("CreateVirtualDirectory " + kShop + "/members",
+       [&] { return directories.CreateVirtualDirectory(&dir, 0, "webadmin", "s3cret"); }, "'S' = created");
+    reload();
+    get(kShop, "/members/", 401, "Unauthorized");
+    get(kShop, "/members/", 200, "Members only", {"webadmin", "s3cret"});
+    get(kShop, "/members/", 401, "Unauthorized", {"webadmin", "guess"});
+
+    title("4. A private folder (.htaccess and .htpasswd): two users, then one deleted");
+    const std::string privateFolder = booksRoot + "/private";
+    mkdir(privateFolder.c_str(), 0755);
+    box_.writeFile(privateFolder + "/index.html", "Private pages\n");
+    PrivateFolder folders(&tracker_);
+    op("addPrivateFolder .../private alice",
+       [&] { return folders.addPrivateFolder(privateFolder, "alice", "alice-pw"); }, "1602 = added");
+    op("addPrivateFolder .../private bob", [&] { return folders.addPrivateFolder(privateFolder, "bob", "bob-pw"); },
+       "1602 = added");
+    get(kBooksAscii, "/private/", 401, "Unauthorized");
+    get(kBooksAscii, "/private/", 200, "Private pages", {"alice", "alice-pw"});
+    get(kBooksAscii, "/private/", 200, "Private pages", {"bob", "bob-pw"});
+    op("deletePrivateFolder .../private alice", [&] { return folders.deletePrivateFolder(privateFolder, "alice"); },
+       "1603 = deleted");
+    get(kBooksAscii, "/private/", 401, "Unauthorized", {"alice", "alice-pw"});
+    get(kBooksAscii, "/private/", 200, "Private pages", {"bob", "bob-pw"});
+
+    title("5. A host header added, then deleted");
+    op("AddHostHeader " + kShop + " store.example", [&] { return website_->AddHostHeader(kShop, "store.example"); },
+       "0 = added");
+    reload();
+    get("store.example", "/", 200, welcomeShop);
+    op("DeleteHostHeader " + kShop + " store.example",
+       [&] { return website_->DeleteHostHeader(kShop, "store.example"); }, "0 = deleted");
+    reload();
+    get("store.example", "/", 200, kDefaultPage);
+
+    title("6. An HTTPS redirect file: created, stopped, started, deleted");
+    ApacheHelper helper;
+    const std::string port = box_.portText(), https = "https://" + kShop + "/cart?id=7";
+    op("Apache_RedirectVHFromHttpToHttps " + kShop,
+       [&] { return helper.Apache_RedirectVHFromHttpToHttps(conf_, kShop, "127.0.0.1", port); }, "written");
+    reload();
+    get(kShop, "/cart?id=7", 301, https);
+    op("Apache_StopRedirectVHFromHttpToHttps", [&] { return helper.Apache_StopRedirectVHFromHttpToHttps(conf_, kShop); },
+       ".conf renamed .conf.stop");
+    reload();
+    get(kShop, "/", 200, welcomeShop);
+    op("Apache_StartRedirectVHFromHttpToHttps",
+       [&] { return helper.Apache_StartRedirectVHFromHttpToHttps(conf_, kShop); }, ".conf.stop renamed .conf");
+    reload();
+    get(kShop, "/cart?id=7", 301, https);
+    op("Apache_DeleteRedirectVHFromHttpToHttps",
+       [&] { return helper.Apache_DeleteRedirectVHFromHttpToHttps(conf_, kShop); }, "file deleted");
+    reload();
+    get(kShop, "/", 200, welcomeShop);
+
+    title("7. Perl CGI enabled for a site, then disabled");
+    box_.writeFile(shopRoot + "/hello.pl",
+                   "#!/usr/bin/perl\nprint \"Content-Type: text/plain\\n\\n\";\nprint \"Perl says \", 6 * 7, \"\\n\";\n",
+                   0755);
+    op("Apache_addDirectoryTag <docroot> Options +ExecCGI",
+       [&] { return helper.Apache_addDirectoryTag(conf_, kShop, shopRoot, {"Options +ExecCGI"}); },
+       "0 = section added");
+    op("EnablePerl " + kShop, [&] { return website_->EnablePerl(kShop); }, "0 = AddHandler cgi-script added");
+    reload();
+    get(kShop, "/hello.pl", 200, "Perl says 42");
+    op("DisablePerl " + kShop, [&] { return website_->DisablePerl(kShop); }, "0 = AddHandler removed");
+    reload();
+    get(kShop, "/hello.pl", 200, "#!/usr/bin/perl");
+
+    title("8. A website deleted: its names fall back to the default site");
+    op("DeleteWebsite " + kBooks, [&] { return website_->DeleteWebsite(kBooks.c_str(), 0); }, "24 = deleted");
+    reload();
+    get(kBooksAscii, "/", 200, kDefaultPage);
+    get(kShop, "/", 200, welcomeShop);
+    return failures_;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::string folder;
-    if (argc > 1) {
-        folder = argv[1];
-        mkdir(folder.c_str(), 0755);
-    } else {
-        char templ[] = "/tmp/qzapache-demo-XXXXXX";
-        if (mkdtemp(templ) == nullptr) return 1;
-        folder = templ;
+    const std::string missing = ApacheSandbox::missingTools();
+    if (!missing.empty()) {
+        std::cerr << "qzapache-demo needs Debian's apache2, apache2-utils and curl; missing: " << missing
+                  << "\n(./scripts/demo.sh installs them)\n";
+        return 2;
     }
-    // Everything the library names itself (/etc/..., /var/run/...) now lies
-    // under the scratch folder; nothing of the real system is touched.
-    qz::setSystemRoot(folder);
-    mkdir((folder + "/conf.d").c_str(), 0755);
-
-    const std::string conf = folder + "/httpd.conf";
-    std::ofstream(conf) << "ServerRoot \"" << folder << "\"\n"
-                        << "Listen 80\n\n"
-                        << "NameVirtualHost 192.0.2.10:80\n\n"
-                        << "<VirtualHost 192.0.2.10:80>\n"
-                        << "    ServerName example.com\n"
-                        << "    ServerAlias www.example.com\n"
-                        << "    DocumentRoot \"/home/www/example.com/www/html\"\n"
-                        << "</VirtualHost>\n\n"
-                        << "#<VirtualHost 192.0.2.10:80>\n"
-                        << "#    ServerName stopped.org\n"
-                        << "#</VirtualHost>\n\n"
-                        << "<VirtualHost 192.0.2.10:80>\n"
-                        << "    ServerName shop.example.net\n"
-                        << "</VirtualHost>\n"
-                        << "Include conf.d/extra.conf\n";
-    std::ofstream(folder + "/conf.d/extra.conf") << "<VirtualHost 192.0.2.10:80>\n"
-                                                  << "    ServerName blog.example.org\n"
-                                                  << "</VirtualHost>\n";
-    show(conf, readAll(conf));
-
-    CQZTrackManager tracker;
-    CQZWebsite website(&tracker, conf.c_str());
-
-    // A new website: its block goes to the end of the configuration and its
-    // folders under <folder>/home/new.example.org, owned by this user.
-    mkdir((folder + "/home").c_str(), 0755);
-    mkdir((folder + "/home/new.example.org").c_str(), 0755);
-    const struct passwd* me = getpwuid(geteuid());
-    VHostEntry site = {};
-    snprintf(site.IPAddress, sizeof site.IPAddress, "192.0.2.10");
-    snprintf(site.DName, sizeof site.DName, "new.example.org");
-    snprintf(site.PunyCode, sizeof site.PunyCode, "new.example.org");
-    snprintf(site.UserName, sizeof site.UserName, "%s", me ? me->pw_name : "nobody");
-    snprintf(site.ServerAdmin, sizeof site.ServerAdmin, "%s", me ? me->pw_name : "nobody");
-    snprintf(site.Port, sizeof site.Port, "80");
-    snprintf(site.Path, sizeof site.Path, "%s/home/", folder.c_str());
-    site.IPSwitch = '1';
-    const int created = website.CreateWebsite(&site);
-    std::cout << "CreateWebsite(new.example.org) -> " << created
-              << " (94 = done, 2 = a folder could not be made; chown reports an error where the group"
-                 " qz7group does not exist)\n";
-    show(conf + " after the create", readAll(conf));
-
-    std::vector<std::string> sites;
-    int result = website.ListWebsites(sites);
-    std::cout << "ListWebsites -> " << result << " (28 = done):";
-    for (const auto& name : sites) std::cout << " " << name;
-    std::cout << "\n";
-
-    for (const char* domain : {"example.com", "stopped.org", "missing.com"})
-        std::cout << "WebsiteExists(" << domain << ") -> " << int(website.WebsiteExists(domain))
-                  << " (31 = exists, 32 = does not)\n";
-
-    int status = 0;
-    std::cout << "StopWebsite(new.example.org) -> " << int(website.StopWebsite("new.example.org"))
-              << " (30 = done)\n";
-    status = website.GetWebsiteStatus("new.example.org");
-    std::cout << "GetWebsiteStatus(new.example.org) -> " << status << " (33 = stopped, 34 = running)\n";
-    show(conf + " after the stop", readAll(conf));
-    std::cout << "StartWebsite(new.example.org) -> " << int(website.StartWebsite("new.example.org"))
-              << " (29 = done)\n";
-    status = website.GetWebsiteStatus("new.example.org");
-    std::cout << "GetWebsiteStatus(new.example.org) -> " << status << " (33 = stopped, 34 = running)\n";
-
-    for (const char* domain : {"example.com", "stopped.org", "new.example.org"})
-        std::cout << "DeleteWebsite(" << domain << ") -> " << int(website.DeleteWebsite(domain, 0))
-                  << " (24 = done)\n";
-    show(conf + " after the deletes", readAll(conf));
-
-    std::cout << "Tracker calls:\n";
-    for (const auto& call : tracker.calls) {
-        std::cout << "  " << call.function << " " << call.text;
-        for (size_t i = 0; i < call.values.size(); ++i)
-            std::cout << " " << call.names[i] << "=\"" << call.values[i] << "\"";
-        std::cout << "\n";
+    int failures = 0;
+    {
+        ApacheSandbox box(argc > 1 ? argv[1] : "");
+        if (!box.ready()) {
+            std::cerr << "qzapache-demo: " << box.problem() << "\n";
+            return 2;
+        }
+        std::cout << "libqzapache drives a real Apache on 127.0.0.1:" << box.port() << ".\n"
+                  << "Scratch folder (the library's system root): " << box.folder() << "\n"
+                  << "Configuration: " << box.configuration() << "; the library's messages: "
+                  << box.folder() << "/library.log\n";
+        failures = Demo(box).run();
+        box.stop();
+        std::cout << "\nServer stopped" << (box.runningPid() == 0 ? "; nothing is left running.\n" : " - NOT.\n");
     }
-    std::cout << "Files are in " << folder << "\n";
-    return 0;
+    if (failures != 0) std::cout << failures << " answer(s) were not the expected ones.\n";
+    return failures == 0 ? 0 : 1;
 }

@@ -1,8 +1,28 @@
 #!/bin/sh
-# Builds the library and runs the demonstration on a sample configuration in a
-# scratch folder (nothing of the real system is read or written).
+# Installs what the demonstration needs (Debian's apache2, apache2-utils, curl
+# and the build tools; no service is started), builds the library, and walks
+# through websites, virtual directories, private folders, host headers, an
+# HTTPS redirect and Perl CGI on a real Apache that runs in a scratch folder
+# on 127.0.0.1. The server is stopped and the folder removed at the end.
 set -eu
 cd "$(dirname "$0")/.."
+./scripts/apt-install.sh cmake g++ make libgtest-dev pkgconf apache2 apache2-utils curl
+
+echo "== building (the first build takes a few minutes)"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target qzapache-demo >/dev/null
-exec ./build/qzapache-demo "$@"
+
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/qzapache-demo-XXXXXX")
+cleanup() {
+  # The demonstration stops its server itself; this covers an interrupted run.
+  pid=$(cat "$scratch/var/run/apache2.pid" 2>/dev/null || true)
+  if [ -n "$pid" ] && [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = apache2 ]; then
+    kill "$pid" 2>/dev/null || true
+    i=0
+    while [ -d "/proc/$pid" ] && [ $i -lt 50 ]; do sleep 0.1; i=$((i + 1)); done
+  fi
+  rm -rf "$scratch"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+./build/qzapache-demo "$scratch"

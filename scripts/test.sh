@@ -6,14 +6,14 @@ set -eu
 cd "$(dirname "$0")/.."
 
 # apache2-utils: the real htpasswd, which the web-user and private-folder tests use.
-packages="cmake g++ make libgtest-dev pkgconf apache2-utils"
+# apache2, curl: the real server and client of the end-to-end tests (tests/e2e).
+packages="cmake g++ make libgtest-dev pkgconf apache2-utils apache2 curl"
 missing=""
 for p in $packages; do
   dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"
 done
 if [ -n "$missing" ]; then
-  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -q && $sudo apt-get install -y -q $missing
+  ./scripts/apt-install.sh $missing   # as root or through sudo; starts no service
 fi
 
 jobs=$(nproc 2>/dev/null || echo 2)
