@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 
 echo "== building (the first build takes a few minutes)"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target qzapache-demo >/dev/null
+cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target qzapache-demo --target qzapache-cli >/dev/null
 
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/qzapache-demo-XXXXXX")
 cleanup() {
@@ -26,3 +26,20 @@ cleanup() {
 trap cleanup EXIT
 trap 'exit 130' INT TERM
 ./build/qzapache-demo "$scratch"
+
+# The same library from the command line, on the configuration the
+# demonstration left behind (the server is stopped by now; the sandbox's
+# apachectl, first on PATH, checks the syntax).
+echo
+echo "9. The command-line front end, qzapache, on the same scratch folder (\$ROOT)"
+PATH="$scratch/bin:$PATH"
+cli() {
+  echo "   \$ qzapache --root \$ROOT $*"
+  status=0
+  ./build/cli/qzapache --root "$scratch" "$@" > "$scratch/cli.out" 2>&1 || status=$?
+  sed "s|$scratch|\$ROOT|g; s|^|     |" "$scratch/cli.out"
+  echo "     (exit status $status)"
+}
+cli list-websites
+cli --json website-status --domain-name shop.example
+cli --verify set-directive --domain-name shop.example --add --directive NoSuchDirective --value on
