@@ -2,6 +2,7 @@
 
 #include "QZSystemRoot.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -42,7 +43,8 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     struct stat st;
     if (fd_ >= 0 && fstat(fd_, &st) == 0 && S_ISDIR(st.st_mode)) close();
     reserve(limit == 0 ? 256 : limit);
-    line_[0] = '\0';
+    own_[0] = '\0';
+    line_ = own_;
 }
 
 int configurationUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
@@ -55,7 +57,7 @@ int configurationUnreadable(const char* httpdConfFile, const LineReader& in, con
 LineReader::~LineReader() {
     close();
     delete[] block_;
-    delete[] line_;
+    delete[] own_;
 }
 
 void LineReader::close() {
@@ -68,15 +70,16 @@ void LineReader::reserve(size_t n) {
     size_t cap = cap_ == 0 ? n : cap_;
     while (cap < n) cap *= 2;
     char* grown = new char[cap];
-    if (len_ > 0) memcpy(grown, line_, len_);
-    delete[] line_;
-    line_ = grown;
+    if (len_ > 0 && line_ == own_) memcpy(grown, own_, len_);
+    if (line_ == own_) line_ = grown;
+    delete[] own_;
+    own_ = grown;
     cap_ = cap;
 }
 
 void LineReader::append(const char* p, size_t n) {
     reserve(len_ + n + 1);
-    memcpy(line_ + len_, p, n);
+    memcpy(own_ + len_, p, n);
     len_ += n;
 }
 
@@ -88,6 +91,7 @@ bool LineReader::refill() {
         if (got > 0) {
             pos_ = 0;
             end_ = static_cast<size_t>(got);
+            blockHasNul_ = memchr(block_, '\0', end_) != nullptr;
             return true;
         }
         if (got < 0 && errno == EINTR) continue;
@@ -104,13 +108,32 @@ bool LineReader::getline(size_t limit) {
         fail_ = true;
         if (limit != 0) {
             len_ = 0;
-            line_[0] = '\0';
+            own_[0] = '\0';
+            line_ = own_;
             clen_ = 0;
         }
         return false;
     }
-    len_ = 0;
     const size_t room = limit == 0 ? SIZE_MAX : limit - 1;
+    // The common case: the line and its '\n' lie in the block, within the limit.
+    const size_t scan = std::min(end_ - pos_, room);
+    if (char* nl = scan > 0 ? static_cast<char*>(memchr(block_ + pos_, '\n', scan)) : nullptr) {
+        char* start = block_ + pos_;
+        len_ = static_cast<size_t>(nl - start);
+        *nl = '\0';
+        line_ = start;
+        pos_ += len_ + 1;
+        clen_ = blockHasNul_ ? strnlen(line_, len_) : len_;
+        return true;
+    }
+    return getlineCopied(room);
+}
+
+// A line that crosses the end of the block, reaches the limit or ends the
+// file: copied into the line buffer, block by block.
+bool LineReader::getlineCopied(size_t room) {
+    len_ = 0;
+    line_ = own_;
     bool delimiter = false;
     for (;;) {
         if (pos_ == end_ && !refill()) {
@@ -147,8 +170,9 @@ bool LineReader::getline(size_t limit) {
     }
     if (len_ == 0 && !delimiter) fail_ = true;  // nothing extracted
     reserve(len_ + 1);
-    line_[len_] = '\0';
-    clen_ = strnlen(line_, len_);
+    own_[len_] = '\0';
+    line_ = own_;
+    clen_ = strnlen(own_, len_);
     return !fail_;
 }
 
@@ -171,39 +195,71 @@ void sayLine(std::string_view text) {
 }
 
 namespace {
-// fopen's stream over a file opened with `flags`, never through a symbolic
-// link: one planted where a scratch file goes would redirect the write to
-// its target.
-FILE* openNoFollow(const char* path, int flags, const char* mode) {
-    if (path == nullptr) return nullptr;
-    const int fd = ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
-    if (fd < 0) return nullptr;
-    FILE* f = fdopen(fd, mode);
-    if (f == nullptr) ::close(fd);
-    return f;
+// A file opened for writing with `flags`, never through a symbolic link: one
+// planted where a scratch file goes would redirect the write to its target.
+int openNoFollow(const char* path, int flags) {
+    if (path == nullptr) return -1;
+    return ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
+}
+
+// Writes all of `n` bytes, as far as the file takes them.
+void writeAll(int fd, const char* p, size_t n) {
+    while (n > 0) {
+        const ssize_t put = ::write(fd, p, n);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return;
+        p += put;
+        n -= static_cast<size_t>(put);
+    }
 }
 }  // namespace
 
+OutFile::~OutFile() {
+    close();
+    delete[] buffer_;
+}
+
+bool OutFile::attach(int fd) {
+    if (fd < 0) return false;
+    fd_ = fd;
+    if (buffer_ == nullptr) buffer_ = new char[kBlockSize];
+    room_ = kBlockSize;
+    used_ = 0;
+    return true;
+}
+
 bool OutFile::open(const char* path) {
     close();
-    f_ = openNoFollow(path, O_TRUNC, "w");
-    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
-    return f_ != nullptr;
+    return attach(openNoFollow(path, O_TRUNC));
 }
 
 bool OutFile::openAppend(const char* path) {
     close();
-    f_ = openNoFollow(path, O_APPEND, "a");
-    return f_ != nullptr;
+    return attach(openNoFollow(path, O_APPEND));
 }
 
-void OutFile::write(std::string_view text) {
-    if (f_ != nullptr && !text.empty()) fwrite(text.data(), 1, text.size(), f_);
+void OutFile::flush() {
+    if (used_ > 0) writeAll(fd_, buffer_, used_);
+    used_ = 0;
+}
+
+void OutFile::writeThrough(std::string_view text) {
+    if (fd_ < 0) return;
+    flush();
+    if (text.size() < room_) {
+        memcpy(buffer_, text.data(), text.size());
+        used_ = text.size();
+    } else {
+        writeAll(fd_, text.data(), text.size());
+    }
 }
 
 void OutFile::close() {
-    if (f_ != nullptr) fclose(f_);
-    f_ = nullptr;
+    if (fd_ < 0) return;
+    flush();
+    ::close(fd_);
+    fd_ = -1;
+    room_ = 0;
 }
 
 // ---- Shell ------------------------------------------------------------------
@@ -315,9 +371,7 @@ void trackModule(CQZTrackManager* tracker, const char* module) {
 bool OutFile::openTarget(const char* path) {
     close();
     if (path == nullptr) return false;
-    f_ = fopen(path, "we");
-    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
-    return f_ != nullptr;
+    return attach(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
 }
 
 }  // namespace qz
