@@ -3,6 +3,9 @@
 #include "QZSystemRoot.h"
 
 #include <algorithm>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -57,6 +60,7 @@ int configurationUnreadable(const char* httpdConfFile, const LineReader& in, con
 LineReader::~LineReader() {
     close();
     delete[] block_;
+    delete[] newlines_;
     delete[] own_;
 }
 
@@ -85,17 +89,69 @@ void LineReader::append(const char* p, size_t n) {
 
 bool LineReader::refill() {
     if (fd_ < 0) return false;
-    if (block_ == nullptr) block_ = new char[kBlockSize];
+    if (block_ == nullptr) {
+        block_ = new char[kBlockSize];
+        newlines_ = new uint64_t[kBlockSize / 64];
+    }
     for (;;) {
         ssize_t got = ::read(fd_, block_, kBlockSize);
         if (got > 0) {
             pos_ = 0;
             end_ = static_cast<size_t>(got);
-            blockHasNul_ = memchr(block_, '\0', end_) != nullptr;
+            indexBlock();
             return true;
         }
         if (got < 0 && errno == EINTR) continue;
         return false;  // end of file, or a file that cannot be read
+    }
+}
+
+// Marks where the block just read holds '\n' (one bit a byte, 64 a word)
+// and notes whether it holds a NUL byte: 16 bytes at a time where the
+// processor has SSE2, byte by byte for the rest.
+void LineReader::indexBlock() {
+    bool nul = false;
+    size_t word = 0;
+#if defined(__SSE2__)
+    const __m128i newline = _mm_set1_epi8('\n'), zero = _mm_setzero_si128();
+    __m128i nuls = zero;
+    for (; (word + 1) * 64 <= end_; ++word) {
+        const char* p = block_ + word * 64;
+        uint64_t bits = 0;
+        for (int k = 0; k < 4; ++k) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+            bits |= static_cast<uint64_t>(static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, newline))))
+                    << (16 * k);
+            nuls = _mm_or_si128(nuls, _mm_cmpeq_epi8(v, zero));
+        }
+        newlines_[word] = bits;
+    }
+    nul = _mm_movemask_epi8(nuls) != 0;
+#endif
+    for (; word * 64 < end_; ++word) {
+        uint64_t bits = 0;
+        const size_t stop = std::min(end_, (word + 1) * 64);
+        for (size_t i = word * 64; i < stop; ++i) {
+            if (block_[i] == '\n') bits |= uint64_t{1} << (i % 64);
+            nul = nul || block_[i] == '\0';
+        }
+        newlines_[word] = bits;
+    }
+    blockHasNul_ = nul;
+}
+
+// The position of the first '\n' of the block in [from, stop), from < stop <=
+// end_; SIZE_MAX when there is none.
+size_t LineReader::nextNewline(size_t from, size_t stop) const {
+    size_t word = from / 64;
+    uint64_t bits = newlines_[word] & (~uint64_t{0} << (from % 64));
+    for (;;) {
+        if (bits != 0) {
+            const size_t at = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
+            return at < stop ? at : SIZE_MAX;
+        }
+        if (++word * 64 >= stop) return SIZE_MAX;
+        bits = newlines_[word];
     }
 }
 
@@ -117,12 +173,13 @@ bool LineReader::getline(size_t limit) {
     const size_t room = limit == 0 ? SIZE_MAX : limit - 1;
     // The common case: the line and its '\n' lie in the block, within the limit.
     const size_t scan = std::min(end_ - pos_, room);
-    if (char* nl = scan > 0 ? static_cast<char*>(memchr(block_ + pos_, '\n', scan)) : nullptr) {
+    const size_t nl = scan > 0 ? nextNewline(pos_, pos_ + scan) : SIZE_MAX;
+    if (nl != SIZE_MAX) {
         char* start = block_ + pos_;
-        len_ = static_cast<size_t>(nl - start);
-        *nl = '\0';
+        len_ = nl - pos_;
+        block_[nl] = '\0';
         line_ = start;
-        pos_ += len_ + 1;
+        pos_ = nl + 1;
         clen_ = blockHasNul_ ? strnlen(line_, len_) : len_;
         return true;
     }

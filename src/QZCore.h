@@ -9,6 +9,7 @@
 
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -84,6 +85,8 @@ public:
 private:
     bool refill();
     bool getlineCopied(size_t room);
+    void indexBlock();
+    size_t nextNewline(size_t from, size_t stop) const;
     void reserve(size_t n);
     void append(const char* p, size_t n);
 
@@ -92,6 +95,7 @@ private:
     char* block_ = nullptr;     // kBlockSize bytes read from the file, and room for a NUL
     size_t pos_ = 0, end_ = 0;  // the unread part of the block
     bool blockHasNul_ = false;  // the block holds a NUL byte: lines must be measured
+    uint64_t* newlines_ = nullptr;  // one bit a byte of the block: set where it read '\n'
     char* own_ = nullptr;       // the line buffer
     const char* line_ = nullptr;  // the line: in the block, or own_
     size_t cap_ = 0, len_ = 0, clen_ = 0;
@@ -127,17 +131,35 @@ inline const char* advance(const char* p, size_t n) {
 }
 
 // Case-insensitive comparison over the keyword's length only: a prefix match.
-// Most lines differ from a keyword within its first characters: two ASCII
-// characters that are neither equal nor one letter in two cases differ in
-// every locale, so strncasecmp is asked only about the lines that may match.
+// Case-insensitive comparisons as strncasecmp and strcasecmp make them, in
+// the current locale, with the C library asked only when the answer depends
+// on the locale: bytes that are equal are equal in every locale, and two
+// ASCII characters that are neither equal nor one letter in two cases differ
+// in every locale. Most lines differ from a keyword within its first
+// characters, and most that match are written in the keyword's own case.
 inline bool startsWithNoCase(const char* p, std::string_view keyword) {
     for (size_t i = 0; i < keyword.size(); ++i) {
         const unsigned a = static_cast<unsigned char>(p[i]), b = static_cast<unsigned char>(keyword[i]);
-        if ((a | b) >= 0x80) break;
-        if (((a ^ b) & ~0x20u) != 0) return false;
-        if (a == 0) break;  // the line ends here
+        if (a == b) {
+            if (a == 0) return true;  // both end here
+            continue;
+        }
+        if ((a | b) < 0x80 && ((a ^ b) & ~0x20u) != 0) return false;
+        return strncasecmp(p + i, keyword.data() + i, keyword.size() - i) == 0;
     }
-    return strncasecmp(p, keyword.data(), keyword.size()) == 0;
+    return true;
+}
+
+inline bool equalsNoCase(const char* a, const char* b) {
+    for (;; ++a, ++b) {
+        const unsigned x = static_cast<unsigned char>(*a), y = static_cast<unsigned char>(*b);
+        if (x == y) {
+            if (x == 0) return true;
+            continue;
+        }
+        if ((x | y) < 0x80 && ((x ^ y) & ~0x20u) != 0) return false;
+        return strcasecmp(a, b) == 0;
+    }
 }
 
 // The text after a keyword of known length (with its separator, when that
@@ -148,7 +170,7 @@ inline const char* afterName(const char* p, size_t nameLength) { return skipSpac
 // names the domain: 11 characters on (the keyword and one separator), then
 // white space, then the whole rest equal to the domain ignoring case.
 inline bool serverNameIs(const char* p, const std::string& domain) {
-    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
+    return equalsNoCase(afterName(p, 11), domain.c_str());
 }
 
 // The text between the first two double quotes of `line`, into `text`; false,

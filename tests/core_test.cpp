@@ -138,6 +138,27 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetlineOverManyBlocks) {
     }
 }
 
+// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
+// of letter case, other ASCII, bytes above 0x7f and early ends.
+TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
+    std::mt19937 random(5);
+    const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";
+    auto word = [&](size_t length) {
+        std::string w;
+        for (size_t i = 0; i < length; ++i) w += alphabet[random() % alphabet.size()];
+        return w;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        const std::string a = word(random() % 6), b = word(random() % 6);
+        SCOPED_TRACE("a=\"" + a + "\" b=\"" + b + "\"");
+        ASSERT_EQ(qz::startsWithNoCase(a.c_str(), b), strncasecmp(a.c_str(), b.c_str(), b.size()) == 0);
+        ASSERT_EQ(qz::equalsNoCase(a.c_str(), b.c_str()), strcasecmp(a.c_str(), b.c_str()) == 0);
+    }
+    EXPECT_TRUE(qz::startsWithNoCase("servername example.com", "ServerName"));
+    EXPECT_FALSE(qz::startsWithNoCase("Server", "ServerName"));
+    EXPECT_TRUE(qz::equalsNoCase("Example.COM", "example.com"));
+}
+
 TEST_F(CoreTest, UntilEndOfFileLoopSeesTheFinalEmptyRead) {
     for (auto [text, expected] : {std::pair{"a\nb\n", "a|b||"}, {"a\nb", "a|b|"}}) {
         writeFile("/f", text);
