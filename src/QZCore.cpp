@@ -301,7 +301,7 @@ void OutFile::flush() {
 }
 
 void OutFile::writeThrough(std::string_view text) {
-    if (fd_ < 0) return;
+    if (fd_ < 0 || text.empty()) return;
     flush();
     if (text.size() < room_) {
         memcpy(buffer_, text.data(), text.size());

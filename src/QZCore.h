@@ -227,7 +227,8 @@ public:
     bool openTarget(const char* path);
     bool isOpen() const { return fd_ >= 0; }
     void write(std::string_view text) {
-        if (text.size() <= room_ - used_) {
+        // Text that fits (an empty text goes the slow way, where it is dropped).
+        if (text.size() - 1 < room_ - used_) {
             memcpy(buffer_ + used_, text.data(), text.size());
             used_ += text.size();
         } else {
