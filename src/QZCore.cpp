@@ -2,6 +2,10 @@
 
 #include "QZSystemRoot.h"
 
+#include <algorithm>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -42,7 +46,8 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
     struct stat st;
     if (fd_ >= 0 && fstat(fd_, &st) == 0 && S_ISDIR(st.st_mode)) close();
     reserve(limit == 0 ? 256 : limit);
-    line_[0] = '\0';
+    own_[0] = '\0';
+    line_ = own_;
 }
 
 int configurationUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
@@ -55,7 +60,8 @@ int configurationUnreadable(const char* httpdConfFile, const LineReader& in, con
 LineReader::~LineReader() {
     close();
     delete[] block_;
-    delete[] line_;
+    delete[] newlines_;
+    delete[] own_;
 }
 
 void LineReader::close() {
@@ -68,30 +74,84 @@ void LineReader::reserve(size_t n) {
     size_t cap = cap_ == 0 ? n : cap_;
     while (cap < n) cap *= 2;
     char* grown = new char[cap];
-    if (len_ > 0) memcpy(grown, line_, len_);
-    delete[] line_;
-    line_ = grown;
+    if (len_ > 0 && line_ == own_) memcpy(grown, own_, len_);
+    if (line_ == own_) line_ = grown;
+    delete[] own_;
+    own_ = grown;
     cap_ = cap;
 }
 
 void LineReader::append(const char* p, size_t n) {
     reserve(len_ + n + 1);
-    memcpy(line_ + len_, p, n);
+    memcpy(own_ + len_, p, n);
     len_ += n;
 }
 
 bool LineReader::refill() {
     if (fd_ < 0) return false;
-    if (block_ == nullptr) block_ = new char[kBlockSize];
+    if (block_ == nullptr) {
+        block_ = new char[kBlockSize];
+        newlines_ = new uint64_t[kBlockSize / 64];
+    }
     for (;;) {
         ssize_t got = ::read(fd_, block_, kBlockSize);
         if (got > 0) {
             pos_ = 0;
             end_ = static_cast<size_t>(got);
+            indexBlock();
             return true;
         }
         if (got < 0 && errno == EINTR) continue;
         return false;  // end of file, or a file that cannot be read
+    }
+}
+
+// Marks where the block just read holds '\n' (one bit a byte, 64 a word)
+// and notes whether it holds a NUL byte: 16 bytes at a time where the
+// processor has SSE2, byte by byte for the rest.
+void LineReader::indexBlock() {
+    bool nul = false;
+    size_t word = 0;
+#if defined(__SSE2__)
+    const __m128i newline = _mm_set1_epi8('\n'), zero = _mm_setzero_si128();
+    __m128i nuls = zero;
+    for (; (word + 1) * 64 <= end_; ++word) {
+        const char* p = block_ + word * 64;
+        uint64_t bits = 0;
+        for (int k = 0; k < 4; ++k) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+            bits |= static_cast<uint64_t>(static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, newline))))
+                    << (16 * k);
+            nuls = _mm_or_si128(nuls, _mm_cmpeq_epi8(v, zero));
+        }
+        newlines_[word] = bits;
+    }
+    nul = _mm_movemask_epi8(nuls) != 0;
+#endif
+    for (; word * 64 < end_; ++word) {
+        uint64_t bits = 0;
+        const size_t stop = std::min(end_, (word + 1) * 64);
+        for (size_t i = word * 64; i < stop; ++i) {
+            if (block_[i] == '\n') bits |= uint64_t{1} << (i % 64);
+            nul = nul || block_[i] == '\0';
+        }
+        newlines_[word] = bits;
+    }
+    blockHasNul_ = nul;
+}
+
+// The position of the first '\n' of the block in [from, stop), from < stop <=
+// end_; SIZE_MAX when there is none.
+size_t LineReader::nextNewline(size_t from, size_t stop) const {
+    size_t word = from / 64;
+    uint64_t bits = newlines_[word] & (~uint64_t{0} << (from % 64));
+    for (;;) {
+        if (bits != 0) {
+            const size_t at = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
+            return at < stop ? at : SIZE_MAX;
+        }
+        if (++word * 64 >= stop) return SIZE_MAX;
+        bits = newlines_[word];
     }
 }
 
@@ -104,13 +164,33 @@ bool LineReader::getline(size_t limit) {
         fail_ = true;
         if (limit != 0) {
             len_ = 0;
-            line_[0] = '\0';
+            own_[0] = '\0';
+            line_ = own_;
             clen_ = 0;
         }
         return false;
     }
-    len_ = 0;
     const size_t room = limit == 0 ? SIZE_MAX : limit - 1;
+    // The common case: the line and its '\n' lie in the block, within the limit.
+    const size_t scan = std::min(end_ - pos_, room);
+    const size_t nl = scan > 0 ? nextNewline(pos_, pos_ + scan) : SIZE_MAX;
+    if (nl != SIZE_MAX) {
+        char* start = block_ + pos_;
+        len_ = nl - pos_;
+        block_[nl] = '\0';
+        line_ = start;
+        pos_ = nl + 1;
+        clen_ = blockHasNul_ ? strnlen(line_, len_) : len_;
+        return true;
+    }
+    return getlineCopied(room);
+}
+
+// A line that crosses the end of the block, reaches the limit or ends the
+// file: copied into the line buffer, block by block.
+bool LineReader::getlineCopied(size_t room) {
+    len_ = 0;
+    line_ = own_;
     bool delimiter = false;
     for (;;) {
         if (pos_ == end_ && !refill()) {
@@ -147,8 +227,9 @@ bool LineReader::getline(size_t limit) {
     }
     if (len_ == 0 && !delimiter) fail_ = true;  // nothing extracted
     reserve(len_ + 1);
-    line_[len_] = '\0';
-    clen_ = strnlen(line_, len_);
+    own_[len_] = '\0';
+    line_ = own_;
+    clen_ = strnlen(own_, len_);
     return !fail_;
 }
 
@@ -171,39 +252,71 @@ void sayLine(std::string_view text) {
 }
 
 namespace {
-// fopen's stream over a file opened with `flags`, never through a symbolic
-// link: one planted where a scratch file goes would redirect the write to
-// its target.
-FILE* openNoFollow(const char* path, int flags, const char* mode) {
-    if (path == nullptr) return nullptr;
-    const int fd = ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
-    if (fd < 0) return nullptr;
-    FILE* f = fdopen(fd, mode);
-    if (f == nullptr) ::close(fd);
-    return f;
+// A file opened for writing with `flags`, never through a symbolic link: one
+// planted where a scratch file goes would redirect the write to its target.
+int openNoFollow(const char* path, int flags) {
+    if (path == nullptr) return -1;
+    return ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
+}
+
+// Writes all of `n` bytes, as far as the file takes them.
+void writeAll(int fd, const char* p, size_t n) {
+    while (n > 0) {
+        const ssize_t put = ::write(fd, p, n);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return;
+        p += put;
+        n -= static_cast<size_t>(put);
+    }
 }
 }  // namespace
 
+OutFile::~OutFile() {
+    close();
+    delete[] buffer_;
+}
+
+bool OutFile::attach(int fd) {
+    if (fd < 0) return false;
+    fd_ = fd;
+    if (buffer_ == nullptr) buffer_ = new char[kBlockSize];
+    room_ = kBlockSize;
+    used_ = 0;
+    return true;
+}
+
 bool OutFile::open(const char* path) {
     close();
-    f_ = openNoFollow(path, O_TRUNC, "w");
-    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
-    return f_ != nullptr;
+    return attach(openNoFollow(path, O_TRUNC));
 }
 
 bool OutFile::openAppend(const char* path) {
     close();
-    f_ = openNoFollow(path, O_APPEND, "a");
-    return f_ != nullptr;
+    return attach(openNoFollow(path, O_APPEND));
 }
 
-void OutFile::write(std::string_view text) {
-    if (f_ != nullptr && !text.empty()) fwrite(text.data(), 1, text.size(), f_);
+void OutFile::flush() {
+    if (used_ > 0) writeAll(fd_, buffer_, used_);
+    used_ = 0;
+}
+
+void OutFile::writeThrough(std::string_view text) {
+    if (fd_ < 0 || text.empty()) return;
+    flush();
+    if (text.size() < room_) {
+        memcpy(buffer_, text.data(), text.size());
+        used_ = text.size();
+    } else {
+        writeAll(fd_, text.data(), text.size());
+    }
 }
 
 void OutFile::close() {
-    if (f_ != nullptr) fclose(f_);
-    f_ = nullptr;
+    if (fd_ < 0) return;
+    flush();
+    ::close(fd_);
+    fd_ = -1;
+    room_ = 0;
 }
 
 // ---- Shell ------------------------------------------------------------------
@@ -315,9 +428,7 @@ void trackModule(CQZTrackManager* tracker, const char* module) {
 bool OutFile::openTarget(const char* path) {
     close();
     if (path == nullptr) return false;
-    f_ = fopen(path, "we");
-    if (f_ != nullptr) setvbuf(f_, nullptr, _IOFBF, kBlockSize);
-    return f_ != nullptr;
+    return attach(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
 }
 
 }  // namespace qz

@@ -9,6 +9,7 @@
 
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -29,7 +30,10 @@ std::string sysPath(std::string_view fixedPath);
 
 // Reads a file line by line exactly as std::istream::getline(buf, N) does
 // with a zeroed buffer of N bytes, streaming through one block buffer and one
-// line buffer, both allocated once:
+// line buffer, both allocated once. A line that lies whole in the block is
+// handed out where it lies (its '\n' overwritten by the terminating NUL), so
+// most lines are never copied; one that crosses the end of the block, or that
+// is cut at the limit, is copied into the line buffer:
 //   - at most N-1 characters are stored; the '\n' is consumed, not stored;
 //   - a line of N-1 characters followed by '\n' is read whole;
 //   - a longer line stores N-1 characters and fails the stream (the rest of
@@ -80,14 +84,20 @@ public:
 
 private:
     bool refill();
+    bool getlineCopied(size_t room);
+    void indexBlock();
+    size_t nextNewline(size_t from, size_t stop) const;
     void reserve(size_t n);
     void append(const char* p, size_t n);
 
     int fd_ = -1;
     size_t limit_;
-    char* block_ = nullptr;
-    size_t pos_ = 0, end_ = 0;
-    char* line_ = nullptr;
+    char* block_ = nullptr;     // kBlockSize bytes read from the file, and room for a NUL
+    size_t pos_ = 0, end_ = 0;  // the unread part of the block
+    bool blockHasNul_ = false;  // the block holds a NUL byte: lines must be measured
+    uint64_t* newlines_ = nullptr;  // one bit a byte of the block: set where it read '\n'
+    char* own_ = nullptr;       // the line buffer
+    const char* line_ = nullptr;  // the line: in the block, or own_
     size_t cap_ = 0, len_ = 0, clen_ = 0;
     bool eof_ = false, fail_ = false, tooLong_ = false;
 };
@@ -102,9 +112,15 @@ int configurationUnreadable(const char* httpdConfFile, const LineReader& in,
 // ---- Keyword matching -----------------------------------------------------
 
 // First character at or after p that is not white space (isspace).
+// Blanks and tabs, and every character of the ASCII range outside "\n\v\f\r",
+// are decided without asking isspace: they are the same in every locale.
 inline const char* skipSpace(const char* p) {
-    while (*p != '\0' && std::isspace(static_cast<unsigned char>(*p))) ++p;
-    return p;
+    for (;; ++p) {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        if (c == ' ' || c == '\t') continue;
+        if (c == '\0' || (c < 0x80 && (c < '\n' || c > '\r'))) return p;
+        if (!std::isspace(c)) return p;
+    }
 }
 
 // p moved n characters on, but never past the end of its string. Scanners
@@ -115,8 +131,35 @@ inline const char* advance(const char* p, size_t n) {
 }
 
 // Case-insensitive comparison over the keyword's length only: a prefix match.
+// Case-insensitive comparisons as strncasecmp and strcasecmp make them, in
+// the current locale, with the C library asked only when the answer depends
+// on the locale: bytes that are equal are equal in every locale, and two
+// ASCII characters that are neither equal nor one letter in two cases differ
+// in every locale. Most lines differ from a keyword within its first
+// characters, and most that match are written in the keyword's own case.
 inline bool startsWithNoCase(const char* p, std::string_view keyword) {
-    return strncasecmp(p, keyword.data(), keyword.size()) == 0;
+    for (size_t i = 0; i < keyword.size(); ++i) {
+        const unsigned a = static_cast<unsigned char>(p[i]), b = static_cast<unsigned char>(keyword[i]);
+        if (a == b) {
+            if (a == 0) return true;  // both end here
+            continue;
+        }
+        if ((a | b) < 0x80 && ((a ^ b) & ~0x20u) != 0) return false;
+        return strncasecmp(p + i, keyword.data() + i, keyword.size() - i) == 0;
+    }
+    return true;
+}
+
+inline bool equalsNoCase(const char* a, const char* b) {
+    for (;; ++a, ++b) {
+        const unsigned x = static_cast<unsigned char>(*a), y = static_cast<unsigned char>(*b);
+        if (x == y) {
+            if (x == 0) return true;
+            continue;
+        }
+        if ((x | y) < 0x80 && ((x ^ y) & ~0x20u) != 0) return false;
+        return strcasecmp(a, b) == 0;
+    }
 }
 
 // The text after a keyword of known length (with its separator, when that
@@ -127,7 +170,7 @@ inline const char* afterName(const char* p, size_t nameLength) { return skipSpac
 // names the domain: 11 characters on (the keyword and one separator), then
 // white space, then the whole rest equal to the domain ignoring case.
 inline bool serverNameIs(const char* p, const std::string& domain) {
-    return strcasecmp(afterName(p, 11), domain.c_str()) == 0;
+    return equalsNoCase(afterName(p, 11), domain.c_str());
 }
 
 // The text between the first two double quotes of `line`, into `text`; false,
@@ -165,11 +208,12 @@ struct WordLine {
 void say(std::string_view text);
 void sayLine(std::string_view text);
 
-// A file written from the start (truncated), buffered.
+// A file written from the start (truncated), through a buffer of its own
+// that goes to the file in large writes. Write errors are not reported.
 class OutFile {
 public:
     OutFile() = default;
-    ~OutFile() { close(); }
+    ~OutFile();
     OutFile(const OutFile&) = delete;
     OutFile& operator=(const OutFile&) = delete;
 
@@ -181,13 +225,31 @@ public:
     // the same way but through a symbolic link, as an administrator's link
     // to it is kept.
     bool openTarget(const char* path);
-    bool isOpen() const { return f_ != nullptr; }
-    void write(std::string_view text);
-    void writeLine(std::string_view text) { write(text); write("\n"); }
+    bool isOpen() const { return fd_ >= 0; }
+    void write(std::string_view text) {
+        // Text that fits (an empty text goes the slow way, where it is dropped).
+        if (text.size() - 1 < room_ - used_) {
+            memcpy(buffer_ + used_, text.data(), text.size());
+            used_ += text.size();
+        } else {
+            writeThrough(text);
+        }
+    }
+    void writeLine(std::string_view text) {
+        write(text);
+        write(std::string_view("\n", 1));
+    }
     void close();
 
 private:
-    FILE* f_ = nullptr;
+    bool attach(int fd);
+    void flush();
+    void writeThrough(std::string_view text);
+
+    int fd_ = -1;
+    char* buffer_ = nullptr;
+    size_t room_ = 0;  // the buffer's size while the file is open, else 0
+    size_t used_ = 0;
 };
 
 // ---- Shell ------------------------------------------------------------------

@@ -98,6 +98,67 @@ TEST_F(CoreTest, LineReaderAcrossBlockBoundariesAndUnlimitedLines) {
     EXPECT_EQ(count, lines.size());
 }
 
+// Lines handed out where they lie in the reader's block, and lines copied
+// because they cross its end, reach the limit or follow a NUL byte: a file of
+// several blocks must read as the stream reads it, text and view alike.
+TEST_F(CoreTest, LineReaderMatchesIstreamGetlineOverManyBlocks) {
+    std::mt19937 random(11);
+    std::string text;
+    int lines = 0;
+    while (text.size() < 300000) {
+        const size_t length = random() % 50 == 0 ? 2000 + random() % 4000 : random() % 120;
+        for (size_t j = 0; j < length; ++j) text += random() % 5000 == 0 ? '\0' : "ab c\t"[random() % 5];
+        text += '\n';
+        ++lines;
+    }
+    text.pop_back();  // the last line ends the file without its newline
+    writeFile("/blocks.txt", text);
+    const std::string file = path("/blocks.txt");
+    for (size_t n : {0u, 3000u, 2025u, 120u, 2u}) {
+        SCOPED_TRACE("n=" + std::to_string(n));
+        qz::LineReader in(file, n);
+        std::ifstream stream(file);
+        std::vector<char> buf(n);
+        std::string line;
+        for (int i = 0; i < lines + 2; ++i) {
+            if (n == 0) {
+                std::getline(stream, line);
+            } else {
+                std::fill(buf.begin(), buf.end(), '\0');
+                stream.getline(buf.data(), static_cast<std::streamsize>(n));
+                line = buf.data();
+            }
+            in.getline();
+            ASSERT_EQ(std::string(in.view()), n == 0 ? std::string(line.c_str()) : line) << "read " << i;
+            ASSERT_STREQ(in.c_str(), line.c_str());
+            ASSERT_EQ(in.eof(), stream.eof());
+            ASSERT_EQ(in.fail(), stream.fail());
+            if (!stream.good() && n != 0) break;
+        }
+    }
+}
+
+// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
+// of letter case, other ASCII, bytes above 0x7f and early ends.
+TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
+    std::mt19937 random(5);
+    const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";
+    auto word = [&](size_t length) {
+        std::string w;
+        for (size_t i = 0; i < length; ++i) w += alphabet[random() % alphabet.size()];
+        return w;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        const std::string a = word(random() % 6), b = word(random() % 6);
+        SCOPED_TRACE("a=\"" + a + "\" b=\"" + b + "\"");
+        ASSERT_EQ(qz::startsWithNoCase(a.c_str(), b), strncasecmp(a.c_str(), b.c_str(), b.size()) == 0);
+        ASSERT_EQ(qz::equalsNoCase(a.c_str(), b.c_str()), strcasecmp(a.c_str(), b.c_str()) == 0);
+    }
+    EXPECT_TRUE(qz::startsWithNoCase("servername example.com", "ServerName"));
+    EXPECT_FALSE(qz::startsWithNoCase("Server", "ServerName"));
+    EXPECT_TRUE(qz::equalsNoCase("Example.COM", "example.com"));
+}
+
 TEST_F(CoreTest, UntilEndOfFileLoopSeesTheFinalEmptyRead) {
     for (auto [text, expected] : {std::pair{"a\nb\n", "a|b||"}, {"a\nb", "a|b|"}}) {
         writeFile("/f", text);
