@@ -76,7 +76,9 @@ public:
     bool tooLong() const { return tooLong_; }
 
     // The line as a C string: what the program sees through the char buffer,
-    // so it ends at the first NUL byte of the line, if any.
+    // so it ends at the first NUL byte of the line, if any. The line may lie
+    // in the reader's block: it stays valid only until the next read, close()
+    // or the reader's end; copy what must outlive them.
     const char* c_str() const { return line_; }
     std::string_view view() const { return std::string_view(line_, clen_); }
     size_t length() const { return clen_; }
@@ -92,7 +94,7 @@ private:
 
     int fd_ = -1;
     size_t limit_;
-    char* block_ = nullptr;     // kBlockSize bytes read from the file, and room for a NUL
+    char* block_ = nullptr;     // kBlockSize bytes read from the file (no byte to spare)
     size_t pos_ = 0, end_ = 0;  // the unread part of the block
     bool blockHasNul_ = false;  // the block holds a NUL byte: lines must be measured
     uint64_t* newlines_ = nullptr;  // one bit a byte of the block: set where it read '\n'

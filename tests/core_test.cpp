@@ -8,35 +8,44 @@
 
 namespace {
 
-// One line per read: the text read (up to a NUL), then "eof" and "fail" as set.
-std::string state(const char* line, bool eof, bool fail) {
-    return std::string(line) + (eof ? " eof" : "") + (fail ? " fail" : "") + "\n";
+// One line per read: the text read (up to a NUL) and its length, then "eof"
+// and "fail" as set.
+std::string state(std::string_view line, bool eof, bool fail) {
+    return std::string(line) + " [" + std::to_string(line.size()) + "]" + (eof ? " eof" : "") +
+           (fail ? " fail" : "") + "\n";
 }
+
+// The limit of read `i`: `n` for every read, or, when `mixed`, a limit of
+// its own for every other read, as a scan that reads a section's lines with a
+// shorter buffer does.
+size_t limitOf(size_t n, int i, bool mixed) { return mixed && i % 2 == 1 ? 1 + (n + i) % 7 : n; }
 
 // Up to `reads` getline(buf, n) calls on a real stream with a zeroed buffer,
 // or std::getline calls into one string when n is 0.
-std::string streamReads(const std::string& file, size_t n, int reads) {
+std::string streamReads(const std::string& file, size_t n, int reads, bool mixed = false) {
     std::ifstream in(file);
-    std::vector<char> buf(n);
     std::string line, out;
     for (int i = 0; i < reads; ++i) {
-        if (n == 0) {
+        const size_t limit = limitOf(n, i, mixed);
+        if (limit == 0) {
             std::getline(in, line);
+            out += state(line.c_str(), in.eof(), in.fail());
         } else {
-            std::fill(buf.begin(), buf.end(), '\0');
-            in.getline(buf.data(), static_cast<std::streamsize>(n));
+            std::vector<char> buf(limit, '\0');
+            in.getline(buf.data(), static_cast<std::streamsize>(limit));
+            out += state(buf.data(), in.eof(), in.fail());
         }
-        out += state(n == 0 ? line.c_str() : buf.data(), in.eof(), in.fail());
     }
     return out;
 }
 
-std::string readerReads(const std::string& file, size_t n, int reads) {
+std::string readerReads(const std::string& file, size_t n, int reads, bool mixed = false) {
     qz::LineReader in(file, n);
     std::string out;
     for (int i = 0; i < reads; ++i) {
-        in.getline();
-        out += state(in.c_str(), in.eof(), in.fail());
+        in.getline(limitOf(n, i, mixed));
+        EXPECT_EQ(in.view(), std::string_view(in.c_str()));
+        out += state(in.view(), in.eof(), in.fail());
     }
     return out;
 }
@@ -53,6 +62,7 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
         "1234",                // exactly N-1 at end of file
         "\n\n\nx",
         std::string("ab\0cd\nnext\n", 11),  // a NUL byte inside a line
+        std::string("x\nab\0cd\n\0\nnext", 13),  // ... inside lines handed out in place
     };
     std::mt19937 random(7);
     for (int i = 0; i < 200; ++i) {
@@ -67,6 +77,9 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
         for (size_t n : {0u, 1u, 2u, 3u, 5u, 8u, 10u, 120u}) {
             SCOPED_TRACE("n=" + std::to_string(n) + " text=\"" + text + "\"");
             EXPECT_EQ(readerReads(file, n, 12), streamReads(file, n, 12));
+            if (n > 0) {
+                EXPECT_EQ(readerReads(file, n, 12, true), streamReads(file, n, 12, true));
+            }
         }
     }
 }
@@ -140,6 +153,42 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetlineOverManyBlocks) {
 
 // The keyword tests answer as strncasecmp and strcasecmp do, for every mix
 // of letter case, other ASCII, bytes above 0x7f and early ends.
+// Output files gather small writes in a buffer of their own and write large
+// ones straight through: whatever the mix of sizes, and whether the file is
+// closed or simply destroyed, it must hold exactly the bytes written, in order.
+TEST_F(CoreTest, OutFileKeepsEveryByteInOrder) {
+    std::mt19937 random(5);
+    const size_t sizes[] = {0, 1, 2, 100, 65535, 65536, 65537, 200000};
+    for (int round = 0; round < 60; ++round) {
+        const std::string file = path("/out" + std::to_string(round % 3));
+        std::string expected = round % 3 == 1 ? "kept\n" : "";
+        writeFile("/out" + std::to_string(round % 3), expected);
+        {
+            qz::OutFile out;
+            const bool opened = round % 3 == 0   ? out.open(file.c_str())
+                                : round % 3 == 1 ? out.openAppend(file.c_str())
+                                                 : out.openTarget(file.c_str());
+            ASSERT_TRUE(opened);
+            for (int piece = 0; piece < 6; ++piece) {
+                std::string text(sizes[random() % 8], static_cast<char>('a' + random() % 26));
+                if (!text.empty()) text[0] = static_cast<char>('0' + piece);
+                if (random() % 2) {
+                    out.writeLine(text);
+                    expected += text + "\n";
+                } else {
+                    out.write(text);
+                    expected += text;
+                }
+            }
+            if (round % 2) out.close();  // otherwise the destructor closes it
+        }
+        ASSERT_EQ(readFile("/out" + std::to_string(round % 3)), expected) << "round " << round;
+    }
+    qz::OutFile never;
+    never.write("dropped");  // a file never opened takes writes and writes nothing
+    never.close();
+}
+
 TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     std::mt19937 random(5);
     const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";
