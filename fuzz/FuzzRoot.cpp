@@ -1,5 +1,6 @@
 #include "FuzzRoot.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -62,6 +63,12 @@ std::string makeRoot() {
         abort();
     }
     const std::string root = templ.c_str();
+    // confined() relies on the root's path holding no "!" and no "..".
+    if (root.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/_-.") != std::string::npos ||
+        root.find("..") != std::string::npos) {
+        fprintf(stderr, "scratch root %s: only letters, digits, '/', '_', '-' and single '.' allowed\n", root.c_str());
+        abort();
+    }
     const std::string bin = root + "/.fakebin";
     mkdir(bin.c_str(), 0755);
     writeScript(bin + "/cp", confinedTool(root, "/bin/cp"));
@@ -125,6 +132,7 @@ std::string confined(const std::string& text) {
             out += c;
         }
     }
+    if (!out.empty() && root().find(out) != std::string::npos) out += '!';
     return out;
 }
 
@@ -149,6 +157,22 @@ namespace {
 // The fuzzer's own working folder: it reads its corpus from there, so each
 // input runs inside the root and then comes back.
 std::string startFolder;
+
+// The names in QZ_FUZZ_TMP, the root's parent (scripts/fuzz.sh gives each
+// target a folder of its own there). An input that makes the library write
+// beside the root, instead of inside it, changes them and ends the run.
+std::string outsideFolder;
+std::vector<std::string> outsideNames;
+
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    if (DIR* dir = opendir(folder.c_str())) {
+        while (dirent* entry = readdir(dir)) names.emplace_back(entry->d_name);
+        closedir(dir);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -156,6 +180,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     char* here = getcwd(nullptr, 0);
     startFolder = here != nullptr ? here : "/";
     free(here);
+    if (const char* base = getenv("QZ_FUZZ_TMP")) {
+        outsideFolder = base;
+        outsideNames = namesIn(outsideFolder);
+    }
     return 0;
 }
 
@@ -164,5 +192,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     qzfuzz::Input in(data, size);
     qzfuzz::runOne(in);
     if (chdir(startFolder.c_str()) != 0) abort();
+    if (!outsideFolder.empty() && namesIn(outsideFolder) != outsideNames) {
+        fprintf(stderr, "the input changed %s, outside the scratch root\n", outsideFolder.c_str());
+        abort();
+    }
     return 0;
 }

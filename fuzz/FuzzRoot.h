@@ -27,7 +27,10 @@ void reset();
 // `text` kept inside the scratch root: every ".." becomes "__" and every "/"
 // not preceded by "<" (closing tags keep theirs) becomes root() + "/", so any
 // path taken from it, absolute or relative (the working folder is the root),
-// names something under the root.
+// names something under the root. A result that occurs inside the root's own
+// path gets a "!" (which that path never holds): the library cuts paths at
+// its arguments (a site folder is the document root cut after the domain),
+// and a cut inside the root's path would name one of its ancestors.
 std::string confined(const std::string& text);
 
 // Writes `contents` to root() + rel.
@@ -47,10 +50,9 @@ public:
     bool flag() { return fdp_.ConsumeBool(); }
     int number(int low, int high) { return fdp_.ConsumeIntegralInRange<int>(low, high); }
     char character() { return static_cast<char>(fdp_.ConsumeIntegral<uint8_t>()); }
-    // An argument as it comes (names, values, directives).
-    std::string text() { return fdp_.ConsumeRandomLengthString(400); }
-    // An argument used as a path: confined to the root.
-    std::string path() { return confined(text()); }
+    // An argument (a name, value, directive or path), confined to the root:
+    // the library may take any of them as a path.
+    std::string text() { return confined(fdp_.ConsumeRandomLengthString(400)); }
     // A list of up to four arguments.
     std::vector<std::string> list();
     // The rest of the input, confined, as the contents of a file.

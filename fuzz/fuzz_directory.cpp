@@ -5,9 +5,9 @@ namespace qzfuzz {
 
 void runOne(Input& in) {
     const int op = in.pick(4);
-    const std::string domain = in.path();
-    const std::string dirPath = in.path();
-    const std::string newPath = in.path();
+    const std::string domain = in.text();
+    const std::string dirPath = in.text();
+    const std::string newPath = in.text();
     const std::vector<std::string> entries = in.list();
     const std::string& conf = writeConf(in);
     ApacheHelper helper;

@@ -5,9 +5,9 @@ namespace qzfuzz {
 
 void runOne(Input& in) {
     const int op = in.pick(14);
-    const std::string domain = in.path();
+    const std::string domain = in.text();
     const std::string name = in.text();
-    const std::string file = in.path();
+    const std::string file = in.text();
     const std::string& conf = writeConf(in);
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf.c_str());

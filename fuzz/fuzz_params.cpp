@@ -10,7 +10,7 @@ void runOne(Input& in) {
     const std::string name = in.text();
     const std::string value = in.text();
     const std::string other = in.text();
-    const std::string domain = in.path();
+    const std::string domain = in.text();
     const char delimiter = in.character(), comment = in.character();
     const std::string contents = in.contents();
     const std::string params = root() + "/params.txt";

@@ -18,7 +18,7 @@ void runOne(Input& in) {
         case 1: helper.Apache_isDirectiveWithValueExists(conf, directive, value, quoted); break;
         case 2: helper.Apache_writeDirective(conf, value, directive, quoted, in.number(-1, 40)); break;
         case 3: helper.Apache_checkModule(conf, directive, exists); break;
-        case 4: helper.Apache_checkModulePhysicalPath(conf, confined(directive), exists); break;
+        case 4: helper.Apache_checkModulePhysicalPath(conf, directive, exists); break;
         case 5: helper.Apache_addModule(conf, directive); break;
         case 6: CQZWebsite().getApacheServerRoot(conf); break;
         default: CQZWebsite().getApacheModulesDir(conf); break;

@@ -8,9 +8,9 @@ namespace qzfuzz {
 void runOne(Input& in) {
     const int op = in.pick(9);
     SDDir dir = {};
-    const std::string domain = in.path();
+    const std::string domain = in.text();
     put(dir.DomainName, domain);
-    put(dir.DirPath, in.path());
+    put(dir.DirPath, in.text());
     put(dir.DirName, in.text());
     put(dir.WebAdminPath, root() + "/admin");
     put(dir.Allow, in.text());
@@ -21,7 +21,7 @@ void runOne(Input& in) {
     dir.RubyOnRails = in.character();
     dir.PerlEnabled = in.character();
     const std::string name = in.text(), pass = in.text();
-    writeFile("/etc/passwd", confined(in.text()));
+    writeFile("/etc/passwd", in.text());
     const std::string& conf = writeConf(in);
     CQZTrackManager tracker;
     CQZVirtualDirectory vdir(&tracker, conf.c_str(), "");

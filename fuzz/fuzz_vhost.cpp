@@ -6,7 +6,7 @@ namespace qzfuzz {
 
 void runOne(Input& in) {
     const int op = in.pick(14);
-    const std::string domain = in.path();
+    const std::string domain = in.text();
     const std::string directive = in.text();
     const std::string value = in.text();
     const bool flag = in.flag();

@@ -8,9 +8,9 @@ namespace qzfuzz {
 
 void runOne(Input& in) {
     const int op = in.pick(13);
-    const std::string domain = in.path();
-    const std::string other = in.path();
-    writeFile("/etc/QZ.conf", confined(in.text()));
+    const std::string domain = in.text();
+    const std::string other = in.text();
+    writeFile("/etc/QZ.conf", in.text());
     CQZTrackManager tracker;
     const std::string& conf = writeConf(in);
     CQZWebsite website(&tracker, conf.c_str());
@@ -31,7 +31,7 @@ void runOne(Input& in) {
         case 1: website.DeleteWebsite(domain.c_str(), in.character()); break;
         case 2: website.WebsiteExists(domain.c_str()); break;
         case 3: {
-            writeFile("/conf/extra.conf", confined(in.text()));
+            writeFile("/conf/extra.conf", in.text());
             std::vector<std::string> list;
             website.ListWebsites(list);
             break;
@@ -51,7 +51,7 @@ void runOne(Input& in) {
             if (in.flag()) {
                 mkdir((root() + "/etc/apache2").c_str(), 0755);
                 mkdir((root() + "/etc/apache2/qz").c_str(), 0755);
-                writeFile(std::string(layout) + domain.substr(domain.find_last_of('/') + 1) + ".conf", confined(in.text()));
+                writeFile(std::string(layout) + domain.substr(domain.find_last_of('/') + 1) + ".conf", in.text());
             }
             if (op == 8) website.AddHostHeader(domain, other);
             else website.DeleteHostHeader(domain, other);
@@ -65,8 +65,8 @@ void runOne(Input& in) {
         case 11: {
             mkdir((root() + "/etc/nginx").c_str(), 0755);
             mkdir((root() + "/etc/nginx/sites-enabled").c_str(), 0755);
-            writeFile("/etc/nginx/sites-enabled/site", confined(in.text()));
-            writeFile("/conf/nginx.list", confined(in.text()));
+            writeFile("/etc/nginx/sites-enabled/site", in.text());
+            writeFile("/conf/nginx.list", in.text());
             std::vector<std::string> list;
             website.ListNginxWebsites(list, root() + "/conf/nginx.list");
             break;

@@ -109,14 +109,31 @@ TARGETS = {
 }
 
 
+# Inputs that once did harm, replayed by scripts/fuzz.sh before fuzzing. A
+# domain that is part of the scratch root's own path ("handlers" is the
+# target's folder under scripts/fuzz.sh, "shm" and "tmp" the default base):
+# EnableFcgid and DisableFcgid took the document root cut after it as the
+# site folder, an ancestor of the root, and made and removed files there.
+REGRESSIONS = {
+    "handlers": {f"site_folder_outside_root_{name}_{domain}": seed(
+        [domain, "", "/usr/bin/php-cgi" if op == 10 else "victim"],
+        SITE.replace("a.com", domain), [op])
+        for domain in ("handlers", "shm", "tmp", "qzfuzz-") for name, op in (("enable", 10), ("disable", 11))},
+}
+
+
 def main():
-    for target, seeds in TARGETS.items():
-        folder = os.path.join(HERE, "corpus", target)
-        os.makedirs(folder, exist_ok=True)
-        for name, data in seeds.items():
-            with open(os.path.join(folder, name), "wb") as out:
-                out.write(data)
+    for kind, table in (("corpus", TARGETS), ("regressions", REGRESSIONS)):
+        for target, seeds in table.items():
+            write(os.path.join(HERE, kind, target), seeds)
     return 0
+
+
+def write(folder, seeds):
+    os.makedirs(folder, exist_ok=True)
+    for name, data in seeds.items():
+        with open(os.path.join(folder, name), "wb") as out:
+            out.write(data)
 
 
 if __name__ == "__main__":

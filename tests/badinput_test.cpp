@@ -7,7 +7,9 @@
 // must end within kBound seconds; an alarm ends a test that hangs.
 #include "QZTestFixture.h"
 
+#include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <filesystem>
 #include <cstdio>
 #include <functional>
@@ -310,6 +312,13 @@ TEST_F(BadInputTest, Toolkit) {
         OP(2024, h.Apache_deleteDirectoryTag(conf_, "a.com", dir)),
         OP(2024, h.Apache_UpdateDirectoryTagPath(conf_, "a.com", dir, dir + "2")),
         OP(2024, h.Apache_UpdateDirectoryDirectives(conf_, "a.com", dir, {"Options All"})),
+        OP(2999, h.Apache_checkModulePhysicalPath(conf_, "php5", found)),
+        // The redirect file lies in the server root's "qz" folder, which the
+        // configuration names.
+        OP(2999, h.Apache_RedirectVHFromHttpToHttps(conf_, "a.com", "10.0.0.3", "80")),
+        OP(3000, h.Apache_StopRedirectVHFromHttpToHttps(conf_, "a.com")),
+        OP(3000, h.Apache_StartRedirectVHFromHttpToHttps(conf_, "a.com")),
+        OP(3000, h.Apache_DeleteRedirectVHFromHttpToHttps(conf_, "a.com")),
     });
     EXPECT_DATA(report, "badinput/toolkit.report");
 }
@@ -341,6 +350,12 @@ TEST_F(BadInputTest, VirtualDirectoriesAndHandlers) {
         OP(3000, web.ConfigureFcgidGlobally(conf_, "mod_fcgid")),
         OP(2047, web.EnablePerl("a.com")),
         OP(2047, web.DisablePerl("a.com")),
+        OP(2024, web.EnableFcgid("a.com", root_ + "/s/php-cgi", "enabled")),
+        OP(2024, web.DisableFcgid("a.com", "mod_php5", "php-cgi")),
+        OP(0, web.Php_disableModule(conf_, "libphp5.so")),
+        OP(0, web.Php_checkModule(conf_, "php5")),
+        OP(2024, web.AddHostHeader("a.com", "x.com")),
+        OP(2024, web.DeleteHostHeader("a.com", "www.a.com")),
     });
     EXPECT_DATA(report, "badinput/vdir_handlers.report");
 }
@@ -355,6 +370,7 @@ TEST_F(BadInputTest, ParameterAndSettingsFiles) {
     StringVector list;
     std::string port;
     const std::string kv = "# list\nann:1\nbob:2\n";
+    fakeCommand("htpasswd", "exit 0");  // its own file handling is not under test
     const std::string report = sweep({
         {"isParamValueExistsInFile", "/conf/params.txt", kv, 2999, [&] { return text(files.isParamValueExistsInFile(params, "bob", "2", ':', '#')); }},
         {"delParamFromFile", "/conf/params.txt", kv, 2999, [&] { return text(files.delParamFromFile(params, "bob", "2", ':', '#')); }},
@@ -365,7 +381,52 @@ TEST_F(BadInputTest, ParameterAndSettingsFiles) {
         {"UserDelete", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserDelete("bob")); }},
         {"ChangePasswd", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.ChangePasswd("bob", "3")); }},
         {"UserList", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return text(users.UserList(&list)) + " " + std::to_string(list.size()); }},
+        {"UserCreate", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserCreate("cy", "3")); }},
+        {"UserExist", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return text(users.UserExist(&list)) + " " + std::to_string(list.size()); }},
+        {"UserDeleteAll", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserDeleteAll()); }},
+        // The folder's ".htaccess"; deleting waits two seconds a call and is
+        // left to the private-folder tests.
+        {"addPrivateFolder", "/conf/.htaccess", "Options -Indexes\nAuthType Basic\n", 2999,
+         [&] { return text(PrivateFolder().addPrivateFolder(path("/conf"), "bob", "pw")); }},
+        // Editing in place reads only the password file, which htpasswd keeps.
+        {"editPrivateFolder", "/conf/.htpasswd", "ann:x\nbob:y\n", 0,
+         [&] { return text(PrivateFolder().editPrivateFolder(path("/conf"), path("/conf"), "bob", "pw")); }},
     });
     EXPECT_DATA(report, "badinput/params.report");
 }
 
+
+// Start and stop read whole lines of any length (their 30000-character work
+// buffer limits nothing), and the time-stamped scratch name of a website
+// manager holds the whole folder however long it is (its buffer of 500
+// characters grows to fit).
+TEST_F(BadInputTest, WorkBufferAndScratchNameLengths) {
+    const std::string head = "Listen 80\n<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n";
+    for (const size_t length : {29998, 29999, 30000, 30001}) {
+        const std::string alias = "\tServerAlias " + std::string(length - 13, 'x');
+        writeConf(head + alias + "\n</VirtualHost>\n");
+        CQZWebsite web(nullptr, conf_.c_str());
+        EXPECT_EQ(web.StopWebsite("a.com"), 30) << length;
+        EXPECT_EQ(readConf(), "Listen 80\n#<VirtualHost 10.0.0.1:80>\n#\tServerName a.com\n#" + alias + "\n#</VirtualHost>\n") << length;
+        EXPECT_EQ(web.StartWebsite("a.com"), 29) << length;
+        EXPECT_EQ(readConf(), head + alias + "\n</VirtualHost>\n") << length;
+    }
+    // The name is the folder, "/" and ten digits of seconds: 499 characters
+    // fill the 500 of the buffer with its end mark.
+    for (const size_t length : {498, 499, 500, 501}) {
+        std::string folder = root_;
+        while (folder.size() < length - 11) folder += "/" + std::string(std::min<size_t>(200, length - 12 - folder.size()), 'd');
+        ASSERT_EQ(folder.size(), length - 11);
+        std::filesystem::create_directories(folder);
+        const std::string conf = folder + "/httpd.conf";
+        std::ofstream(conf) << "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n</VirtualHost>\n";
+        CQZWebsite web(nullptr, conf.c_str());
+        const std::string scratch = web.TEMPFILE;
+        EXPECT_EQ(scratch.size(), length);
+        EXPECT_EQ(scratch.substr(0, folder.size() + 1), folder + "/");
+        EXPECT_EQ(web.StopWebsite("a.com"), 30) << length;
+        EXPECT_EQ(readFile(conf.substr(root_.size())), "#<VirtualHost 10.0.0.1:80>\n#\tServerName a.com\n#</VirtualHost>\n") << length;
+        EXPECT_FALSE(std::filesystem::exists(scratch)) << "moved over the configuration";
+        std::filesystem::remove_all(root_ + "/" + folder.substr(root_.size() + 1, 200));
+    }
+}

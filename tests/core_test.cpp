@@ -238,6 +238,17 @@ TEST_F(CoreTest, ShellWordsKeepOrdinaryNamesAndQuoteEverythingElse) {
         EXPECT_EQ(readFile("/argv"), word);
         EXPECT_FALSE(exists("/canary")) << word;
     }
+    // One character to quote and nothing else: no blank or quote forces the
+    // quoting. "canary" is a command that would create the canary file; "*"
+    // and "?" match the "/argv" file just written.
+    fakeCommand("canary", ": >" + qz::shellWord(canary));
+    for (const std::string& word : std::vector<std::string>{"a;canary", "a|canary", "a&canary", "$HOME", "`canary`", ">" + canary, "<x",
+                                    path("/arg*"), path("/arg?"), "~root", "#a", "a(b", "a\\b", "a\tb", "a\nb"}) {
+        EXPECT_EQ(qz::shellWord(word), "'" + word + "'");
+        qz::runShell(qz::shellCommand({"printf", "%s", word}) + " > " + qz::shellWord(path("/argv")));
+        EXPECT_EQ(readFile("/argv"), word);
+        EXPECT_FALSE(exists("/canary")) << word;
+    }
 }
 
 TEST_F(CoreTest, ShellPipeReadsACommandsOutputAndPathsResolveUnderTheRoot) {

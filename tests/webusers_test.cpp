@@ -104,13 +104,3 @@ TEST_F(WebUsersTest, MissingFileAndScratchFile) {
     STEP("count, a folder for a file", listed([&](StringVector* l) { return folderAsFile.UserExist(l); }));
     EXPECT_DATA(transcript_, "webusers/missing_file_and_scratch_file.transcript");
 }
-
-TEST_F(WebUsersTest, NamesWithShellCharactersRunNothing) {
-    ASSERT_EQ(chdir(root_.c_str()), 0);  // an injected "touch canary" would land here
-    const char* domain = "shop.test';touch canary;'$(touch canary)";
-    const std::string file = "/opt/qz/etc/webusers/passwd." + std::string(domain);
-    writeFile(file, "ann:1\nbob:2\n");
-    EXPECT_EQ(CQZUsers(nullptr, ins_, domain, nullptr).UserDelete("ann"), 'O');
-    EXPECT_EQ(readFile(file), "bob:2\n");
-    EXPECT_FALSE(exists("/canary"));
-}
