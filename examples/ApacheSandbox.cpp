@@ -1,7 +1,9 @@
 #include "ApacheSandbox.h"
 
 #include "QZSystemRoot.h"
+#include "libqzapache.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
@@ -9,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -16,9 +19,11 @@
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sstream>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <string_view>
 #include <time.h>
 #include <unistd.h>
 
@@ -43,6 +48,41 @@ std::string readFile(const std::string& path) {
 }
 
 bool isExecutable(const std::string& path) { return access(path.c_str(), X_OK) == 0; }
+
+std::string moduleFile(const char* module) {
+    return std::string(ApacheSandbox::kModules) + "/mod_" + module + ".so";
+}
+
+// Whether the server has the module compiled in ("apache2 -l" lists
+// "mod_<name>.c"); such a module is not loaded (Debian's log_config is one).
+bool builtIn(const char* module) {
+    FILE* list = popen((std::string(ApacheSandbox::kServer) + " -l 2>/dev/null").c_str(), "r");
+    if (list == nullptr) return false;
+    const std::string wanted = std::string("mod_") + module + ".c";
+    bool found = false;
+    char line[256];
+    while (fgets(line, sizeof line, list) != nullptr) {
+        std::string name = line;
+        name.erase(0, name.find_first_not_of(" \t"));
+        name.erase(name.find_last_not_of(" \t\r\n") + 1);
+        found = found || name == wanted;
+    }
+    pclose(list);
+    return found;
+}
+
+// An existing folder (not a link to one) without entries.
+bool isEmptyFolder(const std::string& path) {
+    struct stat st;
+    if (lstat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return false;
+    DIR* dir = opendir(path.c_str());
+    if (dir == nullptr) return false;
+    bool empty = true;
+    while (const dirent* entry = readdir(dir))
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) empty = false;
+    closedir(dir);
+    return empty;
+}
 
 bool onPath(const std::string& program) {
     const char* path = getenv("PATH");
@@ -84,36 +124,42 @@ int pidIn(const std::string& pidFile) {
     return pid > 0 ? pid : 0;
 }
 
-// Whether `pid` is a live (not zombie) Apache process: only such a process is
-// ever signalled, so a stale PID file cannot make us kill anything else.
-bool isLiveServer(int pid) {
+// Whether `pid` is a live (not zombie) Apache process started with the
+// configuration file `conf` (the sandbox's apachectl always passes -f <conf>):
+// only such a process is ever signalled, so a stale PID file whose number now
+// belongs to another process, another sandbox's server or the system's
+// Apache cannot make us kill it.
+bool isLiveServer(int pid, const std::string& conf) {
     if (pid <= 0) return false;
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    const std::string proc = "/proc/" + std::to_string(pid);
+    std::ifstream stat(proc + "/stat");
     std::string line;
     if (!std::getline(stat, line)) return false;
     const size_t open = line.find('('), close = line.rfind(')');
     if (open == std::string::npos || close == std::string::npos || close + 2 >= line.size()) return false;
     const std::string name = line.substr(open + 1, close - open - 1);
     const std::string server = std::filesystem::path(ApacheSandbox::kServer).filename();
-    return name == server && line[close + 2] != 'Z';
+    if (name != server || line[close + 2] == 'Z') return false;
+    // The arguments, each ended by a NUL.
+    const std::string args = readFile(proc + "/cmdline");
+    for (size_t start = 0, end; start < args.size(); start = end + 1) {
+        end = args.find('\0', start);
+        if (end == std::string::npos) end = args.size();
+        if (std::string_view(args).substr(start, end - start) == conf) return true;
+    }
+    return false;
 }
 
 // SIGTERM, a bounded wait, then SIGKILL to the server's process group (it is
 // a session leader, its children are in that group).
-void stopServer(int pid) {
-    if (!isLiveServer(pid)) return;
+void stopServer(int pid, const std::string& conf) {
+    if (!isLiveServer(pid, conf)) return;
     kill(pid, SIGTERM);
-    for (int i = 0; i < 100 && isLiveServer(pid); ++i) pause(100);
-    if (!isLiveServer(pid)) return;
+    for (int i = 0; i < 100 && isLiveServer(pid, conf); ++i) pause(100);
+    if (!isLiveServer(pid, conf)) return;
     kill(-pid, SIGKILL);
     kill(pid, SIGKILL);
-    for (int i = 0; i < 20 && isLiveServer(pid); ++i) pause(100);
-}
-
-// Reaps the server when it was this process's child (see the constructor).
-void stopAndReap(int pid) {
-    stopServer(pid);
-    if (pid > 0) waitpid(pid, nullptr, WNOHANG);
+    for (int i = 0; i < 20 && isLiveServer(pid, conf); ++i) pause(100);
 }
 
 std::string firstLine(const std::string& text) {
@@ -137,10 +183,9 @@ std::string mainConfiguration(const std::string& folder, const std::string& serv
          << "LogLevel warn\n";
     // Children drop to www-data when the server starts as root (ignored otherwise).
     if (getpwnam("www-data") != nullptr) conf << "User www-data\nGroup www-data\n";
-    for (const char* module : kNeededModules) {
-        const std::string file = std::string(ApacheSandbox::kModules) + "/mod_" + module + ".so";
-        if (access(file.c_str(), R_OK) == 0) conf << "LoadModule " << module << "_module " << file << "\n";
-    }
+    // missingTools() has made sure every module is there.
+    for (const char* module : kNeededModules)
+        if (!builtIn(module)) conf << "LoadModule " << module << "_module " << moduleFile(module) << "\n";
     conf << "StartServers 2\nMinSpareServers 1\nMaxSpareServers 4\nMaxRequestWorkers 16\n"
          << "TypesConfig \"" << serverRoot << "/mime.types\"\n"
          << "LogFormat \"%h %l %u %t \\\"%r\\\" %>s %b \\\"%{Referer}i\\\" \\\"%{User-Agent}i\\\"\" combined\n"
@@ -179,8 +224,11 @@ std::string controlScript(const std::string& serverRoot, const std::string& conf
 
 }  // namespace
 
+std::string welcome(const std::string& site) { return "Welcome to " + site; }
+
 bool Reply::matches(int wantedStatus, const std::string& text) const {
-    return status == wantedStatus && (location.empty() ? body.find(text) != std::string::npos : location == text);
+    if (status != wantedStatus) return false;
+    return status / 100 == 3 ? location == text : body.find(text) != std::string::npos;
 }
 
 std::string Reply::summary() const {
@@ -197,44 +245,66 @@ std::string ApacheSandbox::missingTools() {
     if (access(kModules, R_OK) != 0) missing += std::string(" ") + kModules;
     for (const char* program : {"curl", "htpasswd", "perl"})
         if (!onPath(program)) missing += std::string(" ") + program;
+    for (const char* module : kNeededModules)
+        if (access(moduleFile(module).c_str(), R_OK) != 0 && !builtIn(module)) missing += " " + moduleFile(module);
     return missing.empty() ? missing : missing.substr(1);
 }
 
 ApacheSandbox::ApacheSandbox(std::string folder) : folder_(std::move(folder)) {
     if (folder_.empty()) {
         const char* tmp = getenv("TMPDIR");
-        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/qz-apache-XXXXXX";
+        const std::string wanted = std::string(tmp && *tmp ? tmp : "/tmp") + "/qz-apache-XXXXXX";
+        std::string pattern = wanted;
         if (mkdtemp(pattern.data()) == nullptr) {
-            problem_ = "cannot make a scratch folder under " + pattern;
+            problem_ = "cannot make a scratch folder " + wanted;
+            folder_.clear();
             return;
         }
         folder_ = pattern;
         ownFolder_ = true;
+    } else if (!usableFolder()) {
+        return;
     }
     if (!build()) return;
+    // The watcher is started before this process becomes a subreaper, so that
+    // it is handed to init, not to us (see startWatcher()).
+    startWatcher();
     // The server detaches from "apachectl -k start"; as a subreaper this
     // process becomes its parent and reaps it once stopped, where the
     // machine's init might leave it a zombie.
+    prctl(PR_GET_CHILD_SUBREAPER, &savedSubreaper_);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     const char* path = getenv("PATH");
     savedPath_ = path ? path : "/usr/bin:/bin";
     setenv("PATH", (folder_ + "/bin:" + savedPath_).c_str(), 1);
     savedRoot_ = qz::systemRoot();
     qz::setSystemRoot(folder_);
-    startWatcher();
+    built_ = true;
 }
 
 ApacheSandbox::~ApacheSandbox() {
-    stop();
-    stopWatcher();
-    if (!savedPath_.empty()) {
+    if (built_) {
+        stop();
         setenv("PATH", savedPath_.c_str(), 1);
         qz::setSystemRoot(savedRoot_);
+        prctl(PR_SET_CHILD_SUBREAPER, savedSubreaper_);
     }
+    stopWatcher();
     if (ownFolder_) {
         std::error_code ignored;
         std::filesystem::remove_all(folder_, ignored);
     }
+}
+
+// A folder given by the caller must be an existing, empty folder other than
+// "/": the sandbox writes etc/passwd, etc/QZ.conf, bin/apachectl ... into it.
+bool ApacheSandbox::usableFolder() {
+    char* real = realpath(folder_.c_str(), nullptr);
+    const bool root = real != nullptr && strcmp(real, "/") == 0;
+    free(real);
+    if (!root && isEmptyFolder(folder_)) return true;
+    problem_ = "the sandbox's folder must be an existing, empty folder other than /: " + folder_;
+    return false;
 }
 
 bool ApacheSandbox::build() {
@@ -264,12 +334,27 @@ bool ApacheSandbox::build() {
         writeFile(folder_ + "/etc/QZ.conf", "WebServerPort=\"" + portText() + "\"\n") &&
         writeFile(folder_ + "/etc/passwd", users.str()) &&
         writeFile(root + "/mime.types", "text/html html htm\ntext/plain txt\n") &&
-        writeFile(folder_ + "/default/index.html", "Default site of the sandbox\n") &&
+        writeFile(folder_ + "/default/index.html", kDefaultPage + "\n") &&
         writeFile(configuration(), mainConfiguration(folder_, root, port_)) &&
         writeFile(folder_ + "/bin/apachectl", controlScript(root, configuration()), 0755) &&
         writeFile(folder_ + "/bin/httpd", controlScript(root, configuration()), 0755);
     if (!written) problem_ = "cannot write the sandbox's files under " + folder_;
     return written;
+}
+
+// Another free port: every "127.0.0.1:<old port>" of the main configuration
+// (Listen, the virtual hosts written so far) and QZ.conf's WebServerPort.
+bool ApacheSandbox::movePort() {
+    const int port = freeLoopbackPort();
+    if (port == 0 || port == port_) return false;
+    const std::string old = "127.0.0.1:" + portText(), now = "127.0.0.1:" + std::to_string(port);
+    std::string conf = readFile(configuration());
+    for (size_t at = conf.find(old); at != std::string::npos; at = conf.find(old, at + 1))
+        if (at + old.size() == conf.size() || !isdigit(static_cast<unsigned char>(conf[at + old.size()])))
+            conf.replace(at, old.size(), now);
+    port_ = port;
+    return writeFile(configuration(), conf) &&
+           writeFile(folder_ + "/etc/QZ.conf", "WebServerPort=\"" + portText() + "\"\n");
 }
 
 bool ApacheSandbox::writeFile(const std::string& path, const std::string& text, unsigned mode) const {
@@ -296,6 +381,31 @@ VHostEntry ApacheSandbox::website(const std::string& name, const std::string& pu
     return site;
 }
 
+int ApacheSandbox::createWebsite(CQZWebsite& website, const std::string& name, const std::string& ascii) const {
+    VHostEntry site = this->website(name, ascii);
+    const int created = website.CreateWebsite(&site);
+    return writeFile(documentRoot(name) + "/index.html", welcome(name) + "\n") ? created : -1;
+}
+
+SDDir ApacheSandbox::virtualDirectory(const std::string& site, const std::string& sub) const {
+    SDDir dir = {};
+    snprintf(dir.DomainName, sizeof dir.DomainName, "%s", site.c_str());
+    snprintf(dir.DirPath, sizeof dir.DirPath, "%s/%s", documentRoot(site).c_str(), sub.c_str());
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s/home", folder_.c_str());
+    dir.AnonAccess = '1';
+    return dir;
+}
+
+bool ApacheSandbox::addFolder(const std::string& path, const std::string& text) const {
+    return mkdir(path.c_str(), 0755) == 0 && writeFile(path + "/index.html", text + "\n");
+}
+
+bool ApacheSandbox::writePerlScript(const std::string& site) const {
+    return writeFile(documentRoot(site) + kPerlScript,
+                     kPerlSource + "\nprint \"Content-Type: text/plain\\n\\n\";\nprint \"Perl says \", 6 * 7, \"\\n\";\n",
+                     0755);
+}
+
 std::string ApacheSandbox::documentRoot(const std::string& name) const { return sitesFolder() + name + "/www/html"; }
 
 int ApacheSandbox::run(const std::vector<std::string>& argv, std::string* output, int seconds) const {
@@ -303,8 +413,13 @@ int ApacheSandbox::run(const std::vector<std::string>& argv, std::string* output
     const pid_t child = fork();
     if (child < 0) return -1;
     if (child == 0) {
-        const int out = open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int in = open("/dev/null", O_RDONLY);
+        // Close-on-exec: only the copies on 0, 1 and 2 reach the program (a
+        // daemonised apache2 would keep any other copy of command.out open).
+        // Should 0, 1 or 2 be closed here, a descriptor that lands there is
+        // moved up first (dup2 replaces 0, 1 and 2 in any case).
+        const auto aboveStandard = [](int fd) { return fd >= 0 && fd <= 2 ? fcntl(fd, F_DUPFD_CLOEXEC, 3) : fd; };
+        const int out = aboveStandard(open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+        const int in = aboveStandard(open("/dev/null", O_RDONLY | O_CLOEXEC));
         if (out < 0 || in < 0) _exit(127);
         dup2(in, 0);
         dup2(out, 1);
@@ -336,10 +451,40 @@ bool ApacheSandbox::configurationAccepted(std::string* message) const {
     return accepted;
 }
 
+bool ApacheSandbox::checkAndRestart(CQZWebsite& website, std::string* report) const {
+    std::string message, line;
+    bool done = false;
+    if (!configurationAccepted(&message)) {
+        line = "REJECTED: " + message;
+    } else if (runningPid() == 0) {
+        line = "Syntax OK; the server is not running, no restart signalled";
+    } else {
+        const int restarted = website.CmdApchRestart(pidFile().c_str());
+        done = restarted == 0;
+        line = "Syntax OK; " + std::to_string(restarted) + (done ? " (graceful restart signalled)" : "");
+    }
+    if (report != nullptr) *report = line;
+    return done;
+}
+
 bool ApacheSandbox::start(std::string* message) {
+    if (!built_) {
+        if (message != nullptr) *message = problem_;
+        return false;
+    }
     std::string out;
-    const int status = run({folder_ + "/bin/apachectl", "-k", "start"}, &out, 30);
-    for (int i = 0; i < 100 && runningPid() == 0; ++i) pause(100);
+    int status = -1;
+    // The port was free when it was chosen; another process may have taken
+    // it since. A few other ports are tried then.
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        status = run({folder_ + "/bin/apachectl", "-k", "start"}, &out, 30);
+        if (status == 0 || (out + errorLogTail()).find("Address already in use") == std::string::npos ||
+            !movePort())
+            break;
+        std::ofstream(serverRoot() + "/logs/error.log", std::ios::trunc);
+    }
+    // A failed "apachectl -k start" leaves no server to wait for.
+    for (int i = 0; status == 0 && i < 100 && runningPid() == 0; ++i) pause(100);
     bool answered = false;
     if (status == 0 && runningPid() != 0)
         answered = fetchUntil([](const Reply& reply) { return reply.status != 0; }, "localhost").status != 0;
@@ -351,19 +496,30 @@ bool ApacheSandbox::start(std::string* message) {
 }
 
 int ApacheSandbox::runningPid() const {
+    if (!built_) return 0;
     const int pid = pidIn(pidFile());
-    return isLiveServer(pid) ? pid : 0;
+    return isLiveServer(pid, configuration()) ? pid : 0;
 }
 
-void ApacheSandbox::stop() { stopAndReap(pidIn(pidFile())); }
+void ApacheSandbox::stop() {
+    if (!built_) return;
+    const int pid = pidIn(pidFile());
+    stopServer(pid, configuration());
+    // Reaps the server, which is this process's child (see the constructor).
+    if (pid > 0) waitpid(pid, nullptr, WNOHANG);
+}
 
-// A child in a session of its own waits for this process to close the pipe,
-// which also happens when this process dies without running its destructor,
-// and then stops the server of the PID file and removes a folder of our own.
+// A watcher waits on a pipe. The destructor, after stopping the server
+// itself, writes one byte and closes it: the watcher then just ends. Should
+// this process die first, the pipe closes without that byte, and the watcher
+// stops the server of the PID file and removes a folder of our own.
+// It is a grandchild in a session of its own whose parent ends at once, so it
+// is handed to init: neither a signal to our process group nor a kill of our
+// process tree (ctest's time limit) reaches it.
 void ApacheSandbox::startWatcher() {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return;
-    const std::string pidPath = pidFile();
+    const std::string pidPath = pidFile(), conf = configuration();
     const pid_t child = fork();
     if (child < 0) {
         close(fds[0]);
@@ -371,20 +527,26 @@ void ApacheSandbox::startWatcher() {
         return;
     }
     if (child == 0) {
-        close(fds[1]);
         setsid();
+        if (fork() != 0) _exit(0);
         const int null = open("/dev/null", O_RDWR);
         if (null >= 0) {
             dup2(null, 0);
             dup2(null, 1);
             dup2(null, 2);
         }
+        // Nothing of ours is held open (another pipe's reader would wait on it).
+        struct rlimit files = {1024, 1024};
+        getrlimit(RLIMIT_NOFILE, &files);
+        for (int fd = 3; fd < static_cast<int>(std::min<rlim_t>(files.rlim_cur, 65536)); ++fd)
+            if (fd != fds[0]) close(fd);
+        if (chdir("/") != 0) _exit(0);
         char byte;
-        for (;;) {
-            const ssize_t n = read(fds[0], &byte, 1);
-            if (n == 0 || (n < 0 && errno != EINTR)) break;
+        ssize_t n;
+        while ((n = read(fds[0], &byte, 1)) < 0 && errno == EINTR) {
         }
-        stopServer(pidIn(pidPath));
+        if (n == 1) _exit(0);
+        stopServer(pidIn(pidPath), conf);
         if (ownFolder_) {
             std::error_code ignored;
             std::filesystem::remove_all(folder_, ignored);
@@ -392,30 +554,33 @@ void ApacheSandbox::startWatcher() {
         _exit(0);
     }
     close(fds[0]);
-    watcherPid_ = child;
+    waitpid(child, nullptr, 0);
     watcherPipe_ = fds[1];
 }
 
 void ApacheSandbox::stopWatcher() {
-    if (watcherPipe_ >= 0) close(watcherPipe_);
-    watcherPipe_ = -1;
-    if (watcherPid_ > 0) {
-        int status = 0;
-        for (int i = 0; i < 150 && waitpid(watcherPid_, &status, WNOHANG) == 0; ++i) pause(100);
+    if (watcherPipe_ < 0) return;
+    const char done = 'q';
+    if (write(watcherPipe_, &done, 1) != 1) {
+        // The watcher then cleans up as if this process had died: harmless.
     }
-    watcherPid_ = 0;
+    close(watcherPipe_);
+    watcherPipe_ = -1;
 }
 
-Reply ApacheSandbox::fetch(const std::string& host, const std::string& path, const Login& login) const {
+Reply ApacheSandbox::fetch(const std::string& host, const std::string& path, const Login& login,
+                           double seconds) const {
     const std::string body = folder_ + "/sandbox/body", headers = folder_ + "/sandbox/headers";
     std::remove(body.c_str());
     std::remove(headers.c_str());
-    std::vector<std::string> argv = {"curl", "-sS", "--max-time", "5", "--noproxy", "*", "-o", body, "-D", headers,
-                                     "-w", "\n%{http_code}", "-H", "Host: " + host};
+    char maxTime[32];
+    snprintf(maxTime, sizeof maxTime, "%.1f", seconds);
+    std::vector<std::string> argv = {"curl", "-sS", "--max-time", maxTime, "--noproxy", "*", "-o", body,
+                                     "-D", headers, "-w", "\n%{http_code}", "-H", "Host: " + host};
     if (!login.user.empty()) argv.insert(argv.end(), {"-u", login.user + ":" + login.password});
     argv.push_back("http://127.0.0.1:" + portText() + path);
     std::string out;
-    run(argv, &out, 10);
+    run(argv, &out, static_cast<int>(seconds) + 5);
 
     Reply reply;
     const size_t last = out.find_last_of('\n');
@@ -439,12 +604,16 @@ Reply ApacheSandbox::fetch(const std::string& host, const std::string& path, con
 
 Reply ApacheSandbox::fetchUntil(const std::function<bool(const Reply&)>& wanted, const std::string& host,
                                 const std::string& path, const Login& login, int tries) const {
-    // At most `tries` requests, and none started after 15 seconds.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+    // At most `tries` requests, none started after 15 seconds, each given
+    // the time left (at least a second).
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::seconds(15);
     Reply reply;
-    for (int i = 0; i < tries && (i == 0 || std::chrono::steady_clock::now() < deadline); ++i) {
+    for (int i = 0; i < tries; ++i) {
         if (i > 0) pause(100);
-        reply = fetch(host, path, login);
+        const double left = std::chrono::duration<double>(deadline - Clock::now()).count();
+        if (i > 0 && left <= 0) break;
+        reply = fetch(host, path, login, std::max(1.0, left));
         if (wanted(reply)) break;
     }
     return reply;

@@ -12,11 +12,15 @@ echo "== building (the first build takes a few minutes)"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target qzapache-demo --target qzapache-cli >/dev/null
 
+# An empty folder of our own: the demonstration accepts no other.
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/qzapache-demo-XXXXXX")
 cleanup() {
   # The demonstration stops its server itself; this covers an interrupted run.
+  # Only an apache2 started with this folder's configuration is stopped: the
+  # number in a stale PID file may belong to another process by now.
   pid=$(cat "$scratch/var/run/apache2.pid" 2>/dev/null || true)
-  if [ -n "$pid" ] && [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = apache2 ]; then
+  if [ -n "$pid" ] && [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = apache2 ] &&
+     tr '\0' '\n' < "/proc/$pid/cmdline" 2>/dev/null | grep -qxF "$scratch/etc/apache2/apache2.conf"; then
     kill "$pid" 2>/dev/null || true
     i=0
     while [ -d "/proc/$pid" ] && [ $i -lt 50 ]; do sleep 0.1; i=$((i + 1)); done
@@ -24,7 +28,7 @@ cleanup() {
   rm -rf "$scratch"
 }
 trap cleanup EXIT
-trap 'exit 130' INT TERM
+trap 'exit 130' INT TERM HUP
 ./build/qzapache-demo "$scratch"
 
 # The same library from the command line, on the configuration the
