@@ -20,6 +20,9 @@ void QZTest::SetUp() {
     savedPath_ = oldPath ? oldPath : "/usr/bin:/bin";
     setenv("PATH", (bin_ + ":" + savedPath_).c_str(), 1);
     setenv("QZ_TEST_LOG", (root_ + "/.commands.log").c_str(), 1);
+    // tempnam prefers TMPDIR to the folder it is given, so the scratch names
+    // the managers make depend on it; tests that want it set it themselves.
+    unsetenv("TMPDIR");
 }
 
 void QZTest::TearDown() {
