@@ -12,10 +12,7 @@ shift 3
 timeout_s=${QZ_PEER_TIMEOUT:-300}
 runs=${QZ_PEER_RUNS:-5}
 
-if ! command -v augtool >/dev/null 2>&1; then
-  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -q >/dev/null && $sudo apt-get install -y -q augeas-tools >/dev/null
-fi
+"$(dirname "$0")/../scripts/apt-install.sh" augeas-tools >/dev/null
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/qzbench-peers.XXXXXX")
 trap 'rm -rf "$work"' EXIT

@@ -18,13 +18,7 @@ peer_sizes=${QZ_PEER_SIZES:-100 1000 10000}
 repetitions=${QZ_BENCH_REPETITIONS:-5}
 min_time=${QZ_BENCH_MIN_TIME:-0.5}
 
-packages="cmake g++ make libbenchmark-dev python3 augeas-tools"
-missing=""
-for p in $packages; do dpkg -s "$p" >/dev/null 2>&1 || missing="$missing $p"; done
-if [ -n "$missing" ]; then
-  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -q && $sudo apt-get install -y -q $missing
-fi
+./scripts/apt-install.sh cmake g++ make libbenchmark-dev python3 augeas-tools
 
 build=build-bench
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DQZ_BENCH=ON -DQZ_BUILD_TESTS=OFF >/dev/null
