@@ -1,5 +1,6 @@
 #include "QZTestFixture.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +8,21 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const std::string& puny,
+                         const std::string& sitesFolder, char ipSwitch, const std::string& admin,
+                         const std::string& user, const std::string& port) {
+    VHostEntry v = {};
+    snprintf(v.IPAddress, sizeof v.IPAddress, "%s", ip.c_str());
+    snprintf(v.DName, sizeof v.DName, "%s", domain.c_str());
+    snprintf(v.PunyCode, sizeof v.PunyCode, "%s", puny.c_str());
+    snprintf(v.UserName, sizeof v.UserName, "%s", user.c_str());
+    snprintf(v.ServerAdmin, sizeof v.ServerAdmin, "%s", admin.c_str());
+    snprintf(v.Port, sizeof v.Port, "%s", port.c_str());
+    snprintf(v.Path, sizeof v.Path, "%s", sitesFolder.c_str());
+    v.IPSwitch = ipSwitch;
+    return v;
+}
 
 void QZTest::SetUp() {
     char templ[] = "/tmp/qzapache-test-XXXXXX";

@@ -14,6 +14,13 @@
 
 using Lines = std::vector<std::string>;
 
+// A new website's record as the panel fills it: address, names, owner,
+// ServerAdmin, the folder its site folder goes in, IPSwitch and port (an
+// empty text leaves a field zeroed).
+VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const std::string& puny,
+                         const std::string& sitesFolder, char ipSwitch, const std::string& admin = "admin",
+                         const std::string& user = "nobody", const std::string& port = "");
+
 class QZTest : public ::testing::Test {
 protected:
     void SetUp() override;

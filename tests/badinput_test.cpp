@@ -257,13 +257,7 @@ std::string text(const std::string& result) { return "\"" + result + "\""; }
 TEST_F(BadInputTest, Websites) {
     CQZWebsite web(nullptr, conf_.c_str());
     alias(web.TEMPFILE, "@TEMPFILE@");
-    VHostEntry entry = {};
-    snprintf(entry.IPAddress, sizeof entry.IPAddress, "10.0.0.2");
-    snprintf(entry.DName, sizeof entry.DName, "b.com");
-    snprintf(entry.PunyCode, sizeof entry.PunyCode, "b.com");
-    snprintf(entry.ServerAdmin, sizeof entry.ServerAdmin, "admin");
-    snprintf(entry.Path, sizeof entry.Path, "%s/s/", root_.c_str());
-    entry.IPSwitch = '0';
+    VHostEntry entry = websiteRecord("10.0.0.2", "b.com", "b.com", root_ + "/s/", '0', "admin", "");
     UpdateVHost info = {};
     std::vector<std::string> names;
     // The site folder is there, its tree is not.

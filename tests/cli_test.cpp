@@ -349,14 +349,7 @@ TEST_F(CliTest, ConcurrentRunsLoseNoSite) {
             close(gate[1]);
             char byte;
             if (read(gate[0], &byte, 1) < 0) _exit(3);
-            VHostEntry v = {};
-            std::strcpy(v.IPAddress, "192.0.2.10");
-            std::strcpy(v.DName, domain);
-            std::strcpy(v.PunyCode, domain);
-            std::strcpy(v.UserName, "nobody");
-            std::strcpy(v.ServerAdmin, "admin");
-            std::snprintf(v.Path, sizeof v.Path, "%s", home_.c_str());
-            v.IPSwitch = '0';
+            VHostEntry v = websiteRecord("192.0.2.10", domain, domain, home_, '0');
             const int fd = open("/dev/null", O_WRONLY);
             dup2(fd, 1);
             _exit(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v) == 94 ? 0 : 1);

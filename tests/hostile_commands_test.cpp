@@ -158,14 +158,7 @@ TEST_F(HostileCommandTest, WebsiteCommands) {
         const std::string conf = site(c);
         CQZWebsite website(nullptr, conf.c_str());
         scratchAlias(website.TEMPFILE, "@TEMPFILE@");
-        VHostEntry entry = {};
-        snprintf(entry.IPAddress, sizeof entry.IPAddress, "10.0.0.2");
-        snprintf(entry.DName, sizeof entry.DName, "b.com");
-        snprintf(entry.PunyCode, sizeof entry.PunyCode, "b.com");
-        snprintf(entry.UserName, sizeof entry.UserName, "nobody");
-        snprintf(entry.ServerAdmin, sizeof entry.ServerAdmin, "%s", c.admin.c_str());
-        snprintf(entry.Path, sizeof entry.Path, "%s/", path(c.sites).c_str());
-        entry.IPSwitch = '0';
+        VHostEntry entry = websiteRecord("10.0.0.2", "b.com", "b.com", path(c.sites) + "/", '0', c.admin);
         STEP(c.label + ": CreateWebsite", website.CreateWebsite(&entry));
         STEP(c.label + ": StopWebsite", website.StopWebsite("b.com"));
         STEP(c.label + ": StartWebsite", website.StartWebsite("b.com"));

@@ -19,17 +19,8 @@ protected:
 
     // A site under <root>/home/, whose root folder the caller has made.
     VHostEntry site(const char* ip, const char* domain, const char* puny, char ipSwitch) {
-        VHostEntry v = {};
-        strcpy(v.IPAddress, ip);
-        strcpy(v.DName, domain);
-        strcpy(v.PunyCode, puny);
-        strcpy(v.UserName, "nobody");
-        strcpy(v.ServerAdmin, "admin");
-        strcpy(v.Port, "80");
-        snprintf(v.Path, sizeof v.Path, "%s/home/", root_.c_str());
-        v.IPSwitch = ipSwitch;
         makeDir(std::string("/home/") + domain);
-        return v;
+        return websiteRecord(ip, domain, puny, root_ + "/home/", ipSwitch, "admin", "nobody", "80");
     }
     int create(const char* ip, const char* domain, char ipSwitch) {
         VHostEntry v = site(ip, domain, domain, ipSwitch);
