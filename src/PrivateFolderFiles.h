@@ -4,9 +4,12 @@
 #define QZ_PRIVATE_FOLDER_FILES_H
 
 #include "QZCore.h"
+#include "SafePath.h"
+#include "Validate.h"
 
 #include <array>
-#include <fstream>
+#include <cerrno>
+#include <fcntl.h>
 #include <string>
 
 namespace qz {
@@ -34,7 +37,33 @@ struct PrivateFolderFiles {
                  {"require", "valid-user"}}};
     }
 
-    static bool readable(const std::string& file) { return std::ifstream(file).is_open(); }
+    // The result of every private folder operation for a refused request:
+    // a control character in a value, a ".." in the path, or a folder or
+    // file of the folder that is a link, a FIFO, a hard link or no folder.
+    static constexpr int kRefused = 1607;
+
+    // The folder reached as openFolder reaches it, once the values passed the
+    // checks: true when `folder` is open, or when the folder does not exist or
+    // cannot be opened (`folder` then stays closed: the operation finds
+    // nothing in it); false for a request to refuse.
+    // A password is never written as it is typed (htpasswd writes its hash),
+    // so it may hold any character but NUL, which would cut its command line.
+    static bool reach(const std::string& folderPath, std::initializer_list<std::string_view> values,
+                      std::string_view password, SafeFolder& folder) {
+        if (!noControlChars(values) || password.find('\0') != std::string_view::npos || hasDotDot(folderPath))
+            return false;
+        return openFolder(folderPath, folder) || !isRefusal(errno);
+    }
+
+    // One of the two files (or the scratch copy of ".htaccess") opened for
+    // reading as openIn opens it; Missing also in a folder that does not exist
+    // and for a file that cannot be opened, as a file that cannot be read was
+    // always taken for a missing one.
+    static FileCheck open(const SafeFolder& folder, const char* name, Fd& file) {
+        if (!folder.fd.ok()) return FileCheck::Missing;
+        const FileCheck state = openIn(folder, name, O_RDONLY, file);
+        return state == FileCheck::Unopened ? FileCheck::Missing : state;
+    }
 
     // "htpasswd <option> <folder>/.htpasswd <user>", each word through the
     // quoting rule.

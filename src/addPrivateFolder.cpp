@@ -12,27 +12,41 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
                     {"NewPrivateFolderPath", "PrivateFolderUserName", "PrivateFolderUserPasswd"});
 
     const qz::PrivateFolderFiles files(folderPath);
-    if (!files.readable(files.access)) {
-        qz::OutFile out;
-        if (!out.open(files.access.c_str())) return 1601;
-        for (const auto& directive : files.directives()) out.writeLine(directive.line());
-        out.close();
-        chmod(files.access.c_str(), 0444);
+    // Nothing in the folder is reached through a link, and nothing is written
+    // into a FIFO, a hard link or a file named by a value with a control
+    // character: each would be refused before anything is written.
+    qz::SafeFolder folder;
+    if (!files.reach(folderPath, {folderPath, userName}, userPasswd, folder)) return files.kRefused;
+    qz::Fd access, passwords;
+    const qz::FileCheck accessState = files.open(folder, ".htaccess", access);
+    const qz::FileCheck passwordState = files.open(folder, ".htpasswd", passwords);
+    if (accessState == qz::FileCheck::Refused || passwordState == qz::FileCheck::Refused) return files.kRefused;
+
+    if (accessState == qz::FileCheck::Missing) {
+        if (!folder.fd.ok() || qz::openIn(folder, ".htaccess", O_WRONLY | O_CREAT | O_TRUNC, access) !=
+                                   qz::FileCheck::Regular)
+            return 1601;
+        std::string text;
+        for (const auto& directive : files.directives()) text += directive.line() + "\n";
+        if (!qz::writeAll(access, text) || fchmod(access.get(), 0444) != 0) return 1601;
     } else {
         // Lines already there stay as they are: another realm keeps its
-        // AuthName line and gets this one after it.
+        // AuthName line and gets this one after it. The checked file is
+        // reached through its descriptor, never by its name again.
+        const std::string checked = qz::descriptorPath(access);
         FileHandling params;
         for (const auto& directive : files.directives())
-            if (!params.isParamValueExistsInFile(files.access, directive.name, directive.value,
-                                                 qz::kDirectiveSeparator, qz::kDirectiveComment))
-                params.addParamInFile(files.access, directive.line());
+            if (!params.isParamValueExistsInFile(checked, directive.name, directive.value, qz::kDirectiveSeparator,
+                                                 qz::kDirectiveComment))
+                params.addParamInFile(checked, directive.line());
     }
 
     // -c creates the password file; without it the user is added or updated.
-    const char* option = files.readable(files.passwords) ? "-b" : "-cb";
+    const char* option = passwordState == qz::FileCheck::Regular ? "-b" : "-cb";
     qz::ShellPipe command(files.htpasswd(option, userName) + " " + qz::shellQuoted(userPasswd));
     if (command.get() == nullptr) return 1601;
     command.close();  // the tool's exit status is not examined
-    chmod(files.passwords.c_str(), 0444);
+    // The file the tool left, checked again before its mode is set.
+    if (files.open(folder, ".htpasswd", passwords) == qz::FileCheck::Regular) fchmod(passwords.get(), 0444);
     return 1602;
 }

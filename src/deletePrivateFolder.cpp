@@ -10,13 +10,24 @@
 #include <cstdio>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
     qz::trackMethod(TrackManager, "deletePrivateFolder", {folderPath}, {"NewPrivateFolderPath"});
 
     const qz::PrivateFolderFiles files(folderPath);
+    qz::SafeFolder folder;
+    qz::Fd passwords, access, scratch;
+    if (!files.reach(folderPath, {folderPath, userName}, "", folder)) return files.kRefused;
+    const qz::FileCheck passwordState = files.open(folder, ".htpasswd", passwords);
+    const qz::FileCheck accessState = files.open(folder, ".htaccess", access);
+    // The scratch copy of ".htaccess" is written beside it: no link, FIFO or
+    // hard link may stand there either.
+    if (passwordState == qz::FileCheck::Refused || accessState == qz::FileCheck::Refused ||
+        files.open(folder, ".htaccess_qzbackup", scratch) == qz::FileCheck::Refused)
+        return files.kRefused;
     bool usersRemain = false;
-    if (files.readable(files.passwords)) {
+    if (passwordState == qz::FileCheck::Regular) {
         const std::string commandLine = files.htpasswd("-D", userName);
         qz::sayLine("command=" + commandLine);
         qz::ShellPipe command(commandLine);
@@ -25,16 +36,23 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
         // and closed, rather than left running with its pipe open.
         std::this_thread::sleep_for(std::chrono::seconds(2));
         command.close();
+        // The file the tool left, checked again; removed by its name in the
+        // folder, which never follows a link.
         struct stat st;
-        if (stat(files.passwords.c_str(), &st) != 0) return 1604;
+        switch (files.open(folder, ".htpasswd", passwords)) {
+            case qz::FileCheck::Refused: return files.kRefused;
+            case qz::FileCheck::Regular: break;
+            default: return 1604;
+        }
+        if (fstat(passwords.get(), &st) != 0) return 1604;
         if (st.st_size < 1)
-            std::remove(files.passwords.c_str());
+            unlinkat(folder.fd.get(), ".htpasswd", 0);
         else
             usersRemain = true;
     }
     // Without a password file the directives go at once. The other lines of
     // ".htaccess", and the file itself, stay.
-    if (!usersRemain && files.readable(files.access)) {
+    if (!usersRemain && accessState == qz::FileCheck::Regular) {
         qz::sayLine("cp_FF");
         FileHandling params;
         for (const auto& directive : files.directives())

@@ -23,6 +23,10 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
                     {"NewPrivateFolderPath", "OldPrivateFolderPath", "PrivateFolderUserName",
                      "PrivateFolderUserPasswd"});
 
+    // Both paths and both values are checked before either folder changes.
+    if (!qz::noControlChars({newFolderPath, oldFolderPath, userName}) || qz::hasDotDot(newFolderPath) ||
+        qz::hasDotDot(oldFolderPath) || userPasswd.find('\0') != std::string::npos)
+        return qz::PrivateFolderFiles::kRefused;
     if (newFolderPath != oldFolderPath) {
         const int deleted = deletePrivateFolder(oldFolderPath, userName);
         if (deleted != 1603) return deleted;
@@ -31,7 +35,14 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
     }
 
     const qz::PrivateFolderFiles files(oldFolderPath);
-    if (!files.readable(files.passwords)) return 1606;
+    qz::SafeFolder folder;
+    qz::Fd passwords;
+    if (!files.reach(oldFolderPath, {}, "", folder)) return files.kRefused;
+    switch (files.open(folder, ".htpasswd", passwords)) {
+        case qz::FileCheck::Refused: return files.kRefused;
+        case qz::FileCheck::Regular: break;
+        default: return 1606;
+    }
     if (!runPrinted(files.htpasswd("-D", userName))) return 1501;
     // Two blanks before the password, as the panel has always written it.
     if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::shellQuoted(userPasswd))) return 1606;

@@ -1,0 +1,102 @@
+#include "SafePath.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qz {
+
+void Fd::reset(int fd) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+}
+
+namespace {
+
+// Only root, or the user running the library, can have put entries there.
+bool onlyOwnerWrites(const struct stat& st) {
+    return (st.st_uid == 0 || st.st_uid == geteuid()) && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+bool isTrusted(int fd) {
+    struct stat st;
+    return fstat(fd, &st) == 0 && onlyOwnerWrites(st);
+}
+
+}  // namespace
+
+bool isRefusal(int error) { return error == ELOOP || error == ENOTDIR || error == EPERM || error == ENXIO; }
+
+bool openFolder(const std::string& path, SafeFolder& folder) {
+    const bool absolute = !path.empty() && path[0] == '/';
+    Fd current(::open(absolute ? "/" : ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!current.ok()) return false;
+    bool trusted = isTrusted(current.get());
+    for (size_t start = 0; start <= path.size();) {
+        size_t end = path.find('/', start);
+        if (end == std::string::npos) end = path.size();
+        const std::string part = path.substr(start, end - start);
+        start = end + 1;
+        if (part.empty() || part == ".") continue;
+        if (part == "..") {
+            errno = EPERM;
+            return false;
+        }
+        Fd next(::openat(current.get(), part.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | (trusted ? 0 : O_NOFOLLOW)));
+        if (!next.ok()) return false;
+        current = std::move(next);
+        trusted = isTrusted(current.get());
+    }
+    folder.fd = std::move(current);
+    folder.trusted = trusted;
+    return true;
+}
+
+FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode) {
+    file.reset();
+    const int follow = folder.trusted ? 0 : O_NOFOLLOW;
+    const int base = (flags & ~(O_CREAT | O_TRUNC | O_EXCL)) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | follow;
+    Fd fd(::openat(folder.fd.get(), name, base));
+    if (!fd.ok() && errno == ENOENT && (flags & O_CREAT) != 0)
+        fd.reset(::openat(folder.fd.get(), name, base | O_CREAT | O_EXCL, mode));
+    if (!fd.ok()) return errno == ENOENT ? FileCheck::Missing : isRefusal(errno) ? FileCheck::Refused : FileCheck::Unopened;
+    struct stat st;
+    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || (!folder.trusted && st.st_nlink != 1))
+        return FileCheck::Refused;
+    const int status = fcntl(fd.get(), F_GETFL);
+    if (status < 0 || fcntl(fd.get(), F_SETFL, status & ~O_NONBLOCK) != 0) return FileCheck::Refused;
+    if ((flags & O_TRUNC) != 0 && ftruncate(fd.get(), 0) != 0) return FileCheck::Refused;
+    file = std::move(fd);
+    return FileCheck::Regular;
+}
+
+FileCheck openFile(const std::string& path, int flags, Fd& file, mode_t mode) {
+    file.reset();
+    const size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    if (name.empty() || name == "." || name == "..") return FileCheck::Refused;
+    SafeFolder folder;
+    if (!openFolder(slash == std::string::npos ? "." : path.substr(0, slash + 1), folder))
+        return errno == ENOENT ? FileCheck::Missing : isRefusal(errno) ? FileCheck::Refused : FileCheck::Unopened;
+    return openIn(folder, name.c_str(), flags, file, mode);
+}
+
+FileCheck checkFile(const std::string& path) {
+    Fd file;
+    return openFile(path, O_RDONLY, file);
+}
+
+std::string descriptorPath(const Fd& fd) { return "/proc/self/fd/" + std::to_string(fd.get()); }
+
+bool writeAll(const Fd& file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t put = ::write(file.get(), text.data(), text.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        text.remove_prefix(static_cast<size_t>(put));
+    }
+    return true;
+}
+
+}  // namespace qz

@@ -1,0 +1,97 @@
+// Reaching files inside folders that customers can write, as root, without
+// being led elsewhere: no symbolic link that a customer could have planted is
+// followed, no ".." is walked, a FIFO never blocks an open, and what was
+// checked is what is used (the descriptor, not the name again).
+//
+// Trust is decided folder by folder. A folder owned by root (or by the user
+// running the library) that neither its group nor others can write holds only
+// entries that user put there: a link in it is followed, as an administrator's
+// link (/home -> /srv/home, a redirect file kept elsewhere) should be. In any
+// other folder a link is refused, and so is a file with more than one name
+// (a hard link to a file somewhere else).
+#ifndef QZ_SAFE_PATH_H
+#define QZ_SAFE_PATH_H
+
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+namespace qz {
+
+// An open descriptor, closed when the holder goes.
+class Fd {
+public:
+    explicit Fd(int fd = -1) : fd_(fd) {}
+    ~Fd() { reset(); }
+    Fd(Fd&& other) noexcept : fd_(other.release()) {}
+    Fd& operator=(Fd&& other) noexcept {
+        reset(other.release());
+        return *this;
+    }
+    Fd(const Fd&) = delete;
+    Fd& operator=(const Fd&) = delete;
+
+    int get() const { return fd_; }
+    bool ok() const { return fd_ >= 0; }
+    int release() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
+    void reset(int fd = -1);
+
+private:
+    int fd_;
+};
+
+// A folder reached safely (an O_PATH descriptor) and whether entries in it
+// may be followed.
+struct SafeFolder {
+    Fd fd;
+    bool trusted = false;
+};
+
+// Opens the folder `path` one component at a time from "/" (or from the
+// working folder for a relative path). False, with errno set, when a
+// component is missing (ENOENT), is ".." (EPERM), is a link in a folder
+// others can write, or is no folder (ENOTDIR or ELOOP), or cannot be opened.
+bool openFolder(const std::string& path, SafeFolder& folder);
+
+// Whether a failure of openFolder or of an open in it (its errno) is a
+// refusal: a link, a FIFO without a reader, no folder, a "..".
+bool isRefusal(int error);
+
+enum class FileCheck {
+    Missing,  // no such entry, or (openFile) no such folder on the way
+    Regular,  // a regular file, opened
+    Refused,  // a link, a FIFO, a folder, a hard link, or a folder on the way
+              // that could not be reached safely
+    Unopened, // there, but it cannot be opened (no permission, an I/O error)
+};
+
+// Opens `name` in `folder` with `flags` (O_RDONLY, O_WRONLY, O_APPEND, O_CREAT
+// and O_TRUNC are honoured). The file is first opened without creating or
+// truncating it and without blocking, and kept only when it is a regular file
+// (in an untrusted folder: reached without a link and with a single name);
+// only then is it truncated. With O_CREAT a missing file is created new
+// (O_EXCL, which never follows a link), with `mode` before the umask.
+FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode = 0666);
+
+// The same for a whole path: its folder through openFolder, then its last
+// component through openIn. A path that ends in '/' names no file: Refused.
+FileCheck openFile(const std::string& path, int flags, Fd& file, mode_t mode = 0666);
+
+// Whether a file exists at `path` as openFile would find it for reading.
+FileCheck checkFile(const std::string& path);
+
+// The path of a checked descriptor for a library call or command of this
+// process that opens by name: "/proc/self/fd/<fd>", which reaches the very
+// file opened, whatever has been renamed since.
+std::string descriptorPath(const Fd& fd);
+
+// Writes the whole text at the file's offset; false on a write error.
+bool writeAll(const Fd& file, std::string_view text);
+
+}  // namespace qz
+
+#endif

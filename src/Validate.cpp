@@ -1,0 +1,58 @@
+#include "Validate.h"
+
+namespace qz {
+
+bool hasControlChar(std::string_view value) {
+    for (char c : value) {
+        const unsigned char u = static_cast<unsigned char>(c);
+        if (u < 0x20 || u == 0x7f) return true;
+    }
+    return false;
+}
+
+bool noControlChars(std::initializer_list<std::string_view> values) {
+    for (std::string_view value : values)
+        if (hasControlChar(value)) return false;
+    return true;
+}
+
+bool isHostName(std::string_view name, bool wildcard) {
+    if (wildcard && name.substr(0, 2) == "*.") name.remove_prefix(2);
+    if (name.empty() || name.size() > 253) return false;
+    size_t label = 0;
+    for (size_t i = 0; i <= name.size(); ++i) {
+        const char c = i < name.size() ? name[i] : '.';
+        if (c == '.') {
+            if (label == 0 || label > 63 || name[i - 1] == '-' || name[i - label] == '-') return false;
+            label = 0;
+        } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-') {
+            ++label;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isDirectiveSafe(std::string_view value) {
+    return !hasControlChar(value) && value.find_first_of("\"<>") == std::string_view::npos;
+}
+
+bool hasDotDot(std::string_view path) {
+    for (size_t start = 0; start <= path.size();) {
+        size_t end = path.find('/', start);
+        if (end == std::string_view::npos) end = path.size();
+        if (path.substr(start, end - start) == "..") return true;
+        start = end + 1;
+    }
+    return false;
+}
+
+bool isSafePath(std::string_view path) { return isDirectiveSafe(path) && !hasDotDot(path); }
+
+bool isPlainName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
+           !hasControlChar(name);
+}
+
+}  // namespace qz

@@ -1,0 +1,43 @@
+// Checks of the values callers type before any of them reaches a file, a
+// file name or a command: a value that fails one is refused whole, never
+// cleaned up, so that what is written is always what was asked for.
+#ifndef QZ_VALIDATE_H
+#define QZ_VALIDATE_H
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace qz {
+
+// A character below 0x20 (newline, carriage return, NUL, tab...) or 0x7f: one
+// would end a configuration or password line and start a line of its own.
+bool hasControlChar(std::string_view value);
+
+// None of `values` holds a control character.
+bool noControlChars(std::initializer_list<std::string_view> values);
+
+// A host name: dot-separated labels of letters, digits and hyphens (an
+// international name in its punycode form), each 1-63 characters, not
+// starting or ending with a hyphen, 253 characters at most; with `wildcard`
+// it may also start with "*.". A trailing dot is not taken.
+bool isHostName(std::string_view name, bool wildcard = false);
+
+// A value that can stand in a directive line or inside its double quotes
+// without ending the value, the directive or the section: no control
+// character and none of '"', '<', '>'.
+bool isDirectiveSafe(std::string_view value);
+
+// A path with a ".." component (at the start, between slashes or at the end).
+bool hasDotDot(std::string_view path);
+
+// A path that may be written into a configuration line and walked inside a
+// customer's folder: directive-safe and without a ".." component.
+bool isSafePath(std::string_view path);
+
+// One file name: not empty, not "." or "..", no '/', no control character.
+bool isPlainName(std::string_view name);
+
+}  // namespace qz
+
+#endif
