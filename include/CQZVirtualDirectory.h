@@ -42,6 +42,13 @@ public:
     // never closed or a null record, 21 without a configuration file, 22 when
     // it cannot be read (or holds a line over 2999 characters), 23 when the
     // scratch file cannot be written; on 1, 'W' and 22 nothing is changed.
+    // 'W' also refuses, before anything is written or run: a DomainName that
+    // is not a host name; a DirPath or WebAdminPath with a control character,
+    // a '"' or a ".." component; an Allow or Deny list with a control
+    // character or a '"'; a WebadminName with a control character or a
+    // password with a NUL; a folder given to chown/chmod that is reached
+    // through a link a customer could plant; a password file that is a link,
+    // a FIFO, a folder or a hard link.
     char CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, std::string WebadminName, std::string WebadminPass);
     // Reads the section for DirPath in the first block of DomainName into the
     // record: Permission (the folder's st_mode, 0 when it cannot be read),
@@ -62,9 +69,11 @@ public:
     // at the block's end (protected when AnonAccess is '0', never with the
     // Rails lines). The password file is owned by the local part of the
     // block's ServerAdmin address. Other "<Directory" lines of that block are
-    // rewritten in one quoted form. Returns 'Y' when the file was rewritten
+    // rewritten in one quoted form when their path is quoted, and copied
+    // unchanged when it is not. Returns 'Y' when the file was rewritten
     // (also when no block matched), 'W' for a "<Directory" path whose quote is
-    // never closed or a null record, 21, 22 and 23 as creation does.
+    // never closed, a null record or a record creation refuses, 21, 22 and
+    // 23 as creation does.
     char UpdateVirtualDirectory(SDDir* ObjDDir, std::string WebadminName, std::string WebadminPass);
 
     // The operations below return 21 when HttpdConfFile is empty and 22 when
@@ -75,8 +84,9 @@ public:
 
     // Removes every <Directory> section whose path equals pDDir exactly
     // (letter case included), in every block and outside them, and every
-    // empty line of the file; comment lines stay, other <Directory> lines are
-    // rewritten as "\t<Directory \"path\">". Returns 'U' after moving the
+    // empty line of the file; comment lines stay, other <Directory> lines with
+    // a quoted path are rewritten as "\t<Directory \"path\">" and those with
+    // an unquoted one (the server's "<Directory />") copied unchanged. Returns 'U' after moving the
     // scratch copy over the file; 22 also when the file cannot be written or
     // holds a line over 2999 characters (the file is then left as it is); 23
     // when TEMPFILE cannot be written; 1 for a "<Directory \"" line without

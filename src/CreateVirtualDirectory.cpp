@@ -33,10 +33,16 @@ struct Request {
     const std::string& webadminPass;
 };
 
-// The new section for `fullPath`, with the commands that go with it.
-void writeSection(qz::OutFile& out, const Request& request, const std::string& fullPath) {
+// The new section for `fullPath`, with the commands that go with it; false,
+// before anything is run for it, when the folder or the password file is one
+// a customer has turned into a link (or worse): the rewrite is then given up.
+bool writeSection(qz::OutFile& out, const Request& request, const std::string& fullPath) {
     using namespace qz;
     const SDDir& dir = request.dir;
+    const bool protect = dir.AnonAccess == '1';
+    if ((!request.webAdmin.empty() && !folderUsable(fullPath)) ||
+        (protect && !passwordFileUsable(passwordFileOf(dir))))
+        return false;
     sayLine("Directory Creation");
     sayLine("WebAdmin=" + request.webAdmin);
     sayLine("FullPath=" + fullPath);
@@ -60,14 +66,15 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
         writeAuthLines(out, authFile);
         sayLine("cp1");
         sayLine("AuthFile=" + authFile);
-        ensurePasswordFile(authFile);
+        if (!ensurePasswordFile(authFile)) return false;
         sayLine("cp11");
-        addWebadminLogin(authFile, request.webadminName, request.webadminPass);
+        if (!addWebadminLogin(authFile, request.webadminName, request.webadminPass)) return false;
         sayLine("cp2");
-        if (!request.webAdmin.empty()) chownPasswordFile(request.webAdmin, authFile);
+        if (!request.webAdmin.empty() && !chownPasswordFile(request.webAdmin, authFile)) return false;
         sayLine("cp3");
     }
     out.writeLine("\t</Directory>");
+    return true;
 }
 
 }  // namespace
@@ -78,6 +85,9 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // Without a record there is nothing to add; nothing is touched.
     if (ObjDDir == nullptr) return 'W';
     const SDDir& dir = *ObjDDir;
+    // A record that could inject a line or lead outside the site is refused
+    // before anything is read, written or run.
+    if (!isAcceptable(dir, WebadminName, WebadminPass)) return 'W';
     const std::string domain = field(dir.DomainName);
     const std::string dirPath = field(dir.DirPath);
     trackMethod(TrackManager, "CreateVirtualDirectory", {domain, dirPath, field(dir.Allow), field(dir.Deny)},
@@ -103,7 +113,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     return rewriteConfiguration(in, rewrite, 'S', [&](const LineReader& line, const char* p) -> char {
         const bool closing = startsWithNoCase(p, "</VirtualHost");
         if (closing && flag == 2 && AdminFlag == 0) {
-            writeSection(out, request, fullPath);
+            if (!writeSection(out, request, fullPath)) return 'W';
         } else if (closing) {
             fullPath.clear();
         }

@@ -38,12 +38,13 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     // A "<Directory" path without its closing quote gives up with 1.
     return rewriteConfiguration(in, rewrite, 'U', [&](const LineReader& line, const char* p) -> char {
         if (startsWithNoCase(p, "<Directory")) {
-            if (!readDirectoryPath(p, path)) return 1;
+            const PathForm form = directoryPath(p, path);
+            if (form == PathForm::Unterminated) return 1;
             // The path is compared exactly, letter case included.
             if (path == wanted)
                 inSection = true;
             else
-                out.writeLine(directoryOpening(path));
+                copyDirectoryOpening(out, line, form, path);
         } else if (inSection) {
             if (startsWithNoCase(p, "</Directory")) inSection = false;
         } else if (!line.empty()) {

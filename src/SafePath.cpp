@@ -55,8 +55,7 @@ bool openFolder(const std::string& path, SafeFolder& folder) {
 
 FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode) {
     file.reset();
-    const int follow = folder.trusted ? 0 : O_NOFOLLOW;
-    const int base = (flags & ~(O_CREAT | O_TRUNC | O_EXCL)) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | follow;
+    const int base = (flags & ~(O_CREAT | O_TRUNC | O_EXCL)) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
     Fd fd(::openat(folder.fd.get(), name, base));
     if (!fd.ok() && errno == ENOENT && (flags & O_CREAT) != 0)
         fd.reset(::openat(folder.fd.get(), name, base | O_CREAT | O_EXCL, mode));

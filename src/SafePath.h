@@ -3,12 +3,13 @@
 // followed, no ".." is walked, a FIFO never blocks an open, and what was
 // checked is what is used (the descriptor, not the name again).
 //
-// Trust is decided folder by folder. A folder owned by root (or by the user
-// running the library) that neither its group nor others can write holds only
-// entries that user put there: a link in it is followed, as an administrator's
-// link (/home -> /srv/home, a redirect file kept elsewhere) should be. In any
-// other folder a link is refused, and so is a file with more than one name
-// (a hard link to a file somewhere else).
+// Folders on the way are trusted one by one. A folder owned by root (or by
+// the user running the library) that neither its group nor others can write
+// holds only entries that user put there: a link to a folder in it is
+// followed, as an administrator's link (/home -> /srv/home) should be. In any
+// other folder such a link is refused. The file itself is never reached
+// through a link, and in an untrusted folder a file with more than one name
+// (a hard link to a file somewhere else) is refused too.
 #ifndef QZ_SAFE_PATH_H
 #define QZ_SAFE_PATH_H
 
@@ -71,8 +72,8 @@ enum class FileCheck {
 
 // Opens `name` in `folder` with `flags` (O_RDONLY, O_WRONLY, O_APPEND, O_CREAT
 // and O_TRUNC are honoured). The file is first opened without creating or
-// truncating it and without blocking, and kept only when it is a regular file
-// (in an untrusted folder: reached without a link and with a single name);
+// truncating it, without following a link and without blocking, and kept
+// only when it is a regular file (in an untrusted folder: with one name);
 // only then is it truncated. With O_CREAT a missing file is created new
 // (O_EXCL, which never follows a link), with `mode` before the umask.
 FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode = 0666);

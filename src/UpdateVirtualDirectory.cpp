@@ -32,19 +32,20 @@ struct Request {
 };
 
 // The authentication lines and the password file, owned by the local part of
-// the block's ServerAdmin address when it has one.
-void protect(qz::OutFile& out, const Request& request) {
+// the block's ServerAdmin address when it has one. False when the password
+// file is not one to use (see ensurePasswordFile).
+bool protect(qz::OutFile& out, const Request& request) {
     using namespace qz;
     const std::string authFile = passwordFileOf(request.dir);
     writeAuthLines(out, authFile);
-    ensurePasswordFile(authFile);
-    addWebadminLogin(authFile, request.webadminName, request.webadminPass);
+    if (!ensurePasswordFile(authFile) || !addWebadminLogin(authFile, request.webadminName, request.webadminPass))
+        return false;
     std::string admin;
     ApacheHelper helper;
     helper.Apache_getDirectiveInVH(request.httpdConfFile, request.domain, "ServerAdmin", admin, false);
     const size_t at = admin.find('@');
-    if (at == std::string::npos || at == 0) return;
-    chownPasswordFile(admin.substr(0, at), authFile);
+    if (at == std::string::npos || at == 0) return true;
+    return chownPasswordFile(admin.substr(0, at), authFile);
 }
 
 enum class Placement {
@@ -54,8 +55,8 @@ enum class Placement {
 
 // The section for `fullPath`. Appended sections are protected when anonymous
 // access is '0', replacing ones when it is '1', and only replacing ones get
-// the Rails lines: both as the panel relies on.
-void writeSection(qz::OutFile& out, const Request& request, const std::string& fullPath, Placement placement) {
+// the Rails lines: both as the panel relies on. False as protect() says.
+bool writeSection(qz::OutFile& out, const Request& request, const std::string& fullPath, Placement placement) {
     using namespace qz;
     const SDDir& dir = request.dir;
     const bool replacing = placement == Placement::Replacing;
@@ -63,10 +64,11 @@ void writeSection(qz::OutFile& out, const Request& request, const std::string& f
     if (dir.PerlEnabled == '1') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);
-    if (dir.AnonAccess == (replacing ? '1' : '0')) protect(out, request);
+    if (dir.AnonAccess == (replacing ? '1' : '0') && !protect(out, request)) return false;
     if (replacing && dir.RubyOnRails == '1')
         for (const char* line : kRailsLines) out.writeLine(line);
     out.writeLine("\t</Directory>");
+    return true;
 }
 
 }  // namespace
@@ -76,6 +78,10 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     // Without a record there is nothing to write; nothing is touched.
     if (ObjDDir == nullptr) return 'W';
     const SDDir& dir = *ObjDDir;
+    // A record that could inject a line or lead outside the site, or whose
+    // password file a customer has made a link, is refused before anything is
+    // read, written or run.
+    if (!isAcceptable(dir, WebadminName, WebadminPass) || !passwordFileUsable(passwordFileOf(dir))) return 'W';
     const std::string domain = field(dir.DomainName);
     const std::string dirPath = field(dir.DirPath);
     trackMethod(TrackManager, "UpdateVirtualDirectory",
@@ -122,17 +128,18 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
             }
         } else if (startsWithNoCase(p, "<Directory") && state == Site) {
             std::string path;
-            if (!readDirectoryPath(p, path)) return 'W';
+            const PathForm form = directoryPath(p, path);
+            if (form == PathForm::Unterminated) return 'W';
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
-                writeSection(out, request, fullPath, Placement::Replacing);
+                if (!writeSection(out, request, fullPath, Placement::Replacing)) return 'W';
                 state = OldSection;
             } else {
-                out.writeLine(directoryOpening(path));  // written back in the one quoted form
+                copyDirectoryOpening(out, line, form, path);
             }
             return 0;
         } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {
             if (state == Site) {
-                writeSection(out, request, fullPath, Placement::Appending);
+                if (!writeSection(out, request, fullPath, Placement::Appending)) return 'W';
                 state = Written;
             } else {
                 fullPath.clear();

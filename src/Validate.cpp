@@ -35,7 +35,11 @@ bool isHostName(std::string_view name, bool wildcard) {
 }
 
 bool isDirectiveSafe(std::string_view value) {
-    return !hasControlChar(value) && value.find_first_of("\"<>") == std::string_view::npos;
+    return !hasControlChar(value) && value.find('"') == std::string_view::npos;
+}
+
+bool isTagSafe(std::string_view value) {
+    return isDirectiveSafe(value) && value.find_first_of("<>") == std::string_view::npos;
 }
 
 bool hasDotDot(std::string_view path) {

@@ -24,9 +24,14 @@ bool noControlChars(std::initializer_list<std::string_view> values);
 bool isHostName(std::string_view name, bool wildcard = false);
 
 // A value that can stand in a directive line or inside its double quotes
-// without ending the value, the directive or the section: no control
-// character and none of '"', '<', '>'.
+// without ending the value or the line: no control character and no '"'.
+// ('<' and '>' end nothing there: Apache closes a section's opening line at
+// its last '>', after the quoted path.)
 bool isDirectiveSafe(std::string_view value);
+
+// A value of a section's opening line written without quotes, such as the
+// address of "<VirtualHost address>": directive-safe, and no '<' or '>'.
+bool isTagSafe(std::string_view value);
 
 // A path with a ".." component (at the start, between slashes or at the end).
 bool hasDotDot(std::string_view path);

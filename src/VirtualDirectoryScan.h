@@ -34,6 +34,17 @@ inline bool readDirectoryPath(const char* p, std::string& path) {
     return directoryPath(p, path) != PathForm::Unterminated;
 }
 
+// A "<Directory" line that an edit keeps: a quoted path is written back in the
+// one form the panel writes, "\t<Directory \"path\">"; an unquoted one (such
+// as the server's own "<Directory />") is copied as it stands, since quoting
+// what directoryPath read, '>' included, would name another folder.
+inline void copyDirectoryOpening(OutFile& out, const LineReader& line, PathForm form, const std::string& path) {
+    if (form == PathForm::Quoted)
+        out.writeLine(directoryOpening(path));
+    else
+        out.writeLine(line.view());
+}
+
 // A value as the virtual directory operations read it: one that opens with a
 // double quote loses that quote and ends at the next one (or at the end of
 // the line when there is none); any other is taken whole.

@@ -1,7 +1,11 @@
 #include "VirtualDirectorySection.h"
 
 #include "QZCommon.h"
+#include "SafePath.h"
+#include "Validate.h"
 #include "VirtualDirectoryScan.h"
+
+#include <cerrno>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -62,35 +66,46 @@ void writeAuthLines(OutFile& out, const std::string& authFile) {
     out.writeLine("\t\trequire valid-user");
 }
 
-void ensurePasswordFile(const std::string& authFile) {
-    const int fd = ::open(authFile.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) {
-        ::close(fd);
-        return;
+bool isAcceptable(const SDDir& dir, const std::string& login, const std::string& password) {
+    const std::string domain = field(dir.DomainName);
+    return (domain.empty() || isHostName(domain)) && isSafePath(field(dir.DirPath)) &&
+           isSafePath(field(dir.WebAdminPath)) && isDirectiveSafe(field(dir.Allow)) &&
+           isDirectiveSafe(field(dir.Deny)) && !hasControlChar(login) && password.find('\0') == std::string::npos;
+}
+
+bool ensurePasswordFile(const std::string& authFile) {
+    Fd file;
+    switch (openFile(authFile, O_RDONLY, file)) {
+        case FileCheck::Regular: return true;
+        case FileCheck::Refused: return false;
+        default: break;
     }
-    OutFile created;
-    created.open(authFile.c_str());
+    // Created (or, unreadable, emptied) only once it is known to be a file.
+    const FileCheck made = openFile(authFile, O_WRONLY | O_CREAT | O_TRUNC, file);
+    return made != FileCheck::Refused;
 }
 
-namespace {
-// htpasswd and chown, run as root, would follow a link a customer planted in
-// place of the password file and rewrite or give away its target.
-bool isSymbolicLink(const std::string& path) {
-    struct stat st;
-    return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
-}
-}  // namespace
+bool passwordFileUsable(const std::string& authFile) { return checkFile(authFile) != FileCheck::Refused; }
 
-void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass) {
-    struct stat st;
-    if (name.empty() || pass.empty() || stat(authFile.c_str(), &st) != 0 || isSymbolicLink(authFile)) return;
+bool addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass) {
+    const FileCheck state = checkFile(authFile);
+    if (state == FileCheck::Refused) return false;
+    if (name.empty() || pass.empty() || state != FileCheck::Regular) return true;
     const std::string command = shellCommand({"htpasswd", "-b", authFile, name}) + " " + shellQuoted(pass);
     sayLine("cmd=" + command);
     runShell(command);
+    return true;
 }
 
-void chownPasswordFile(const std::string& owner, const std::string& authFile) {
-    if (!isSymbolicLink(authFile)) runShell(shellCommand({"chown", panelOwner(owner), authFile}));
+bool chownPasswordFile(const std::string& owner, const std::string& authFile) {
+    if (checkFile(authFile) == FileCheck::Refused) return false;
+    runShell(shellCommand({"chown", panelOwner(owner), authFile}));
+    return true;
+}
+
+bool folderUsable(const std::string& folder) {
+    SafeFolder reached;
+    return !hasDotDot(folder) && (openFolder(folder, reached) || !isRefusal(errno));
 }
 
 }  // namespace qz

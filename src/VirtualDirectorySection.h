@@ -36,23 +36,35 @@ std::string passwordFileOf(const SDDir& dir);
 // The four basic-authentication lines naming `authFile`.
 void writeAuthLines(OutFile& out, const std::string& authFile);
 
-// Creates `authFile` empty when it cannot be opened for reading. Never
-// through a symbolic link (O_NOFOLLOW): the file lies in the customer's
-// folder, and root would otherwise create or truncate what a planted link
-// points at.
-void ensurePasswordFile(const std::string& authFile);
+// Whether the record and the typed login may be used at all: a domain that
+// is a host name (or none), a DirPath and WebAdminPath that are safe paths,
+// Allow and Deny lists that cannot end their quoted value, a login without a
+// control character and a password without a NUL (htpasswd stores its hash).
+// A record that fails is refused whole, before anything is written or run.
+bool isAcceptable(const SDDir& dir, const std::string& login, const std::string& password);
 
-// The password file lies in a folder of the site's owner, but htpasswd and
-// chown run as root: a password file that is a symbolic link is neither
-// written nor given away by the two functions below, whatever it points at.
+// The password file lies in a folder of the site's owner, but it is created,
+// handed to htpasswd and given away by root: each step below first checks
+// the file as openFile reaches it (no link a customer could plant, no FIFO,
+// no hard link), and a file that fails is left alone: false.
+
+// Creates `authFile` empty when it is missing or cannot be opened for reading.
+bool ensurePasswordFile(const std::string& authFile);
+
+// Whether the password file is missing or a file the steps above would use.
+bool passwordFileUsable(const std::string& authFile);
 
 // When the name and the password are both given and `authFile` exists:
 // prints "cmd=" and the command, then runs "htpasswd -b authFile name 'pass'".
-void addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass);
+bool addWebadminLogin(const std::string& authFile, const std::string& name, const std::string& pass);
 
 // Runs "chown owner:qz7group authFile".
-void chownPasswordFile(const std::string& owner, const std::string& authFile);
+bool chownPasswordFile(const std::string& owner, const std::string& authFile);
 
+// Whether `folder`, given to "chown -R" and "chmod -R", may be: reached
+// without a link a customer could plant and without "..", or missing (the
+// commands then change nothing).
+bool folderUsable(const std::string& folder);
 
 }  // namespace qz
 
