@@ -137,10 +137,13 @@ public:
     // "writing entry" and the result of that write, or "entry already
     // exists". The file and the placeholder are written through a symbolic
     // link. False, after "unable to open file: <path>", when the file cannot
-    // be opened.
+    // be opened. False at once, with nothing made or printed, for a domain
+    // that is not a host name, or an address or port holding a control
+    // character, '"', '<' or '>'.
     bool Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName, std::string ipAddress, std::string port);
     // Deletes the active redirect file (not a stopped one). Prints
-    // "file path:<path>"; always true. So do Stop and Start.
+    // "file path:<path>"; true, but false at once, with nothing printed or
+    // changed, for a domain that is not a host name. So do Stop and Start.
     bool Apache_DeleteRedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName);
     // Renames an active redirect file to "<domain>.conf.stop".
     bool Apache_StopRedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName);

@@ -60,6 +60,11 @@ public:
     // 21, 22, also when a line is longer than 2999 characters (nothing is
     // changed then), and 23 when TEMPFILE cannot be written. Prints what it
     // finds of the address's NameVirtualHost ("Requested IP is IPV4", ...).
+    // 93, before anything is read, written or made: DName is not a host name
+    // (UTF-8 letters allowed) or PunyCode not a plain one, IPAddress holds a
+    // control character, '"', '<' or '>', ServerAdmin a control character or
+    // '"', Path one of those or a ".." component, UserName a control
+    // character.
     char CreateWebsite(VHostEntry* objVHost);
 
     // Writes the site's block, preceded by an empty line, to outFile.
@@ -116,13 +121,15 @@ public:
     // /etc/httpd/qz/<domain>.conf) gets it on its alias line, through the
     // scratch file /etc/temp. 0 added; 2 already listed (also when it is the
     // beginning of a listed alias); 1 no alias line to read, or the update
-    // failed ("Update error").
+    // failed ("Update error"); 3, with nothing changed, when the domain is
+    // not a host name or the host header is not one (it may start with "*.").
     char AddHostHeader(std::string domainName, std::string hostHeader);
     // Removes hostHeader from the ServerAlias line of every block of the
     // domain and from the redirect file's alias line, printing "Ptr1=<name>"
     // for every listed name but the last and "matched" for the one removed.
     // 0 updated (also when it was not listed); 1 no alias line to read
-    // (nothing is changed) or the update failed.
+    // (nothing is changed) or the update failed; 3, with nothing changed,
+    // when the domain is not a host name.
     char DeleteHostHeader(std::string domainName, std::string hostHeader);
 
     // The quoted value of the first ServerRoot directive that starts in
@@ -223,12 +230,21 @@ public:
     // case). The site folder is the DocumentRoot cut after the domain; when
     // there is none (no DocumentRoot holding the domain) no folder is made,
     // no command is run and no block is inserted, and the result is still 96.
-    // 96; 23 HttpdConfFile.tmpfcgid cannot be created; 21.
+    // 96; 23 HttpdConfFile.tmpfcgid cannot be created; 21. 98, before
+    // anything is printed, made or run: DomainName is not a host name,
+    // phpCGIPath holds a control character or '"' or ends in no file name, or
+    // the site's .setting_php (or the copy in it) is a link, a FIFO or a hard
+    // link a customer planted.
     int EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting);
     // Removes the site's first <IfModule ...> block naming ModuleName (at
     // most 10 lines after its opening line) and deletes <site folder>/PHPCGI.
     // 96 (also when there is no block; the configuration then stays); 87 a
-    // longer block, the configuration left as it is; 23 TEMPFILE; 21.
+    // longer block, the configuration left as it is; 23 TEMPFILE; 21. 98,
+    // with nothing changed, when DomainName is not a host name or PHPCGI holds
+    // a control character or a ".." component; 98 too, after the block is
+    // removed but before anything is deleted, when a folder on the way to
+    // PHPCGI is a link a customer planted. A link named PHPCGI is removed
+    // itself, never what it points at.
     int DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI);
     // Adds (Enable) or removes (Disable) "\t\tAddHandler cgi-script cgi pl"
     // right under the site's <Directory "document root"> line, through the

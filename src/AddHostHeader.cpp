@@ -5,9 +5,12 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "Validate.h"
 
 char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     qz::trackMethod(TrackManager, "AddHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
+    // Both names reach configuration lines, and the domain a file name.
+    if (!qz::isHostName(domainName) || !qz::isHostName(hostHeader, true)) return 3;
 
     // The redirect file gets the name first, even when the site lists it.
     // Red Hat's alias line is expected to end with a space.

@@ -4,6 +4,7 @@
 #include "ApacheHelper.h"
 
 #include "RedirectFile.h"
+#include "Validate.h"
 
 #include <sys/stat.h>
 
@@ -34,6 +35,10 @@ void includeRedirectFolder(ApacheHelper& helper, const std::string& httpdConfFil
 
 bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName,
                                                     std::string ipAddress, std::string port) {
+    // Each value reaches a line of the file, and the domain its name: one
+    // that would end the line or the section, or lead out of the folder, is
+    // refused before anything is made.
+    if (!qz::isHostName(domainName) || !qz::isTagSafe(ipAddress) || !qz::isTagSafe(port)) return false;
     const std::string folder = qz::redirectFolder(*this);
     const std::string file = qz::redirectFile(folder, domainName);
     qz::OutFile out;

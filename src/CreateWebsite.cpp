@@ -3,6 +3,7 @@
 
 #include "QZCommon.h"
 #include "QZCore.h"
+#include "Validate.h"
 #include "WebsiteEntry.h"
 
 #include <cstring>
@@ -102,6 +103,13 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                     {"objVHost->DName", "objVHost->IPAddress", "objVHost->Path", "objVHost->Port",
                      "objVHost->ServerAdmin"});
 
+    // Every value reaches a line of the block or a folder name: one that is
+    // not a host name, or could end its line or lead out of Path, is refused
+    // before anything is read, written or made.
+    if (!qz::isDomainName(qz::field(v.DName)) || !qz::isHostName(qz::field(v.PunyCode)) ||
+        !qz::isTagSafe(qz::field(v.IPAddress)) || !qz::isDirectiveSafe(qz::field(v.ServerAdmin)) ||
+        !qz::isSafePath(qz::field(v.Path)) || qz::hasControlChar(qz::field(v.UserName)))
+        return 93;
     if (qz::isEmpty(HttpdConfFile)) return 21;
     Site site;
     site.ip = qz::field(v.IPAddress);

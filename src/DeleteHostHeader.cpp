@@ -5,6 +5,7 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "Validate.h"
 
 #include <cctype>
 
@@ -59,6 +60,8 @@ std::string listWithout(const std::string& aliases, const std::string& name) {
 
 char CQZWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
     qz::trackMethod(TrackManager, "DeleteHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
+    // The domain names the redirect file that is rewritten.
+    if (!qz::isHostName(domainName)) return 3;
 
     ApacheHelper helper;
     const std::string httpdConfFile = qz::str(HttpdConfFile);

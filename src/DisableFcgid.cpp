@@ -4,6 +4,12 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "SafePath.h"
+#include "Validate.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <strings.h>
@@ -11,6 +17,8 @@
 int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
     qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
                     {"DomainName", "ModuleName", "PHPCGI"});
+    // The CGI copy is named inside the site folder: no ".." leads out of it.
+    if (!qz::isHostName(DomainName) || qz::hasControlChar(PHPCGI) || qz::hasDotDot(PHPCGI)) return 98;
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;
     // The block is found by ModuleName itself; ModuleName + ".c" would find
@@ -52,7 +60,15 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
     const std::string site = qz::siteFolder(documentRoot, DomainName);
     // Only a named file inside a known site folder is deleted: an empty name
-    // would remove the folder itself if it were empty.
-    if (!site.empty() && !PHPCGI.empty()) std::remove((site + "/" + PHPCGI).c_str());
+    // would remove the folder itself if it were empty. Its folder is reached
+    // without a link a customer could plant, and the name is removed there
+    // (a link by that name goes, never what it points at).
+    if (site.empty() || PHPCGI.empty()) return 96;
+    const std::string target = site + "/" + PHPCGI;
+    const size_t slash = target.rfind('/');
+    const std::string name = target.substr(slash + 1);
+    qz::SafeFolder folder;
+    if (!qz::openFolder(target.substr(0, slash + 1), folder)) return errno == ENOENT ? 96 : 98;
+    if (!name.empty()) unlinkat(folder.fd.get(), name.c_str(), 0);
     return 96;
 }

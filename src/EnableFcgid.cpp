@@ -3,6 +3,11 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "SafePath.h"
+#include "Validate.h"
+
+#include <cerrno>
+#include <fcntl.h>
 
 #include <strings.h>
 #include <sys/stat.h>
@@ -10,6 +15,10 @@
 int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting) {
     qz::trackMethod(TrackManager, "EnableFcgid", {DomainName, phpCGIPath, suexecSetting},
                     {"DomainName", "phpCGIPath", "suexecSetting"});
+    // The domain and the CGI's path reach configuration lines and folder
+    // names: refused before anything is printed, made or run.
+    const std::string cgiName = phpCGIPath.substr(phpCGIPath.rfind('/') + 1);
+    if (!qz::isHostName(DomainName) || !qz::isDirectiveSafe(phpCGIPath) || !qz::isPlainName(cgiName)) return 98;
     qz::sayLine("suexecSetting=" + suexecSetting);
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;
@@ -21,20 +30,30 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
     helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
     const std::string site = qz::siteFolder(documentRoot, DomainName);
     const std::string settings = site + "/.setting_php";
-    const std::string name = phpCGIPath.substr(phpCGIPath.rfind('/') + 1);
-    const std::string wrapper = settings + "/" + name;
+    const std::string wrapper = settings + "/" + cgiName;
 
     // Without a site folder (no document root holding the domain) nothing is
     // made and no block is inserted, and the result is still 96: the settings
     // folder would otherwise be "/.setting_php" at the top of the file system
     // and the block would point there. The scratch copy below is still made.
     if (!site.empty()) {
-        struct stat st;
-        if (stat(settings.c_str(), &st) != 0) {
+        // The settings folder and the copy in it are reached in the site
+        // folder without a link; a link, a FIFO or a hard link there refuses
+        // the call before anything is made or run.
+        qz::SafeFolder siteFolder, settingsFolder;
+        qz::Fd copy;
+        if (!qz::openFolder(site, siteFolder) && qz::isRefusal(errno)) return 98;
+        if (!qz::openFolder(settings, settingsFolder)) {
+            if (errno != ENOENT) return 98;
             qz::sayLine("creating .setting_php directory");
-            mkdir(settings.c_str(), 0100);
+            if (siteFolder.fd.ok()) mkdirat(siteFolder.fd.get(), ".setting_php", 0100);
+            if (!qz::openFolder(settings, settingsFolder) && qz::isRefusal(errno)) return 98;
         }
-        chmod(settings.c_str(), 04505);  // setuid with r-x for owner and others, on purpose
+        if (settingsFolder.fd.ok() && qz::openIn(settingsFolder, cgiName.c_str(), O_RDONLY, copy) == qz::FileCheck::Refused)
+            return 98;
+        // setuid with r-x for owner and others, on purpose; set on the folder
+        // reached above, whatever its name leads to by now.
+        if (settingsFolder.fd.ok()) chmod(qz::descriptorPath(settingsFolder.fd).c_str(), 04505);
         const std::string owner = qz::panelOwner(webAdmin);
         qz::runShell(qz::shellCommand({"chown", owner, settings}));
         qz::runShell(qz::shellCommand({"cp", phpCGIPath, settings + "/."}));

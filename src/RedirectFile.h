@@ -6,6 +6,7 @@
 
 #include "ApacheHelper.h"
 #include "QZCore.h"
+#include "Validate.h"
 
 #include <string>
 #include <unistd.h>
@@ -30,8 +31,11 @@ inline bool pathExists(const std::string& path) { return access(path.c_str(), F_
 
 // The switch of Delete, Stop and Start: prints "file path:" and the domain's
 // redirect file, then, when the server root is known, hands it to `act`.
+// False, with nothing printed or changed, for a domain that is not a host
+// name (a "../" in it would name a file outside the folder).
 template <class Act>
 bool switchRedirect(ApacheHelper& helper, const std::string& domain, Act&& act) {
+    if (!isHostName(domain)) return false;
     const std::string folder = redirectFolder(helper);
     const std::string file = redirectFile(folder, domain);
     sayLine("file path:" + file);

@@ -16,8 +16,14 @@ bool noControlChars(std::initializer_list<std::string_view> values) {
     return true;
 }
 
-bool isHostName(std::string_view name, bool wildcard) {
-    if (wildcard && name.substr(0, 2) == "*.") name.remove_prefix(2);
+namespace {
+
+bool isLabelChar(char c, bool unicode) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           (unicode && static_cast<unsigned char>(c) >= 0x80);
+}
+
+bool hasHostLabels(std::string_view name, bool unicode) {
     if (name.empty() || name.size() > 253) return false;
     size_t label = 0;
     for (size_t i = 0; i <= name.size(); ++i) {
@@ -25,7 +31,7 @@ bool isHostName(std::string_view name, bool wildcard) {
         if (c == '.') {
             if (label == 0 || label > 63 || name[i - 1] == '-' || name[i - label] == '-') return false;
             label = 0;
-        } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-') {
+        } else if (isLabelChar(c, unicode)) {
             ++label;
         } else {
             return false;
@@ -33,6 +39,15 @@ bool isHostName(std::string_view name, bool wildcard) {
     }
     return true;
 }
+
+}  // namespace
+
+bool isHostName(std::string_view name, bool wildcard) {
+    if (wildcard && name.substr(0, 2) == "*.") name.remove_prefix(2);
+    return hasHostLabels(name, false);
+}
+
+bool isDomainName(std::string_view name) { return hasHostLabels(name, true); }
 
 bool isDirectiveSafe(std::string_view value) {
     return !hasControlChar(value) && value.find('"') == std::string_view::npos;

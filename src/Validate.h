@@ -23,6 +23,11 @@ bool noControlChars(std::initializer_list<std::string_view> values);
 // it may also start with "*.". A trailing dot is not taken.
 bool isHostName(std::string_view name, bool wildcard = false);
 
+// A domain as a customer may spell it: a host name whose labels may also
+// hold bytes of UTF-8 characters (0x80 and above) for an international name
+// in its own letters ("bücher.de"), which the punycode form accompanies.
+bool isDomainName(std::string_view name);
+
 // A value that can stand in a directive line or inside its double quotes
 // without ending the value or the line: no control character and no '"'.
 // ('<' and '>' end nothing there: Apache closes a section's opening line at

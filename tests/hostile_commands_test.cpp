@@ -162,8 +162,8 @@ TEST_F(HostileCommandTest, WebsiteCommands) {
         STEP(c.label + ": CreateWebsite", website.CreateWebsite(&entry));
         STEP(c.label + ": StopWebsite", website.StopWebsite("b.com"));
         STEP(c.label + ": StartWebsite", website.StartWebsite("b.com"));
-        STEP(c.label + ": AddHostHeader", website.AddHostHeader("a.com", "x.com;touch canary"));
-        STEP(c.label + ": DeleteHostHeader", website.DeleteHostHeader("a.com", "x.com;touch canary"));
+        STEP(c.label + ": AddHostHeader", website.AddHostHeader("a.com", "x.com"));
+        STEP(c.label + ": DeleteHostHeader", website.DeleteHostHeader("a.com", "x.com"));
         STEP(c.label + ": DeleteWebsite", website.DeleteWebsite("b.com", 0));
     });
     EXPECT_DATA(transcript_, "hostile/website.transcript");
