@@ -20,6 +20,13 @@ std::string folderOfDocumentRoot(const char* p) {
     return root.size() >= 5 ? root.substr(0, root.size() - 5) : std::string();
 }
 
+// The folder that holds `path` ("/" for a path at the top).
+std::string parentOf(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
 void runPrinted(const std::string& command) {
     qz::sayLine("command =" + command);
     qz::runShell(command);
@@ -40,8 +47,12 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
     using namespace qz;
     const SDDir& dir = request.dir;
     const bool protect = dir.AnonAccess == '1';
-    if ((!request.webAdmin.empty() && !folderUsable(fullPath)) ||
-        (protect && !passwordFileUsable(passwordFileOf(dir))))
+    // The folders the commands name are held still while they run: the
+    // folder's own parent and the password file's folder.
+    FolderLock parentStill, authStill;
+    const std::string authFolder = field(dir.WebAdminPath) + "/" + field(dir.DomainName);
+    if ((!request.webAdmin.empty() && (!folderUsable(fullPath) || !holdStill(parentStill, parentOf(fullPath)))) ||
+        (protect && (!holdStill(authStill, authFolder) || !passwordFileUsable(passwordFileOf(dir)))))
         return false;
     sayLine("Directory Creation");
     sayLine("WebAdmin=" + request.webAdmin);

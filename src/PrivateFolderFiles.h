@@ -43,16 +43,18 @@ struct PrivateFolderFiles {
     static constexpr int kRefused = 1607;
 
     // The folder reached as openFolder reaches it, once the values passed the
-    // checks: true when `folder` is open, or when the folder does not exist or
-    // cannot be opened (`folder` then stays closed: the operation finds
+    // checks, and held still by `still` while the operation runs htpasswd on
+    // its files: true when `folder` is open, or when the folder does not exist
+    // or cannot be opened (`folder` then stays closed: the operation finds
     // nothing in it); false for a request to refuse.
     // A password is never written as it is typed (htpasswd writes its hash),
     // so it may hold any character but NUL, which would cut its command line.
     static bool reach(const std::string& folderPath, std::initializer_list<std::string_view> values,
-                      std::string_view password, SafeFolder& folder) {
+                      std::string_view password, SafeFolder& folder, FolderLock& still) {
         if (!noControlChars(values) || password.find('\0') != std::string_view::npos || hasDotDot(folderPath))
             return false;
-        return openFolder(folderPath, folder) || !isRefusal(errno);
+        if (!openFolder(folderPath, folder)) return !isRefusal(errno);
+        return still.lock(folderPath);
     }
 
     // One of the two files (or the scratch copy of ".htaccess") opened for

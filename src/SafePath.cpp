@@ -28,11 +28,28 @@ bool isTrusted(int fd) {
 
 bool isRefusal(int error) { return error == ELOOP || error == ENOTDIR || error == EPERM || error == ENXIO; }
 
-bool openFolder(const std::string& path, SafeFolder& folder) {
+namespace {
+
+// The folders of `path` as openFolder walks them: each one's identity, and a
+// descriptor of each one others can write (with its owner and mode).
+struct Walk {
+    std::vector<std::pair<dev_t, ino_t>> chain;
+    std::vector<std::pair<int, struct stat>> writable;  // descriptors owned by the caller
+};
+
+bool walk(const std::string& path, SafeFolder& folder, Walk* seen) {
     const bool absolute = !path.empty() && path[0] == '/';
     Fd current(::open(absolute ? "/" : ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!current.ok()) return false;
     bool trusted = isTrusted(current.get());
+    auto note = [&](bool isTrusted) {
+        if (seen == nullptr) return;
+        struct stat st;
+        if (fstat(current.get(), &st) != 0) return;
+        seen->chain.emplace_back(st.st_dev, st.st_ino);
+        if (!isTrusted) seen->writable.emplace_back(dup(current.get()), st);
+    };
+    note(trusted);
     for (size_t start = 0; start <= path.size();) {
         size_t end = path.find('/', start);
         if (end == std::string::npos) end = path.size();
@@ -47,10 +64,56 @@ bool openFolder(const std::string& path, SafeFolder& folder) {
         if (!next.ok()) return false;
         current = std::move(next);
         trusted = isTrusted(current.get());
+        note(trusted);
     }
     folder.fd = std::move(current);
     folder.trusted = trusted;
     return true;
+}
+
+}  // namespace
+
+bool openFolder(const std::string& path, SafeFolder& folder) { return walk(path, folder, nullptr); }
+
+bool FolderLock::lock(const std::string& folderPath) {
+    release();
+    SafeFolder folder;
+    Walk first;
+    const bool walked = walk(folderPath, folder, &first);
+    for (auto& [fd, st] : first.writable) {
+        Held held{Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777};
+        if (!walked || !held.fd.ok()) continue;
+        const int ownedByRoot = fchownat(held.fd.get(), "", 0, static_cast<gid_t>(-1), AT_EMPTY_PATH);
+        const bool locked = ownedByRoot == 0 &&
+                            chmod(descriptorPath(held.fd).c_str(), held.mode & ~(S_IWGRP | S_IWOTH)) == 0;
+        const bool kept = ownedByRoot == 0;
+        if (kept) held_.push_back(std::move(held));
+        if (!locked) {
+            const int error = errno;
+            release();
+            errno = error;
+            return false;
+        }
+    }
+    if (!walked) return false;
+    Walk again;
+    if (!walk(folderPath, folder, &again) || again.chain != first.chain) {
+        for (auto& entry : again.writable) ::close(entry.first);
+        release();
+        errno = EAGAIN;
+        return false;
+    }
+    for (auto& entry : again.writable) ::close(entry.first);
+    return true;
+}
+
+void FolderLock::release() {
+    // The deepest folder first: each gets its owner, then its mode, back.
+    for (auto held = held_.rbegin(); held != held_.rend(); ++held) {
+        if (fchownat(held->fd.get(), "", held->uid, held->gid, AT_EMPTY_PATH) != 0) continue;
+        (void)chmod(descriptorPath(held->fd).c_str(), held->mode);
+    }
+    held_.clear();
 }
 
 FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode) {
@@ -61,7 +124,7 @@ FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file
         fd.reset(::openat(folder.fd.get(), name, base | O_CREAT | O_EXCL, mode));
     if (!fd.ok()) return errno == ENOENT ? FileCheck::Missing : isRefusal(errno) ? FileCheck::Refused : FileCheck::Unopened;
     struct stat st;
-    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || (!folder.trusted && st.st_nlink != 1))
+    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_nlink != 1)
         return FileCheck::Refused;
     const int status = fcntl(fd.get(), F_GETFL);
     if (status < 0 || fcntl(fd.get(), F_SETFL, status & ~O_NONBLOCK) != 0) return FileCheck::Refused;

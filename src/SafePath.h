@@ -8,14 +8,15 @@
 // holds only entries that user put there: a link to a folder in it is
 // followed, as an administrator's link (/home -> /srv/home) should be. In any
 // other folder such a link is refused. The file itself is never reached
-// through a link, and in an untrusted folder a file with more than one name
-// (a hard link to a file somewhere else) is refused too.
+// through a link, and a file with more than one name (a hard link to a file
+// somewhere else) is refused too.
 #ifndef QZ_SAFE_PATH_H
 #define QZ_SAFE_PATH_H
 
 #include <string>
 #include <string_view>
 #include <sys/types.h>
+#include <vector>
 
 namespace qz {
 
@@ -73,7 +74,7 @@ enum class FileCheck {
 // Opens `name` in `folder` with `flags` (O_RDONLY, O_WRONLY, O_APPEND, O_CREAT
 // and O_TRUNC are honoured). The file is first opened without creating or
 // truncating it, without following a link and without blocking, and kept
-// only when it is a regular file (in an untrusted folder: with one name);
+// only when it is a regular file with one name;
 // only then is it truncated. With O_CREAT a missing file is created new
 // (O_EXCL, which never follows a link), with `mode` before the umask.
 FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode = 0666);
@@ -89,6 +90,40 @@ FileCheck checkFile(const std::string& path);
 // process that opens by name: "/proc/self/fd/<fd>", which reaches the very
 // file opened, whatever has been renamed since.
 std::string descriptorPath(const Fd& fd);
+
+// Keeps a path still while commands that take it by name (htpasswd, chown,
+// chmod) run on it. Every folder of the path that others can write is given
+// to root, without group or other write, from the top down; the path is then
+// walked again and must reach the very same folders. Until the lock goes,
+// when each folder gets its owner and mode back, nobody but root can put a
+// link in place of anything in those folders. A folder of the path only root
+// could write is left as it is.
+//
+// Two callers must not lock the same folders at once (the second would take
+// the locked state for the folder's own); the operations that lock run one
+// at a time.
+class FolderLock {
+public:
+    FolderLock() = default;
+    ~FolderLock() { release(); }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    // False, with nothing left changed and errno set, when the path cannot be
+    // walked as openFolder walks it, a folder cannot be locked, or the path
+    // changed while it was being locked (EAGAIN).
+    bool lock(const std::string& folderPath);
+    void release();
+
+private:
+    struct Held {
+        Fd fd;
+        uid_t uid;
+        gid_t gid;
+        mode_t mode;
+    };
+    std::vector<Held> held_;
+};
 
 // Writes the whole text at the file's offset; false on a write error.
 bool writeAll(const Fd& file, std::string_view text);

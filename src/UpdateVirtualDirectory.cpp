@@ -38,6 +38,8 @@ bool protect(qz::OutFile& out, const Request& request) {
     using namespace qz;
     const std::string authFile = passwordFileOf(request.dir);
     writeAuthLines(out, authFile);
+    FolderLock still;  // the password file's folder, while htpasswd and chown run
+    if (!holdStill(still, field(request.dir.WebAdminPath) + "/" + field(request.dir.DomainName))) return false;
     if (!ensurePasswordFile(authFile) || !addWebadminLogin(authFile, request.webadminName, request.webadminPass))
         return false;
     std::string admin;

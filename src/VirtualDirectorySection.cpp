@@ -103,6 +103,8 @@ bool chownPasswordFile(const std::string& owner, const std::string& authFile) {
     return true;
 }
 
+bool holdStill(FolderLock& still, const std::string& folder) { return still.lock(folder) || errno == ENOENT; }
+
 bool folderUsable(const std::string& folder) {
     SafeFolder reached;
     return !hasDotDot(folder) && (openFolder(folder, reached) || !isRefusal(errno));

@@ -4,6 +4,7 @@
 #define QZ_VIRTUAL_DIRECTORY_SECTION_H
 
 #include "QZCore.h"
+#include "SafePath.h"
 #include "QZTypes.h"
 
 #include <string>
@@ -60,6 +61,10 @@ bool addWebadminLogin(const std::string& authFile, const std::string& name, cons
 
 // Runs "chown owner:qz7group authFile".
 bool chownPasswordFile(const std::string& owner, const std::string& authFile);
+
+// Holds `folder` still (see FolderLock) while commands run in it: true when
+// it is held or does not exist, false for a folder to refuse.
+bool holdStill(FolderLock& still, const std::string& folder);
 
 // Whether `folder`, given to "chown -R" and "chmod -R", may be: reached
 // without a link a customer could plant and without "..", or missing (the

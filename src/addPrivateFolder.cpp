@@ -16,7 +16,8 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
     // into a FIFO, a hard link or a file named by a value with a control
     // character: each would be refused before anything is written.
     qz::SafeFolder folder;
-    if (!files.reach(folderPath, {folderPath, userName}, userPasswd, folder)) return files.kRefused;
+    qz::FolderLock still;
+    if (!files.reach(folderPath, {folderPath, userName}, userPasswd, folder, still)) return files.kRefused;
     qz::Fd access, passwords;
     const qz::FileCheck accessState = files.open(folder, ".htaccess", access);
     const qz::FileCheck passwordState = files.open(folder, ".htpasswd", passwords);

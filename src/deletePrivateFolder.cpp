@@ -18,7 +18,8 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
     const qz::PrivateFolderFiles files(folderPath);
     qz::SafeFolder folder;
     qz::Fd passwords, access, scratch;
-    if (!files.reach(folderPath, {folderPath, userName}, "", folder)) return files.kRefused;
+    qz::FolderLock still;
+    if (!files.reach(folderPath, {folderPath, userName}, "", folder, still)) return files.kRefused;
     const qz::FileCheck passwordState = files.open(folder, ".htpasswd", passwords);
     const qz::FileCheck accessState = files.open(folder, ".htaccess", access);
     // The scratch copy of ".htaccess" is written beside it: no link, FIFO or

@@ -37,7 +37,8 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
     const qz::PrivateFolderFiles files(oldFolderPath);
     qz::SafeFolder folder;
     qz::Fd passwords;
-    if (!files.reach(oldFolderPath, {}, "", folder)) return files.kRefused;
+    qz::FolderLock still;
+    if (!files.reach(oldFolderPath, {}, "", folder, still)) return files.kRefused;
     switch (files.open(folder, ".htpasswd", passwords)) {
         case qz::FileCheck::Refused: return files.kRefused;
         case qz::FileCheck::Regular: break;

@@ -1,0 +1,252 @@
+// Customers own their site folders and may fill them with links, FIFOs and
+// hard links; they type names and values. Each row plants one such thing in
+// a site folder owned by nobody (uid 65534), or passes one such value, runs
+// one operation as root, and must leave root's victim files (beside the
+// site) byte-, mode- and owner-identical, and the configuration free of
+// injected lines. The results go to hostile/paths.table.
+#include "QZTestFixture.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <csignal>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr uid_t kCustomer = 65534;
+
+struct Snapshot {
+    std::string text;
+    mode_t mode;
+    uid_t uid;
+    bool operator==(const Snapshot& o) const { return text == o.text && mode == o.mode && uid == o.uid; }
+};
+
+}  // namespace
+
+class HostilePathTest : public QZTest {
+protected:
+    void SetUp() override {
+        QZTest::SetUp();
+        if (geteuid() != 0) GTEST_SKIP() << "the attacks need root: run the tests as root to try them";
+        fakeCommand("apachectl", "case \"$1\" in -V) echo ' -D HTTPD_ROOT=\"" + path("/etc/apache2") +
+                                     "\"' ;; -v) echo 'Server version: Apache/2.4.57 (Unix)' ;; esac");
+        chmod(root_.c_str(), 0711);  // the customer reaches its own site
+        makeDir("/etc/apache2/qz");
+        makeDir("/conf");
+        writeFile("/etc/passwd", "root:x:0:0::/root:/bin/sh\nnobody:x:65534:65534::/:/bin/sh\n");
+        makeDir("/victim");
+        writeFile("/victim/passwd", "root:x:0:0::/root:/bin/sh\n");
+        writeFile("/victim/shadow", "root:$6$secret:19000::::::\n");
+        chmod(path("/victim/shadow").c_str(), 0600);
+        writeFile("/victim/app.conf", "# the operator's own settings\n");
+        writeFile("/etc/apache2/qz/app.conf", "# the operator's redirect\n");
+        conf_ = path("/conf/httpd.conf");
+    }
+
+    // A fresh site folder for nobody and a fresh configuration.
+    void resetSite() {
+        std::filesystem::remove_all(path("/home"));
+        makeDir("/home/sites/a.com/www/html/priv");
+        makeDir("/home/sites/a.com/log");
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path("/home/sites/a.com")))
+            ASSERT_EQ(lchown(entry.path().c_str(), kCustomer, kCustomer), 0);
+        ASSERT_EQ(chown(site().c_str(), kCustomer, kCustomer), 0);
+        writeFile("/conf/httpd.conf",
+                  "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tServerAdmin nobody@a.com\n\tDocumentRoot \"" +
+                      site() + "/www/html\"\n\tServerAlias www.a.com\n\tCustomLog " + site() +
+                      "/log/access_log combined\n\t<IfModule mod_fcgid.c>\n\t\tAddHandler fcgid-script .php\n"
+                      "\t</IfModule>\n</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n");
+    }
+
+    std::string site() const { return path("/home/sites/a.com"); }
+    std::string priv() const { return site() + "/www/html/priv"; }
+    std::string victim(const std::string& name) const { return path("/victim/" + name); }
+
+    std::map<std::string, Snapshot> victims() const {
+        std::map<std::string, Snapshot> all;
+        for (const char* rel : {"/victim", "/victim/passwd", "/victim/shadow", "/victim/app.conf",
+                                "/etc/apache2/qz/app.conf"}) {
+            struct stat st {};
+            lstat(path(rel).c_str(), &st);
+            all[rel] = {std::filesystem::is_directory(path(rel)) ? "" : readFile(rel), st.st_mode, st.st_uid};
+        }
+        all["listing"].text = "";
+        for (const auto& entry : std::filesystem::directory_iterator(path("/victim")))
+            all["listing"].text += entry.path().filename().string() + " ";
+        return all;
+    }
+
+    SDDir record(const std::string& dirPath) const {
+        SDDir dir = {};
+        snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
+        snprintf(dir.DirPath, sizeof dir.DirPath, "%s", dirPath.c_str());
+        snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/home/sites").c_str());
+        snprintf(dir.Allow, sizeof dir.Allow, "All");
+        dir.Order = 1;
+        dir.AnonAccess = '1';
+        return dir;
+    }
+
+    struct Row {
+        std::string label;
+        std::function<void()> plant;
+        std::function<std::string()> run;
+    };
+
+    // Runs every row on a fresh site; each row's result goes to the table.
+    std::string attack(const std::vector<Row>& rows) {
+        std::string table;
+        const auto before = victims();
+        for (const Row& row : rows) {
+            resetSite();
+            row.plant();
+            const std::string result = row.run();
+            // Any harm done shows in the table, next to the row's result.
+            table += row.label + " -> " + result;
+            if (!(victims() == before)) table += "; A VICTIM CHANGED";
+            const std::string conf = readFile("/conf/httpd.conf");
+            if (conf.find("app.conf") != std::string::npos || conf.find("|/bin/sh") != std::string::npos)
+                table += "; A LINE INJECTED";
+            if (conf.find("\n<Directory />\n") == std::string::npos) table += "; <Directory /> LOST";
+            table += "\n";
+        }
+        return table;
+    }
+
+    void link(const std::string& target, const std::string& at) const {
+        ASSERT_EQ(symlink(target.c_str(), at.c_str()), 0) << at;
+    }
+
+    std::string conf_;
+};
+
+TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
+    auto show = [](auto result) {
+        if constexpr (std::is_same_v<decltype(result), char>)
+            return result > ' ' && result < 127 ? std::string{'\'', result, '\''} : std::to_string(+result);
+        else if constexpr (std::is_same_v<decltype(result), bool>)
+            return std::string(result ? "true" : "false");
+        else
+            return std::to_string(result);
+    };
+    auto add = [&](const std::string& folder, const std::string& user = "u") {
+        return show(PrivateFolder().addPrivateFolder(folder, user, "pw"));
+    };
+    auto createVdir = [&](SDDir dir, const std::string& login = "u") {
+        return show(CQZVirtualDirectory(nullptr, conf_.c_str(), path("").c_str()).CreateVirtualDirectory(&dir, 0, login, "pw"));
+    };
+    auto updateVdir = [&](SDDir dir) {
+        return show(CQZVirtualDirectory(nullptr, conf_.c_str()).UpdateVirtualDirectory(&dir, "u", "pw"));
+    };
+    auto website = [&] { return CQZWebsite(nullptr, conf_.c_str()); };
+    auto mkfifo_ = [&](const std::string& at) { ASSERT_EQ(mkfifo(at.c_str(), 0600), 0) << at; };
+    auto none = [] {};
+    const std::string html = site() + "/www/html";
+    const std::string auth = site() + "/webusers_a.com.htpasswd";
+    const std::string injected = "x.test\nInclude " + victim("app.conf");
+    VHostEntry piped = websiteRecord("10.0.0.2", "b.com", "b.com", path("/home/sites/"), '0', "a\n\tErrorLog \"|/bin/sh -c id\"");
+    VHostEntry outside = websiteRecord("10.0.0.2", "../../victim", "b.com", path("/home/sites/"), '0');
+
+    const std::vector<Row> rows = {
+        {"add: .htaccess a link to a file", [&] { link(victim("passwd"), priv() + "/.htaccess"); }, [&] { return add(priv()); }},
+        {"add: .htpasswd a link to a file", [&] { link(victim("shadow"), priv() + "/.htpasswd"); }, [&] { return add(priv()); }},
+        {"add: .htpasswd a hard link", [&] { ASSERT_EQ(::link(victim("shadow").c_str(), (priv() + "/.htpasswd").c_str()), 0); }, [&] { return add(priv()); }},
+        {"add: .htaccess a FIFO", [&] { mkfifo_(priv() + "/.htaccess"); }, [&] { return add(priv()); }},
+        {"add: the folder a link to a folder", [&] { std::filesystem::remove(priv()); link(path("/victim"), priv()); }, [&] { return add(priv()); }},
+        {"add: a middle folder a link", [&] { std::filesystem::rename(html, site() + "/www/h"); link(path("/victim"), html); }, [&] { return add(html + "/priv"); }},
+        {"add: a .. path", none, [&] { return add(html + "/../../../../victim"); }},
+        {"add: a newline in the user", none, [&] { return add(priv(), "u\nroot:x:0:0::/:/bin/sh"); }},
+        {"edit: .htpasswd a link to a file", [&] { link(victim("passwd"), priv() + "/.htpasswd"); }, [&] { return show(PrivateFolder().editPrivateFolder(priv(), priv(), "root", "pw")); }},
+        {"edit: .htpasswd a FIFO", [&] { mkfifo_(priv() + "/.htpasswd"); }, [&] { return show(PrivateFolder().editPrivateFolder(priv(), priv(), "u", "pw")); }},
+        {"delete: .htaccess a link to a file", [&] { link(victim("shadow"), priv() + "/.htaccess"); }, [&] { return show(PrivateFolder().deletePrivateFolder(priv(), "u")); }},
+        {"delete: the scratch copy a link", [&] { writeFile(priv().substr(root_.size()) + "/.htaccess", "AuthType Basic\n"); link(victim("shadow"), priv() + "/.htaccess_qzbackup"); }, [&] { return show(PrivateFolder().deletePrivateFolder(priv(), "u")); }},
+        {"create vdir: the folder a link", [&] { link(path("/victim"), html + "/shop"); }, [&] { return createVdir(record(html + "/shop/")); }},
+        {"create vdir: a middle folder a link", [&] { link(path("/victim"), html + "/shop"); }, [&] { return createVdir(record(html + "/shop/x")); }},
+        {"create vdir: a .. path", none, [&] { return createVdir(record(html + "/../../../../victim")); }},
+        {"create vdir: the password file a link", [&] { link(victim("shadow"), auth); }, [&] { return createVdir(record(html + "/shop")); }},
+        {"create vdir: the password file a FIFO", [&] { mkfifo_(auth); }, [&] { return createVdir(record(html + "/shop")); }},
+        {"create vdir: the password file a hard link", [&] { ASSERT_EQ(::link(victim("passwd").c_str(), auth.c_str()), 0); }, [&] { return createVdir(record(html + "/shop")); }},
+        {"create vdir: a newline in Allow", none, [&] { SDDir d = record(html); snprintf(d.Allow, sizeof d.Allow, "x\"\n\tInclude %s", victim("app.conf").c_str()); return createVdir(d); }},
+        {"create vdir: a quote in DirPath", none, [&] { return createVdir(record(html + "/a\">\nInclude " + victim("app.conf") + "\n<Directory \"/x")); }},
+        {"create vdir: a newline in the login", none, [&] { return createVdir(record(html), "u\nroot:x"); }},
+        {"update vdir: the password file a link", [&] { link(victim("shadow"), auth); }, [&] { return updateVdir(record(html)); }},
+        {"update vdir: a newline in Deny", none, [&] { SDDir d = record(html); snprintf(d.Deny, sizeof d.Deny, "x\nInclude %s", victim("app.conf").c_str()); return updateVdir(d); }},
+        {"delete vdir: <Directory /> kept", none, [&] { return show(CQZVirtualDirectory(nullptr, conf_.c_str()).DeleteVirtualDirectory(html.c_str())); }},
+        {"fcgid: .setting_php a link to a folder", [&] { link(path("/victim"), site() + "/.setting_php"); }, [&] { return show(website().EnableFcgid("a.com", "/bin/true", "enabled")); }},
+        {"fcgid: the CGI copy a FIFO", [&] { makeDir(site().substr(root_.size()) + "/.setting_php"); mkfifo_(site() + "/.setting_php/true"); }, [&] { return show(website().EnableFcgid("a.com", "/bin/true", "enabled")); }},
+        {"fcgid: the CGI copy a link", [&] { makeDir(site().substr(root_.size()) + "/.setting_php"); link(victim("passwd"), site() + "/.setting_php/true"); }, [&] { return show(website().EnableFcgid("a.com", "/bin/true", "enabled")); }},
+        {"fcgid: a newline in the CGI path", none, [&] { return show(website().EnableFcgid("a.com", "/bin/true\nInclude " + victim("app.conf"), "enabled")); }},
+        {"fcgid off: a .. name", none, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", "../../../../victim/passwd")); }},
+        {"fcgid off: a middle folder a link", [&] { link(path("/victim"), site() + "/.setting_php"); }, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", ".setting_php/passwd")); }},
+        {"redirect: a .. domain", none, [&] { return show(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "../../../victim/x", "10.0.0.1", "80")); }},
+        {"redirect: a newline in the address", none, [&] { return show(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "a.com", "10.0.0.1>\nInclude " + victim("app.conf") + "\n<x", "80")); }},
+        {"redirect off: a .. domain", none, [&] { return show(ApacheHelper().Apache_DeleteRedirectVHFromHttpToHttps(conf_, "../../../victim/app")); }},
+        {"redirect stop: a domain with a slash", none, [&] { return show(ApacheHelper().Apache_StopRedirectVHFromHttpToHttps(conf_, "x/../app")); }},
+        {"host header: a newline", none, [&] { return show(website().AddHostHeader("a.com", injected)); }},
+        {"host header: a quote", none, [&] { return show(website().AddHostHeader("a.com", "x\".test")); }},
+        {"host header: a .. domain", none, [&] { return show(website().DeleteHostHeader("../../victim/app", "x.test")); }},
+        {"create website: a newline in ServerAdmin", none, [&] { return show(+website().CreateWebsite(&piped)); }},
+        {"create website: a .. domain", none, [&] { return show(+website().CreateWebsite(&outside)); }},
+    };
+    captureOutput();
+    const std::string table = attack(rows);
+    capturedOutput();
+    EXPECT_DATA(table, "hostile/paths.table");
+}
+
+// While each operation runs, again and again, the customer (a process of
+// its own, as nobody) swaps the file it works on between a regular file and
+// a link to a victim: the operation must never reach the victim.
+TEST_F(HostilePathTest, ALinkSwappedInDuringTheOperationNeverWins) {
+    constexpr int kTries = 200;
+    struct Race {
+        std::string label;
+        std::string target;  // swapped between a file and a link to the victim
+        std::function<void()> run;
+    };
+    const std::string html = site() + "/www/html";
+    const std::vector<Race> races = {
+        {"addPrivateFolder, .htpasswd", priv() + "/.htpasswd", [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
+        {"addPrivateFolder, .htaccess", priv() + "/.htaccess", [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
+        {"CreateVirtualDirectory, password file", site() + "/webusers_a.com.htpasswd", [&] {
+             SDDir dir = record(html + "/shop");
+             CQZVirtualDirectory(nullptr, conf_.c_str(), path("").c_str()).CreateVirtualDirectory(&dir, 0, "u", "pw");
+         }},
+    };
+    captureOutput();
+    const auto before = victims();
+    std::string report;
+    for (const Race& race : races) {
+        resetSite();
+        const pid_t swapper = fork();
+        ASSERT_GE(swapper, 0);
+        if (swapper == 0) {
+            if (setgid(kCustomer) != 0 || setuid(kCustomer) != 0) _exit(1);
+            const std::string link = race.target + ".l", file = race.target + ".f";
+            for (;;) {
+                unlink(link.c_str());
+                if (symlink(victim("passwd").c_str(), link.c_str()) == 0) rename(link.c_str(), race.target.c_str());
+                if (FILE* f = fopen(file.c_str(), "w")) fclose(f);
+                rename(file.c_str(), race.target.c_str());
+            }
+        }
+        int wins = 0;
+        for (int i = 0; i < kTries; ++i) {
+            race.run();
+            if (!(victims() == before)) {
+                ++wins;
+                writeFile("/victim/passwd", "root:x:0:0::/root:/bin/sh\n");
+            }
+        }
+        kill(swapper, SIGKILL);
+        waitpid(swapper, nullptr, 0);
+        report += race.label + ": " + std::to_string(wins) + " wins in " + std::to_string(kTries) + "\n";
+    }
+    capturedOutput();
+    EXPECT_EQ(report, "addPrivateFolder, .htpasswd: 0 wins in 200\naddPrivateFolder, .htaccess: 0 wins in 200\n"
+                      "CreateVirtualDirectory, password file: 0 wins in 200\n");
+}
