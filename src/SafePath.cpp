@@ -78,6 +78,9 @@ bool openFolder(const std::string& path, SafeFolder& folder) { return walk(path,
 bool FolderLock::lock(const std::string& folderPath) {
     release();
     SafeFolder folder;
+    // Only root can hold a folder, and only root needs to: a caller that is
+    // not root, led by a link, could write nothing it could not write itself.
+    if (geteuid() != 0) return openFolder(folderPath, folder) || !isRefusal(errno);
     Walk first;
     const bool walked = walk(folderPath, folder, &first);
     for (auto& [fd, st] : first.writable) {

@@ -99,7 +99,8 @@ std::string descriptorPath(const Fd& fd);
 // link in place of anything in those folders. A folder of the path only root
 // could write is left as it is.
 //
-// Two callers must not lock the same folders at once (the second would take
+// A caller that is not root holds nothing: a link could only lead it to what
+// it may write anyway. Two callers must not lock the same folders at once (the second would take
 // the locked state for the folder's own); the operations that lock run one
 // at a time.
 class FolderLock {
