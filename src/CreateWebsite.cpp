@@ -3,10 +3,13 @@
 
 #include "QZCommon.h"
 #include "QZCore.h"
+#include "SafePath.h"
 #include "Validate.h"
 #include "WebsiteEntry.h"
 
+#include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -77,15 +80,25 @@ bool makeSiteFolders(const VHostEntry& v) {
         {"/log", 0100, 0},         {"/log/httpd", 0100, 0},    {"/db", 0100, 04707},
         {"/special", 0100, 04705},
     };
+    // Each folder is made in a folder held still (see FolderLock) and then
+    // changed through its descriptor, reached without a link: a customer who
+    // already owns the site folder, "www" or "log" cannot swap what comes
+    // next for a link to a folder of root's. "log" is held from the moment it
+    // is the ServerAdmin's until its "httpd" folder has had its commands.
+    qz::FolderLock rootStill, logStill;
+    if (!rootStill.lock(root) && errno != ENOENT) return false;
     for (const Step& step : steps) {
         const std::string folder = root + step.folder;
         if (mkdir(folder.c_str(), step.mkdirMode) != 0) return false;
         if (step.chmodMode != 0) {
-            chmod(folder.c_str(), step.chmodMode);
-            if (user != nullptr) (void)!chown(folder.c_str(), uid, gid);
+            qz::SafeFolder made;
+            if (!qz::openFolder(folder, made)) return false;
+            (void)!chmod(qz::descriptorPath(made.fd).c_str(), step.chmodMode);
+            if (user != nullptr) (void)!fchownat(made.fd.get(), "", uid, gid, AT_EMPTY_PATH);
         } else {
             qz::runShell(qz::shellCommand({"chmod", "-R", "505", folder}));
             qz::runShell(qz::shellCommand({"chown", "-R", qz::panelOwner(admin), folder}));
+            if (strcmp(step.folder, "/log") == 0 && !logStill.lock(folder)) return false;
         }
     }
     return true;

@@ -39,10 +39,14 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
     if (!site.empty()) {
         // The settings folder and the copy in it are reached in the site
         // folder without a link; a link, a FIFO or a hard link there refuses
-        // the call before anything is made or run.
+        // the call before anything is made or run. The site folder is held
+        // still throughout, and the settings folder from the moment it is
+        // the customer's, so that nothing the commands name can be swapped.
         qz::SafeFolder siteFolder, settingsFolder;
+        qz::FolderLock siteStill, settingsStill;
         qz::Fd copy;
         if (!qz::openFolder(site, siteFolder) && qz::isRefusal(errno)) return 98;
+        if (siteFolder.fd.ok() && !siteStill.lock(site)) return 98;
         if (!qz::openFolder(settings, settingsFolder)) {
             if (errno != ENOENT) return 98;
             qz::sayLine("creating .setting_php directory");
@@ -56,6 +60,9 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
         if (settingsFolder.fd.ok()) chmod(qz::descriptorPath(settingsFolder.fd).c_str(), 04505);
         const std::string owner = qz::panelOwner(webAdmin);
         qz::runShell(qz::shellCommand({"chown", owner, settings}));
+        if (settingsFolder.fd.ok() && (!settingsStill.lock(settings) ||
+                                       qz::openIn(settingsFolder, cgiName.c_str(), O_RDONLY, copy) == qz::FileCheck::Refused))
+            return 98;
         qz::runShell(qz::shellCommand({"cp", phpCGIPath, settings + "/."}));
         qz::runShell(qz::shellCommand({"chown", owner, wrapper}));
         qz::runShell(qz::shellCommand({"chmod", "505", wrapper}));

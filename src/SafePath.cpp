@@ -1,6 +1,9 @@
 #include "SafePath.h"
 
 #include <cerrno>
+#include <mutex>
+#include <set>
+#include <utility>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,9 +17,30 @@ void Fd::reset(int fd) {
 
 namespace {
 
+// The folders a FolderLock holds: root's for now, but still the customer's
+// as far as trust goes.
+std::mutex heldMutex;
+std::set<std::pair<dev_t, ino_t>>& heldFolders() {
+    static std::set<std::pair<dev_t, ino_t>> held;
+    return held;
+}
+
+bool isHeld(const struct stat& st) {
+    std::lock_guard<std::mutex> guard(heldMutex);
+    return heldFolders().count({st.st_dev, st.st_ino}) != 0;
+}
+
+void markHeld(const struct stat& st, bool held) {
+    std::lock_guard<std::mutex> guard(heldMutex);
+    if (held)
+        heldFolders().insert({st.st_dev, st.st_ino});
+    else
+        heldFolders().erase({st.st_dev, st.st_ino});
+}
+
 // Only root, or the user running the library, can have put entries there.
 bool onlyOwnerWrites(const struct stat& st) {
-    return (st.st_uid == 0 || st.st_uid == geteuid()) && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return (st.st_uid == 0 || st.st_uid == geteuid()) && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0 && !isHeld(st);
 }
 
 bool isTrusted(int fd) {
@@ -84,13 +108,16 @@ bool FolderLock::lock(const std::string& folderPath) {
     Walk first;
     const bool walked = walk(folderPath, folder, &first);
     for (auto& [fd, st] : first.writable) {
-        Held held{Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777};
+        Held held{Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777, st};
         if (!walked || !held.fd.ok()) continue;
         const int ownedByRoot = fchownat(held.fd.get(), "", 0, static_cast<gid_t>(-1), AT_EMPTY_PATH);
         const bool locked = ownedByRoot == 0 &&
                             chmod(descriptorPath(held.fd).c_str(), held.mode & ~(S_IWGRP | S_IWOTH)) == 0;
         const bool kept = ownedByRoot == 0;
-        if (kept) held_.push_back(std::move(held));
+        if (kept) {
+            markHeld(held.st, true);
+            held_.push_back(std::move(held));
+        }
         if (!locked) {
             const int error = errno;
             release();
@@ -113,6 +140,7 @@ bool FolderLock::lock(const std::string& folderPath) {
 void FolderLock::release() {
     // The deepest folder first: each gets its owner, then its mode, back.
     for (auto held = held_.rbegin(); held != held_.rend(); ++held) {
+        markHeld(held->st, false);
         if (fchownat(held->fd.get(), "", held->uid, held->gid, AT_EMPTY_PATH) != 0) continue;
         (void)chmod(descriptorPath(held->fd).c_str(), held->mode);
     }

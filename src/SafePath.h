@@ -15,6 +15,7 @@
 
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -122,6 +123,7 @@ private:
         uid_t uid;
         gid_t gid;
         mode_t mode;
+        struct stat st;  // as found: its identity
     };
     std::vector<Held> held_;
 };

@@ -216,18 +216,23 @@ TEST_F(HostilePathTest, ALinkSwappedInDuringTheOperationNeverWins) {
              SDDir dir = record(html + "/shop");
              CQZVirtualDirectory(nullptr, conf_.c_str(), path("").c_str()).CreateVirtualDirectory(&dir, 0, "u", "pw");
          }},
+        {"EnableFcgid, the CGI copy", site() + "/.setting_php/true", [&] { CQZWebsite(nullptr, conf_.c_str()).EnableFcgid("a.com", "/bin/true", "enabled"); }},
     };
     captureOutput();
     const auto before = victims();
     std::string report;
     for (const Race& race : races) {
         resetSite();
+        makeDir(site().substr(root_.size()) + "/.setting_php");
+        ASSERT_EQ(chown((site() + "/.setting_php").c_str(), kCustomer, kCustomer), 0);
         const pid_t swapper = fork();
         ASSERT_GE(swapper, 0);
         if (swapper == 0) {
             if (setgid(kCustomer) != 0 || setuid(kCustomer) != 0) _exit(1);
             const std::string link = race.target + ".l", file = race.target + ".f";
+            const std::string folder = race.target.substr(0, race.target.rfind('/'));
             for (;;) {
+                chmod(folder.c_str(), 0755);  // the owner may always write in its folder
                 unlink(link.c_str());
                 if (symlink(victim("passwd").c_str(), link.c_str()) == 0) rename(link.c_str(), race.target.c_str());
                 if (FILE* f = fopen(file.c_str(), "w")) fclose(f);
@@ -248,5 +253,5 @@ TEST_F(HostilePathTest, ALinkSwappedInDuringTheOperationNeverWins) {
     }
     capturedOutput();
     EXPECT_EQ(report, "addPrivateFolder, .htpasswd: 0 wins in 200\naddPrivateFolder, .htaccess: 0 wins in 200\n"
-                      "CreateVirtualDirectory, password file: 0 wins in 200\n");
+                      "CreateVirtualDirectory, password file: 0 wins in 200\nEnableFcgid, the CGI copy: 0 wins in 200\n");
 }
