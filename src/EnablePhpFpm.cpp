@@ -155,12 +155,15 @@ bool proxyFcgiLoaded(const std::string& conf) {
                      qz::shellCommand({"a2enmod", "-q", "proxy_fcgi", "setenvif"}) + " >/dev/null");
         return stat(enabled.c_str(), &st) == 0;
     }
+    // Each line goes in before the first LoadModule line: proxy_fcgi first,
+    // so that proxy, which it needs, ends up loaded before it.
     ApacheHelper helper;
-    for (const std::string module : {"proxy", "proxy_fcgi"}) {
-        bool loaded = false;
-        if (helper.Apache_checkModule(conf, module + "_module ", loaded) == 1) return false;
-        if (!loaded && helper.Apache_addModule(conf, module) != 0) return false;
-    }
+    bool loaded[2] = {false, false};
+    const std::string modules[2] = {"proxy_fcgi", "proxy"};
+    for (int i = 0; i < 2; ++i)
+        if (helper.Apache_checkModule(conf, modules[i] + "_module ", loaded[i]) == 1) return false;
+    for (int i = 0; i < 2; ++i)
+        if (!loaded[i] && helper.Apache_addModule(conf, modules[i]) != 0) return false;
     return true;
 }
 
