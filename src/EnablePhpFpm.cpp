@@ -158,6 +158,8 @@ bool proxyFcgiLoaded(const std::string& conf) {
     // Each line goes in before the first LoadModule line: proxy_fcgi first,
     // so that proxy, which it needs, ends up loaded before it.
     ApacheHelper helper;
+    // Without a modules folder the line would name no real file.
+    if (CQZWebsite().getApacheModulesDir(conf).empty()) return false;
     bool loaded[2] = {false, false};
     const std::string modules[2] = {"proxy_fcgi", "proxy"};
     for (int i = 0; i < 2; ++i)
