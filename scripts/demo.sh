@@ -6,7 +6,7 @@
 # on 127.0.0.1. The server is stopped and the folder removed at the end.
 set -eu
 cd "$(dirname "$0")/.."
-./scripts/apt-install.sh cmake g++ make libgtest-dev pkgconf apache2 apache2-utils curl
+./scripts/apt-install.sh cmake g++ make libgtest-dev pkgconf apache2 apache2-utils curl php8.2-fpm
 
 echo "== building (the first build takes a few minutes)"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
