@@ -76,7 +76,12 @@ bool validDomain(const std::string& domain) {
     });
 }
 
-std::string poolName(const std::string& domain) { return "qz-" + domain; }
+std::string poolName(const std::string& domain) {
+    // ServerName matches ignore case: so does the pool's name.
+    std::string name = "qz-" + domain;
+    for (char& c : name) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return name;
+}
 
 std::string poolFolder(const std::string& version) { return sysPath("/etc/php/" + version + "/fpm/pool.d"); }
 
@@ -91,7 +96,7 @@ std::string socketPath(const std::string& domain) {
     std::string path = folder + poolName(domain) + ".sock";
     if (path.size() <= kSocketLimit) return path;
     uint64_t hash = 1469598103934665603ull;  // FNV-1a
-    for (unsigned char c : domain) hash = (hash ^ c) * 1099511628211ull;
+    for (unsigned char c : poolName(domain)) hash = (hash ^ c) * 1099511628211ull;
     char hex[17];
     snprintf(hex, sizeof hex, "%016llx", static_cast<unsigned long long>(hash));
     // A root too long even for the short name gives a path php-fpm refuses

@@ -3,7 +3,7 @@
 // scan of the site's <VirtualHost> blocks and the checks of values written
 // into pool files.
 //
-// A site's pool is named "qz-<domain>" (the prefix keeps it apart from
+// A site's pool is named "qz-<domain>", in lower case (the prefix keeps it apart from
 // Debian's own "www" pool and from any pool the administrator wrote) and
 // lives in <root>/etc/php/<version>/fpm/pool.d/qz-<domain>.conf.
 #ifndef QZ_PHP_FPM_H

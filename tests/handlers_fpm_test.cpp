@@ -56,7 +56,7 @@ TEST_F(FpmTest, EnableWritesThePoolAndTheSectionsDisableTakesThemBackByteForByte
     writeFile("/conf/mods-available/proxy_fcgi.load", "");
     STEP("a2enmod on Debian's layout", website_->EnablePhpFpm("example.com", "8.2"));
     STEP("enable again: the same file", website_->EnablePhpFpm("example.com", "8.2"));
-    STEP("disable", website_->DisablePhpFpm("example.com"));
+    STEP("disable, the name in another case", website_->DisablePhpFpm("Example.COM"));
     EXPECT_EQ(readConf(), withModules);
     website_->EnablePhpFpm("example.com", "8.2");
     STEP("the site is deleted: its pools go", website_->DeleteWebsite("example.com", 0));
