@@ -61,6 +61,22 @@ TEST_F(FpmTest, EnableWritesThePoolAndTheSectionsDisableTakesThemBackByteForByte
     website_->EnablePhpFpm("example.com", "8.2");
     STEP("the site is deleted: its pools go", website_->DeleteWebsite("example.com", 0));
     EXPECT_DATA(transcript_, "fpm/enable.transcript");
+
+    // A socket path that would pass 107 characters names a hash instead.
+    const std::string longName = std::string(100, 'l') + ".example";
+    makeDir("/home/" + longName + "/www/html");
+    if (getuid() == 0) {
+        EXPECT_EQ(chown(path("/home/" + longName + "/www/html").c_str(), 4242, 4242), 0);
+    }
+    writeConf("<VirtualHost *:80>\nServerName " + longName + "\nDocumentRoot \"" + root_ + "/home/" + longName +
+              "/www/html\"\n</VirtualHost>\n");
+    ASSERT_EQ(website_->EnablePhpFpm(longName, "8.2"), 96);
+    const std::string pool = readFile("/etc/php/8.2/fpm/pool.d/qz-" + longName + ".conf");
+    const size_t listen = pool.find("listen = "), end = pool.find('\n', listen);
+    const std::string socket = pool.substr(listen + 9, end - listen - 9);
+    EXPECT_LE(socket.size(), 107u);
+    EXPECT_EQ(socket.size(), (root_ + "/run/php/qz-0123456789abcdef.sock").size()) << socket;
+    EXPECT_NE(readConf().find("proxy:unix:" + socket + "|"), std::string::npos);
 }
 
 TEST_F(FpmTest, RefusalsLeaveEveryFileAsItWas) {
