@@ -245,7 +245,8 @@ public:
     // /run/php/qz-<domain>.sock (a hash of the domain in its place when the
     // path would pass 107 characters); both under the system root, in the
     // files written too. The operations report their name and arguments to
-    // TrackManager first; none reloads Apache or php-fpm.
+    // TrackManager first; none but CmdPhpFpmReload reloads php-fpm, and none
+    // reloads Apache.
     //
     // Writes the site's pool: user and group of the document root's owner
     // (found without following links below the site folder; never root),
@@ -282,7 +283,7 @@ public:
     int SetPhpOpenBasedir(std::string DomainName, StringVector Paths);
     // Sends SIGUSR2 (graceful reload) to the php-fpm master whose PID is in
     // /run/php/php<version>-fpm.pid. 0 signalled; 1 no PID file, no such
-    // process, or that process is not a php-fpm. Not tracked.
+    // process, or that process is not a php-fpm. Tracked like the others.
     int CmdPhpFpmReload(std::string PhpVersion);
 
 private:

@@ -7,6 +7,7 @@
 #include <fstream>
 
 int CQZWebsite::CmdPhpFpmReload(std::string PhpVersion) {
+    qz::trackMethod(TrackManager, "CmdPhpFpmReload", {PhpVersion}, {"PhpVersion"});
     if (!qz::fpm::validVersion(PhpVersion)) return 1;
     std::ifstream in(qz::sysPath("/run/php/php" + PhpVersion + "-fpm.pid"));
     int pid = 0;

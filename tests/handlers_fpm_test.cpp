@@ -162,6 +162,7 @@ TEST_F(FpmTest, ApacheUserGroupAndReload) {
     EXPECT_EQ(website_->CmdPhpFpmReload("8.1"), 1);   // no PID file
     EXPECT_EQ(website_->CmdPhpFpmReload("../8"), 1);  // not a version
     EXPECT_EQ(website_->CmdPhpFpmReload("8.2"), 0);
+    EXPECT_EQ(calls(tracker_).back(), "CQZMethodArguments [8.2] [PhpVersion]");
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_EQ(readFile("/reloaded"), "reloaded\n");
