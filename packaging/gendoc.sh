@@ -22,13 +22,12 @@ awk '/^Commands:$/ { on = 1; next }
      on && /^$/ { exit }
      on && /^  [^ ]/ { sub(/^  /, ""); sub(/  .*/, ""); print }' "$work/main" > "$work/names"
 [ -s "$work/names" ] || { echo "gendoc.sh: $program --help lists no command" >&2; exit 1; }
-n=0; files=""
+n=0
 while read -r name; do
   n=$((n + 1))
   # shellcheck disable=SC2086  # a two-word command is two arguments
-  "$program" $name --help > "$work/command.$n" ||
+  "$program" $name --help > "$work/command.$(printf %04d $n)" ||
     { echo "gendoc.sh: '$program $name --help' failed" >&2; exit 1; }
-  files="$files $work/command.$n"
 done < "$work/names"
 
 # The parser both outputs share: lines go into blocks; a list's entries into
@@ -38,7 +37,7 @@ function flush() {
     if (nlines) block(); nlines = 0
 }
 function block(   i, line, t, e) {
-    if (lines[1] ~ /^Usage: /) { kind = "usage"; usage(); return }
+    if (lines[1] ~ /^Usage: /) { usage(); return }
     if (nlines > 1 && lines[1] ~ /^[A-Z][^ ]*( [^ ]+)*:$/ && lines[2] ~ /^  [^ ]/) {
         title = substr(lines[1], 1, length(lines[1]) - 1); e = 0; after = ""
         for (i = 2; i <= nlines; i++) {
@@ -133,7 +132,7 @@ function commands(   k, n) {
         printf "%s", body[k]
     }
 }
-' "$work/main" $files > "$work/qzapache.1"
+' "$work/main" "$work"/command.* > "$work/qzapache.1"
 
 # ---- Bash completion.
 awk "$parser"'
@@ -175,7 +174,7 @@ function finish(   i, w) {
     print "    esac\n}"
     while ((getline w < scriptFile) > 0) print w
 }
-' namesFile="$work/names" scriptFile="$(dirname "$0")/completion.bash" "$work/main" $files > "$work/qzapache.bash"
+' namesFile="$work/names" scriptFile="$(dirname "$0")/completion.bash" "$work/main" "$work"/command.* > "$work/qzapache.bash"
 
 mv "$work/qzapache.1" "$out/qzapache.1"
 mv "$work/qzapache.bash" "$out/qzapache.bash"
