@@ -22,13 +22,14 @@ if [ "$mode" = deb ]; then
   ! dpkg-deb -c "$scratch"/deb/libqzapache0_*.deb | grep -q libqztm || fail "libqzapache0 holds the tracking library"
   for deb in "$scratch"/deb/*.deb; do dpkg -x "$deb" "$scratch/tree"; done
   prefix=$scratch/tree/usr
+  export PKG_CONFIG_SYSROOT_DIR="$scratch/tree"   # the packages' qzapache.pc names /usr
 else
   cmake --install "$build" --prefix "$scratch/tree" >/dev/null
   prefix=$scratch/tree
 fi
 pc=$(find "$prefix" -name qzapache.pc)
 export PKG_CONFIG_PATH="${pc%/*}"
-libdir=$(pkg-config --variable=libdir qzapache)
+libdir=$(pkg-config --libs-only-L qzapache); libdir=${libdir#-L}; libdir=${libdir%% *}
 
 flags=$(pkg-config --cflags qzapache)
 for header in "$source"/include/*.h; do
@@ -53,8 +54,8 @@ extra=$(grep -q 'QZ_SANITIZE:BOOL=ON' "$build/CMakeCache.txt" && echo "-fsanitiz
 LD_LIBRARY_PATH="$libdir" "$scratch/consumer" "$scratch/httpd.conf"
 [ "$mode" = deb ] || exit 0
 
-# The unpacked program finds its libraries next to it and says what the built one says.
-"$prefix/bin/qzapache" --help > "$scratch/help"
+# The unpacked program says what the built one says.
+LD_LIBRARY_PATH="$libdir" "$prefix/bin/qzapache" --help > "$scratch/help"
 "$build/cli/qzapache" --help | cmp -s - "$scratch/help" || fail "the unpacked qzapache --help differs from the built one's"
 
 # The manual page renders without a groff warning and has a section for every command.
