@@ -85,7 +85,8 @@ public:
     // with the roots read now: a changed one rewrites those DocumentRoot
     // lines. A non-zero AccessMode is then set on DirPath (the document root
     // when DirPath is null or shorter than 3 characters), never through a
-    // link. 96 done; 26 no such site (or no record); 1 a value refused, with
+    // link ("Error while setting the mode of <folder>" when it cannot be).
+    // 96 done; 26 no such site (or no record); 1 a value refused, with
     // nothing written: a control character, a double quote or a final
     // backslash in an added value, an empty argument, a Redirect status
     // Apache refuses, an ErrorDocument status outside 400-599, a path with
@@ -107,7 +108,8 @@ public:
     // outside 1..31536000; 21; 22; 23.
     // DisableMessage removes those lines and the page: the blocks are again
     // byte for byte what they were. 96 (also when none was on); 26; 21; 22; 23.
-    // Both tracked with ObjUVHost->pDomain's name, "DomainName".
+    // Both report DomainName under the name "ObjUVHost->pDomain" (then
+    // MessageHtml and RetryAfterSeconds under their own).
     char EnableMessage(std::string DomainName, std::string MessageHtml, int RetryAfterSeconds);
     char DisableMessage(std::string DomainName);
 

@@ -22,8 +22,11 @@ bool acceptablePage(const std::string& html) {
     return true;
 }
 
-bool makeFolder(const std::string& folder) {
-    return mkdir(folder.c_str(), 0755) == 0 || errno == EEXIST;
+// The page's folder and those above it under the system root, mode 755.
+bool makeFolders(const std::string& domain) {
+    for (const char* fixed : {"/var", "/var/lib", "/var/lib/qzapache", "/var/lib/qzapache/maintenance"})
+        if (mkdir(qz::sysPath(fixed).c_str(), 0755) != 0 && errno != EEXIST) return false;
+    return mkdir(qz::maintenanceFolder(domain).c_str(), 0755) == 0 || errno == EEXIST;
 }
 
 // The lines at the end of each block. They stand at the block's level, where
@@ -79,8 +82,7 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
 
     // The page first, written whole, then the lines that serve it.
     qz::Rewrite page(folder + "/index.html.new", folder + "/index.html");
-    if (!makeFolder(qz::sysPath("/var/lib/qzapache")) || !makeFolder(qz::sysPath("/var/lib/qzapache/maintenance")) ||
-        !makeFolder(folder) || !page.open()) {
+    if (!makeFolders(DomainName) || !page.open()) {
         rewrite.discard();
         return 23;
     }

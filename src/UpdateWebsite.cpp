@@ -211,16 +211,22 @@ void applyPairs(qz::SiteBlock& block, const Plan& plan, const std::string& domai
             if (!gone[k] && keys[k] == key) return true;
         return false;
     };
-    size_t place = 0;  // where additions go now
-    bool placed = false;
+    // Additions go after the kept entry before them; in a block that lacks
+    // it, after the kind's last line; with none before them, before its first.
+    size_t place = 0;
+    bool placed = false, afterKept = false;
     for (size_t w = 0; w < plan.keys.size(); ++w) {
         if (plan.keptAt[w] >= 0) {
+            afterKept = true;
             for (size_t k = 0; k < lines.size(); ++k)
                 if (keys[k] == plan.keys[w] && occurrence[k] == plan.keptAt[w]) place = lines[k] + 1, placed = true;
             continue;
         }
         if (!block.first && present(plan.keys[w])) continue;
-        if (!placed) place = lines.empty() ? defaultPlace(block, plan.kind) : lines[0], placed = true;
+        if (!placed) {
+            place = lines.empty() ? defaultPlace(block, plan.kind) : afterKept ? lines.back() + 1 : lines[0];
+            placed = true;
+        }
         block.insertBefore(place, plan.text[w]);
     }
 }
