@@ -283,14 +283,14 @@ bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
             preambleDone = true;
         }
         if (open) {
-            held.emplace_back(in.view());
+            held.emplace_back(in.rawView());
             heldUnterminated = unterminated;
             if (startsWithNoCase(p, "</VirtualHost>")) {
                 flush();
                 open = false;
             }
         } else {
-            put(out, in.view(), unterminated);
+            put(out, in.rawView(), unterminated);
         }
     }
     if (open) flush();

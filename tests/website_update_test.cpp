@@ -48,6 +48,7 @@ std::string generateConf(std::mt19937& random) {
         "DocumentRoot /home/a.test/www@", "\tDocumentRoot \"/home/a.test/www/html@\"", "\tCustomLog logs/a combined",
         "\tRewriteEngine On", "\tSetEnv Alias@ x"};
     std::string text = pick(2) ? "ServerRoot \"/etc/httpd\"\nListen 80\n" : "";
+    if (pick(8) == 0) text += std::string("# a NUL \0 byte\n", 15);  // kept, byte for byte
     const char* names[] = {"a.test", "www.a.test", "a.test.example", "b.test"};
     const size_t blocks = 1 + pick(4);
     bool site = false;
@@ -170,6 +171,7 @@ TEST_F(UpdateWebsiteTest, AnUntouchedRecordLeavesEveryConfigurationAsItIs) {
             << text;
         std::string back;
         const std::string edited = readConf();
+        EXPECT_EQ(edited.find(std::string("\0 byte", 6)) == std::string::npos, text.find('\0') == std::string::npos);
         EXPECT_EQ(update([&](UpdateVHost& v) { back = lists(v); }), 96);
         EXPECT_EQ(back, wanted) << text << "\n----\n" << edited;
         EXPECT_EQ(readConf(), edited);
