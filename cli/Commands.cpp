@@ -362,8 +362,7 @@ std::vector<Command> table() {
              NameValueVector pages;
              o.result = CustomErrorPages(c.tracker, c.conf).listErrorPages(a.get("domain-name"), pages);
              o.list = pairs(pages);
-         },
-         nullptr, kNoVerify},
+         }},
         {"add-host-header", "CQZWebsite::AddHostHeader", "add a name to the website's ServerAlias (and its HTTPS redirect)",
          {kDomain, req("host-header", "the name to add")},
          {{0, "0", true, "added"}, {2, "2", false, "the name is already an alias (or the start of one)"},

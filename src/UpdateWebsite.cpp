@@ -133,31 +133,46 @@ bool isStatus(const std::string& text, int low, int high) {
     return code >= low && code <= high;
 }
 
+bool isUrl(const std::string& text) { return text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0; }
+
+// A Redirect target: a URL, or a path on the same server.
+bool isTarget(const std::string& text) {
+    const std::string::size_type scheme = text.find("://");
+    return (!text.empty() && text[0] == '/') || (scheme != std::string::npos && scheme > 0);
+}
+
 // Redirect [status] URL-path URL: the statuses Apache takes with a target,
 // and the ones (gone, 4xx, 5xx) that take the path alone.
 bool isRedirect(const NameValueSt& pair) {
     const std::string& status = pair.Name;
-    if (!status.empty() && (status[0] == '/' || status[0] == '"')) return wordCount(pair.Value) == 1;
+    const std::string& value = pair.Value;
+    if (!status.empty() && (status[0] == '/' || status.rfind("\"/", 0) == 0))
+        return wordCount(value) == 1 && isTarget(value);
     if (strcasecmp(status.c_str(), "permanent") == 0 || strcasecmp(status.c_str(), "temp") == 0 ||
         strcasecmp(status.c_str(), "seeother") == 0 || isStatus(status, 300, 399))
-        return wordCount(pair.Value) == 2;
-    if (strcasecmp(status.c_str(), "gone") == 0 || isStatus(status, 400, 599)) return wordCount(pair.Value) == 1;
+        return wordCount(value) == 2 && value[0] == '/' && isTarget(value.substr(value.find(' ') + 1));
+    if (strcasecmp(status.c_str(), "gone") == 0 || isStatus(status, 400, 599))
+        return wordCount(value) == 1 && value[0] == '/';
     return false;
+}
+
+// An error document: a local path or a URL (one word each), or a text.
+bool isErrorDocument(const std::string& value) {
+    if (!qz::safeConfigText(value)) return false;
+    return (value[0] != '/' && !isUrl(value)) || value.find(' ') == std::string::npos;
 }
 
 bool acceptable(InfoKind kind, const NameValueSt& pair) {
     if (!isFirstArgument(pair.Name)) return false;
     switch (kind) {
         case InfoKind::Redirect: return isRedirect(pair);
-        case InfoKind::ErrorDoc: return isStatus(pair.Name, 400, 599) && qz::safeConfigText(pair.Value);
+        case InfoKind::ErrorDoc: return isStatus(pair.Name, 400, 599) && isErrorDocument(pair.Value);
         case InfoKind::Alias:
         case InfoKind::ScriptAlias:
             return qz::safeConfigText(pair.Value) && pair.Value.front() != ' ' && pair.Value.back() != ' ';
         default: return wordCount(pair.Value) != 0;  // a URL and its key=value settings
     }
 }
-
-bool isUrl(const std::string& text) { return text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0; }
 
 // The directive line of an added pair; reading it back yields the pair.
 std::string pairLine(InfoKind kind, const NameValueSt& pair) {
