@@ -70,6 +70,12 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
     const bool changed = qz::rewriteSiteBlocks(
         in, rewrite.out(), DomainName,
         [&](qz::SiteBlock& block) {
+            // Lines already as wanted, right before the block's end, stay.
+            if (block.close - block.maintenance == lines.size()) {
+                size_t same = 0;
+                while (same < lines.size() && block.lines[block.maintenance + same] == block.indent + lines[same]) ++same;
+                if (same == lines.size()) return;
+            }
             qz::dropMaintenanceLines(block);
             for (const std::string& line : lines) block.insertBefore(block.close, line);
         },
