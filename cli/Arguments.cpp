@@ -51,6 +51,22 @@ bool isAction(const std::string& family, const std::string& word) {
     return word.find(' ') == std::string::npos && findCommand(family + " " + word) != nullptr;
 }
 
+// A command of two words: "redirect-https create", "message on", ...
+bool isFamily(const std::string& word) {
+    for (const Command& command : commands())
+        if (std::string(command.name).rfind(word + " ", 0) == 0) return true;
+    return false;
+}
+
+// The family's actions: "create, stop, start, delete".
+std::string actionsOf(const std::string& family) {
+    std::string actions;
+    for (const Command& command : commands())
+        if (std::string(command.name).rfind(family + " ", 0) == 0)
+            actions += (actions.empty() ? "" : ", ") + std::string(command.name).substr(family.size() + 1);
+    return actions;
+}
+
 std::string placeholder(const char* name) {
     std::string text = name;
     for (char& c : text) c = c == '-' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -128,7 +144,7 @@ Invocation parse(int argc, char** argv) {
         }
         // A command of two words is two arguments: "redirect-https create" as one is unknown.
         if (name.find(' ') != std::string::npos) throw UsageError("unknown command '" + name + "'" + kSeeHelp);
-        if (name == "redirect-https") {
+        if (isFamily(name)) {
             const std::string next = i + 1 < argc ? argv[i + 1] : "";
             if (isAction(name, next)) {
                 name += " " + next;
@@ -137,7 +153,7 @@ Invocation parse(int argc, char** argv) {
                 run.family = name;   // help for every action
                 continue;
             } else {
-                throw UsageError("redirect-https needs one of create, stop, start, delete");
+                throw UsageError(name + " needs one of " + actionsOf(name));
             }
         }
         run.command = findCommand(name);

@@ -74,6 +74,45 @@ public:
     // 26 not found, pDomain set to null; 21; 22.
     char GetWebsiteInfo(UpdateVHost* ObjUVHost);
 
+    // ---- Writing settings back, and the maintenance message ----
+    // UpdateWebsite makes every block of ObjUVHost->pDomain (its port 80 and
+    // 443 blocks alike) say what the record says, for the entries
+    // GetWebsiteInfo reads: each list is the whole wanted state, compared
+    // with what GetWebsiteInfo reads now. A dropped entry loses its line (or
+    // word), an added one goes next to its kind (a kind the block lacks goes
+    // at its end), an unchanged one stays byte for byte; a record read and
+    // handed back untouched writes nothing. DocRootPath is paired in order
+    // with the roots read now: a changed one rewrites those DocumentRoot
+    // lines. A non-zero AccessMode is then set on DirPath (the document root
+    // when DirPath is null or shorter than 3 characters), never through a
+    // link ("Error while setting the mode of <folder>" when it cannot be).
+    // 96 done; 26 no such site (or no record); 1 a value refused, with
+    // nothing written: a control character, a double quote or a final
+    // backslash in an added value, an empty argument, a Redirect status
+    // Apache refuses, an ErrorDocument status outside 400-599, a path with
+    // "..", or a DocRootPath of another length; 3 an added ServerAlias that
+    // another site answers to (ignoring case); 21; 22 (also when a line is
+    // over 2999 characters); 23. Tracked as "UpdateWebsite" with
+    // ObjUVHost->pDomain.
+    char UpdateWebsite(UpdateVHost* ObjUVHost);
+    // EnableMessage puts the site under maintenance: every request answers
+    // 503 with MessageHtml and "Retry-After: RetryAfterSeconds", but for
+    // /.well-known/acme-challenge/, through lines added at the end of each
+    // block (where .htaccess cannot undo them) between the comments
+    // "# qzapache maintenance: begin" and "# qzapache maintenance: end"; the
+    // page is kept at /var/lib/qzapache/maintenance/<domain>/index.html.
+    // Enabling again replaces both. Makes sure rewrite and headers are
+    // loaded (a2enmod on Debian's layout, else LoadModule lines). 96; 26;
+    // 1 a domain that cannot name a folder, an empty message, a control
+    // character other than a line end or tab in it, or RetryAfterSeconds
+    // outside 1..31536000; 21; 22; 23.
+    // DisableMessage removes those lines and the page: the blocks are again
+    // byte for byte what they were. 96 (also when none was on); 26; 21; 22; 23.
+    // Both report DomainName under the name "ObjUVHost->pDomain" (then
+    // MessageHtml and RetryAfterSeconds under their own).
+    char EnableMessage(std::string DomainName, std::string MessageHtml, int RetryAfterSeconds);
+    char DisableMessage(std::string DomainName);
+
     // Removes every block whose ServerName equals pDName (case-insensitive),
     // commented-out blocks included. Blank lines outside blocks are dropped.
     // The site's PHP-FPM pool files go too (see EnablePhpFpm).

@@ -524,4 +524,27 @@ TEST_F(CliTest, PhpFpm) {
     step({"php-fpm-reload", "--php-version", "8.2"});
     step({"apache-user"});
     EXPECT_DATA(transcript_, "cli/php_fpm.transcript");
+TEST_F(CliTest, SettingsBackMaintenanceAndErrorPages) {
+    makeDir("/conf/mods-available");
+    fakeCommand("a2enmod", "echo \"a2enmod $*\" >> \"$QZ_TEST_LOG\"");
+    watch("/var/lib/qzapache/maintenance/shop.test/index.html");
+    // The report of website-info --json, handed back as it is, then edited.
+    const std::string report = qzapache({"--json", "website-info", "--domain-name", "shop.test"}).out;
+    writeFile("/info.json", report);
+    step({"update-website", "--domain-name", "shop.test", "--from-json", path("/info.json")});
+    std::string edited = report;
+    edited.replace(edited.find("\"include\":[]"), 12, "\"include\":[\"conf/extra.conf\"]");
+    edited.replace(edited.find("\"server-alias\":["), 16, "\"server-alias\":[\"m\\u00fcnchen.test\",");
+    writeFile("/info.json", edited);
+    step({"update-website", "--domain-name", "shop.test", "--from-json", path("/info.json")});
+    writeFile("/info.json", "{\"fields\":{\"alias\":[\"/a /b\"}}");
+    step({"update-website", "--domain-name", "shop.test", "--from-json", path("/info.json")});
+    step({"message", "on", "--domain-name", "shop.test", "--message-html", "<p>Back soon</p>", "--retry-after", "120"});
+    step({"message", "off", "--domain-name", "shop.test"});
+    step({"message", "--domain-name", "shop.test"});
+    step({"error-page", "set", "--domain-name", "shop.test", "--status-code", "404", "--target", "/missing.html"});
+    step({"error-page", "list", "--domain-name", "shop.test"});
+    step({"error-page", "delete", "--domain-name", "shop.test", "--status-code", "404"});
+    step({"error-page", "set", "--domain-name", "shop.test", "--status-code", "302", "--target", "/x.html"});
+    EXPECT_DATA(transcript_, "cli/settings.transcript");
 }
