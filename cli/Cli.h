@@ -10,6 +10,7 @@
 #include <vector>
 
 class CQZTrackManager;
+struct UpdateVHost;
 
 namespace cli {
 
@@ -95,6 +96,7 @@ struct Command {
 };
 
 const std::vector<Command>& commands();
+std::vector<Command> phpFpmCommands();   // PhpFpmCommands.cpp, appended to the table
 const Command* findCommand(const std::string& name);
 const Code* findCode(const Command& command, int result);
 
@@ -110,6 +112,11 @@ Invocation parse(int argc, char** argv);
 std::string programHelp();
 std::string commandHelp(const Command& command);
 std::string familyHelp(const std::string& family);   // every command "family ACTION"
+
+// update-website --from-json FILE|- (JsonRecord.cpp): the record's lists
+// and access mode from a "website-info --json" report; UsageError when the
+// text is not such a report.
+void readWebsiteJson(const std::string& file, UpdateVHost& record);
 
 // Output (Output.cpp).
 struct Verification {

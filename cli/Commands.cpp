@@ -137,6 +137,11 @@ std::vector<std::string> fcgidDeleted(const Args& a, const Context& c) {
     return {site + "/" + file};
 }
 
+// The maintenance page of CQZWebsite::EnableMessage and DisableMessage.
+std::vector<std::string> maintenancePage(const Args& a, const Context&) {
+    return {qz::systemRoot() + "/var/lib/qzapache/maintenance/" + a.get("domain-name") + "/index.html"};
+}
+
 // set-directive: --add is for a website's block; a reference is for server level.
 void directiveOptionsFit(const Args& a) {
     if (a.flag("add") && !a.has("domain-name")) throw UsageError("--add needs --domain-name");
@@ -152,6 +157,8 @@ const Code kScratch{23, "23", false, "the scratch file could not be written"};
 const Code kHandlerDone{96, "96", true, "done (also when the site had nowhere to put the block)"};
 const Code kHandlerConf{21, "21", false, "the configuration file could not be opened"};
 const char* kConfOnly = "the configuration file";
+const std::vector<Code> kErrorPageCodes = {{0, "0", true, "done"}, {1, "1", false, "a value was refused (nothing written)"},
+                                           {26, "26", false, "no block names the website"}, kNoConf, kConfUnreadable, kScratch};
 
 const Option kDomain = req("domain-name", "the website's ServerName");
 const Option kVdirDomain = req("domain-name", "the website's ServerName", 1024);
@@ -302,6 +309,59 @@ std::vector<Command> table() {
              o.field("error-doc", pairs(u.ErrorDoc));
              o.field("include", u.Include);
              o.field("dir-index", u.DirIndex);
+         }},
+        // Writing settings back, the maintenance message, custom error pages.
+        {"update-website", "CQZWebsite::UpdateWebsite",
+         "write a website's settings back: the JSON of website-info --json, edited",
+         {kDomain, req("from-json", "the edited report of website-info --json (- reads standard input)")},
+         {{96, "96", true, "done"}, {26, "26", false, "no block names the website"},
+          {1, "1", false, "a value was refused (nothing written)"},
+          {3, "3", false, "an added ServerAlias is a name another site answers to"}, kNoConf, kConfUnreadableOrLong, kScratch},
+         none, kConfOnly,
+         [](const Args& a, const Context& c, Outcome& o) {
+             const std::string domain = a.get("domain-name");
+             UpdateVHost u = {};
+             readWebsiteJson(a.get("from-json"), u);
+             u.pDomain = domain.c_str();
+             o.result = website(c).UpdateWebsite(&u);
+         }},
+        {"message on", "CQZWebsite::EnableMessage",
+         "answer every request with 503 and a page (but the ACME challenge path)",
+         {kDomain, req("message-html", "the page's HTML"), checked(req("retry-after", "seconds, for Retry-After"), isNumber)},
+         {{96, "96", true, "done"}, {26, "26", false, "no block names the website"},
+          {1, "1", false, "a value was refused (nothing written)"}, kNoConf, kConfUnreadable, kScratch},
+         maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
+         [](const Args& a, const Context& c, Outcome& o) {
+             o.result = website(c).EnableMessage(a.get("domain-name"), a.get("message-html"), number(a, "retry-after", 0));
+         }},
+        {"message off", "CQZWebsite::DisableMessage", "take the website out of maintenance",
+         {kDomain},
+         {{96, "96", true, "done (also when it was not on)"}, {26, "26", false, "no block names the website"},
+          kNoConf, kConfUnreadable, kScratch},
+         maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
+         [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisableMessage(a.get("domain-name")); }},
+        {"error-page set", "CustomErrorPages::setErrorPage", "set the website's ErrorDocument of one status code",
+         {kDomain, checked(req("status-code", "400 to 599"), isNumber),
+          req("target", "a local path (/...), an http(s) URL, or a text in double quotes")},
+         kErrorPageCodes, none, kConfOnly,
+         [](const Args& a, const Context& c, Outcome& o) {
+             o.result = CustomErrorPages(c.tracker, c.conf).setErrorPage(a.get("domain-name"), number(a, "status-code", 0),
+                                                                          a.get("target"));
+         }},
+        {"error-page delete", "CustomErrorPages::deleteErrorPage", "remove the website's ErrorDocument of one status code",
+         {kDomain, checked(req("status-code", "400 to 599"), isNumber)},
+         kErrorPageCodes, none, kConfOnly,
+         [](const Args& a, const Context& c, Outcome& o) {
+             o.result = CustomErrorPages(c.tracker, c.conf).deleteErrorPage(a.get("domain-name"), number(a, "status-code", 0));
+         }},
+        {"error-page list", "CustomErrorPages::listErrorPages", "list the website's error pages, one \"code target\" a line",
+         {kDomain},
+         {{0, "0", true, "done"}, {26, "26", false, "no block names the website"}, kNoConf, kConfUnreadable},
+         none, kConfOnly,
+         [](const Args& a, const Context& c, Outcome& o) {
+             NameValueVector pages;
+             o.result = CustomErrorPages(c.tracker, c.conf).listErrorPages(a.get("domain-name"), pages);
+             o.list = pairs(pages);
          }},
         {"add-host-header", "CQZWebsite::AddHostHeader", "add a name to the website's ServerAlias (and its HTTPS redirect)",
          {kDomain, req("host-header", "the name to add")},
@@ -460,7 +520,7 @@ std::vector<Command> table() {
         {"php-status", "CQZWebsite::ISPhpEnabled", "tell which PHP handler block the website carries",
          {kDomain},
          {{0, "0", true, "no PHP handler block"}, {1, "1", true, "PHP as an Apache module (mod_php)"},
-          {2, "2", true, "suPHP"}, {3, "3", true, "FastCGI (mod_fcgid)"}, kHandlerConf},
+          {2, "2", true, "suPHP"}, {3, "3", true, "FastCGI (mod_fcgid)"}, {4, "4", true, "PHP-FPM"}, kHandlerConf},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).ISPhpEnabled(a.get("domain-name")); }},
         {"configure-fcgid", "CQZWebsite::ConfigureFcgidGlobally", "add the server-wide mod_fcgid settings once",
@@ -593,7 +653,11 @@ std::vector<Command> table() {
 }  // namespace
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> all = table();
+    static const std::vector<Command> all = [] {
+        std::vector<Command> list = table();
+        for (Command& command : phpFpmCommands()) list.push_back(std::move(command));
+        return list;
+    }();
     return all;
 }
 

@@ -1,6 +1,7 @@
 // CQZWebsite::DeleteWebsite: removes every <VirtualHost> block of a domain.
 #include "CQZWebsite.h"
 
+#include "PhpFpm.h"
 #include "QZCore.h"
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
@@ -56,5 +57,8 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     if (in.tooLong()) return 22;
     in.close();
     rewrite.commit();
+    // A pool left behind would stop php-fpm, for every site, once the
+    // site's user is deleted.
+    qz::fpm::removePools(domain);
     return 24;
 }

@@ -81,6 +81,9 @@ public:
     // or the reader's end; copy what must outlive them.
     const char* c_str() const { return line_; }
     std::string_view view() const { return std::string_view(line_, clen_); }
+    // The whole line, NUL bytes and what follows them included: for copies
+    // that must keep every byte.
+    std::string_view rawView() const { return std::string_view(line_, len_); }
     size_t length() const { return clen_; }
     bool empty() const { return clen_ == 0; }
 

@@ -267,6 +267,16 @@ TEST_F(BadInputTest, Websites) {
         std::filesystem::create_directories(path("/s/b.com"), ignored);
         return web.CreateWebsite(&entry);
     };
+    // The record as read, with one alias more.
+    const auto update = [&] {
+        UpdateVHost v = {};
+        v.pDomain = "a.com";
+        web.GetWebsiteInfo(&v);
+        v.pDomain = "a.com";
+        v.ServerAlias.push_back("new.a.com");
+        return web.UpdateWebsite(&v);
+    };
+    CustomErrorPages pages(nullptr, conf_);
     const std::string report = sweep({
         OP(3000, create()),
         OP(3000, web.DeleteWebsite("a.com", 0)),
@@ -277,6 +287,11 @@ TEST_F(BadInputTest, Websites) {
         OP(0, web.StopWebsite("a.com")),
         OP(0, web.StartWebsite("a.com")),
         OP(3000, web.getApacheServerRoot(conf_)),
+        OP(3000, update()),
+        OP(0, web.EnableMessage("a.com", "x", 5)),
+        OP(0, web.DisableMessage("a.com")),
+        OP(0, pages.setErrorPage("a.com", 404, "/x.html")),
+        OP(0, pages.deleteErrorPage("a.com", 404)),
     });
     EXPECT_DATA(report, "badinput/websites.report");
 }
@@ -350,6 +365,9 @@ TEST_F(BadInputTest, VirtualDirectoriesAndHandlers) {
         OP(0, web.Php_checkModule(conf_, "php5")),
         OP(2024, web.AddHostHeader("a.com", "x.com")),
         OP(2024, web.DeleteHostHeader("a.com", "www.a.com")),
+        OP(0, web.EnablePhpFpm("a.com", "8.2")),
+        OP(0, web.DisablePhpFpm("a.com")),
+        OP(0, web.SetPhpOpenBasedir("a.com", {"/srv/a.com"})),
     });
     EXPECT_DATA(report, "badinput/vdir_handlers.report");
 }

@@ -334,3 +334,67 @@ TEST(ApacheSandboxPort, StartMovesToAnotherPortWhenItsPortIsTaken) {
     EXPECT_TRUE(box.fetch(kShop).matches(200, welcome(kShop))) << box.fetch(kShop).summary();
     close(holder);
 }
+
+namespace {
+std::string fileText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+}  // namespace
+
+TEST_F(ApacheEndToEnd, SettingsWrittenBackErrorPagesAndMaintenanceAreServed) {
+    const std::string site = sandbox_->sitesFolder() + kShop;
+    ASSERT_TRUE(sandbox_->addFolder(site + "/extra", "Extra pages"));
+    ASSERT_TRUE(sandbox_->writeFile(docroot(kShop) + "/missing.html", "Custom not found"));
+    UpdateVHost info = {};
+    info.pDomain = kShop.c_str();
+    ASSERT_EQ(website_->GetWebsiteInfo(&info), 25);
+    info.pDomain = kShop.c_str();
+    info.Alias.push_back({"/extra", site + "/extra"});
+    info.Redirect.push_back({"/old", "http://" + kShop + "/new"});
+    EXPECT_EQ(website_->UpdateWebsite(&info), 96);
+    CustomErrorPages pages(&tracker_, conf_);
+    EXPECT_EQ(pages.setErrorPage(kShop, 404, "/missing.html"), 0);
+    ASSERT_NO_FATAL_FAILURE(reload());
+    EXPECT_TRUE(answers(kShop, "/extra/", 200, "Extra pages"));
+    EXPECT_TRUE(answers(kShop, "/old", 302, "http://" + kShop + "/new"));
+    EXPECT_TRUE(answers(kShop, "/nothing-here", 404, "Custom not found"));
+
+    // A value with a newline would add a directive: refused, nothing written.
+    const std::string before = fileText(conf_);
+    info.Alias.push_back({"/x", site + "\nRequire all granted"});
+    EXPECT_EQ(website_->UpdateWebsite(&info), 1);
+    EXPECT_EQ(fileText(conf_), before);
+
+    // Maintenance: 503 with the page and Retry-After, which the customer's
+    // .htaccess cannot undo; certificate renewals still reach the site.
+    ASSERT_TRUE(sandbox_->writeFile(docroot(kShop) + "/.htaccess",
+                                    "RewriteEngine Off\nErrorDocument 503 default\nHeader always unset Retry-After\n"));
+    std::filesystem::create_directories(docroot(kShop) + "/.well-known/acme-challenge");
+    ASSERT_TRUE(sandbox_->writeFile(docroot(kShop) + "/.well-known/acme-challenge/t0k3n", "token for the CA"));
+    EXPECT_EQ(website_->EnableMessage(kShop, "<h1>Back in ten minutes</h1>", 600), 96);
+    ASSERT_NO_FATAL_FAILURE(reload());
+    EXPECT_TRUE(answers(kShop, "/", 503, "Back in ten minutes"));
+    EXPECT_TRUE(answers(kShop, "/extra/", 503, "Back in ten minutes"));
+    EXPECT_TRUE(answers(kShop, "/.well-known/acme-challenge/t0k3n", 200, "token for the CA"));
+    EXPECT_TRUE(answers(kBooksAscii, "/", 200, welcome(kBooks)));
+    const std::string headers = "curl -s -o /dev/null -D - -H 'Host: " + kShop + "' http://127.0.0.1:" +
+                                sandbox_->portText() + "/";
+    std::string head;
+    if (FILE* pipe = popen(headers.c_str(), "r")) {
+        char buffer[4096];
+        for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) head.append(buffer, got);
+        pclose(pipe);
+    }
+    EXPECT_NE(head.find("Retry-After: 600\r\n"), std::string::npos) << head;
+
+    // The blocks are again what they were; the module stays loaded.
+    EXPECT_EQ(website_->DisableMessage(kShop), 96);
+    std::string after = fileText(conf_);
+    const std::string module = "<IfModule !headers_module>\nLoadModule headers_module " +
+                               std::string(ApacheSandbox::kModules) + "/mod_headers.so\n</IfModule>\n";
+    ASSERT_NE(after.find(module), std::string::npos);
+    EXPECT_EQ(after.erase(after.find(module), module.size()), before);
+    ASSERT_NO_FATAL_FAILURE(reload());
+    EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
+}

@@ -1,0 +1,30 @@
+// CQZWebsite::DisableMessage: takes a website out of maintenance.
+#include "CQZWebsite.h"
+
+#include "MaintenancePage.h"
+#include "QZCore.h"
+#include "WebsiteInfoScan.h"
+
+#include <unistd.h>
+
+char CQZWebsite::DisableMessage(std::string DomainName) {
+    qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
+    if (qz::isEmpty(HttpdConfFile)) return 21;
+    qz::LineReader in(HttpdConfFile, 0);
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
+    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
+    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    bool found = false;
+    const bool changed =
+        qz::rewriteSiteBlocks(in, rewrite.out(), DomainName, [](qz::SiteBlock& block) { qz::dropMaintenanceLines(block); }, found);
+    in.close();
+    if (changed) rewrite.commit();
+    else rewrite.discard();
+    if (!found) return 26;
+    if (qz::isFolderDomain(DomainName)) {
+        const std::string folder = qz::maintenanceFolder(DomainName);
+        unlink((folder + "/index.html").c_str());
+        rmdir(folder.c_str());
+    }
+    return 96;
+}
