@@ -107,8 +107,10 @@ bool FolderLock::lock(const std::string& folderPath) {
     if (geteuid() != 0) return openFolder(folderPath, folder) || !isRefusal(errno);
     Walk first;
     const bool walked = walk(folderPath, folder, &first);
-    for (auto& [fd, st] : first.writable) {
-        Held held{Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777, st};
+    const int walkError = errno;
+    std::vector<Held> found;  // every descriptor owned at once, closed whatever happens
+    for (auto& [fd, st] : first.writable) found.push_back({Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777, st});
+    for (Held& held : found) {
         if (!walked || !held.fd.ok()) continue;
         const int ownedByRoot = fchownat(held.fd.get(), "", 0, static_cast<gid_t>(-1), AT_EMPTY_PATH);
         const bool locked = ownedByRoot == 0 &&
@@ -125,15 +127,18 @@ bool FolderLock::lock(const std::string& folderPath) {
             return false;
         }
     }
-    if (!walked) return false;
+    if (!walked) {
+        errno = walkError;
+        return false;
+    }
     Walk again;
-    if (!walk(folderPath, folder, &again) || again.chain != first.chain) {
-        for (auto& entry : again.writable) ::close(entry.first);
+    const bool same = walk(folderPath, folder, &again) && again.chain == first.chain;
+    for (auto& entry : again.writable) Fd closed(entry.first);
+    if (!same) {
         release();
         errno = EAGAIN;
         return false;
     }
-    for (auto& entry : again.writable) ::close(entry.first);
     return true;
 }
 
