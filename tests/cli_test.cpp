@@ -524,6 +524,8 @@ TEST_F(CliTest, PhpFpm) {
     step({"php-fpm-reload", "--php-version", "8.2"});
     step({"apache-user"});
     EXPECT_DATA(transcript_, "cli/php_fpm.transcript");
+}
+
 TEST_F(CliTest, SettingsBackMaintenanceAndErrorPages) {
     makeDir("/conf/mods-available");
     fakeCommand("a2enmod", "echo \"a2enmod $*\" >> \"$QZ_TEST_LOG\"");
