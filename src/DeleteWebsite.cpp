@@ -2,8 +2,10 @@
 #include "CQZWebsite.h"
 
 #include "QZCore.h"
+#include "QZLock.h"
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
+    const qz::OperationLock lock;
     const std::string domain = qz::str(pDName);
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
@@ -55,6 +57,5 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     // configuration, so that case leaves the configuration as it is.
     if (in.tooLong()) return 22;
     in.close();
-    rewrite.commit();
-    return 24;
+    return rewrite.commit() ? 24 : 23;
 }
