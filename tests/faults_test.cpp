@@ -276,6 +276,7 @@ TEST_F(FaultsTest, KilledRewritesLeaveTheOldOrTheNewFile) {
         const std::string now = readConf();
         ASSERT_TRUE(now == original || now == changed) << "after " << i << " runs: " << now.size() << " bytes";
     }
+    RecordProperty("killed_before_the_end", killedMidway);
     EXPECT_GT(killedMidway, 30);
 }
 
