@@ -24,6 +24,10 @@ VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const
     return v;
 }
 
+const char* const QZTest::kFakedTools[] = {
+    "apachectl", "apache2ctl", "httpd", "httpd2", "apache2", "a2enmod", "a2dismod", "a2query", "systemctl", "service",
+    "php", "php-cgi", "php-fpm", "php-fpm7.4", "php-fpm8.0", "php-fpm8.1", "php-fpm8.2", "php-fpm8.3", "php-fpm8.4"};
+
 void QZTest::SetUp() {
     char templ[] = "/tmp/qzapache-test-XXXXXX";
     ASSERT_NE(mkdtemp(templ), nullptr);
@@ -31,10 +35,20 @@ void QZTest::SetUp() {
     bin_ = root_ + "/.fakebin";
     makeDir("/.fakebin");
     makeDir("/etc");
+    if (const std::string why = guard_.arm(root_ + "/.guard"); !why.empty()) {
+        guard_.disarm();
+        if (getenv("QZ_GUARD_REQUIRED") != nullptr) FAIL() << "the unit-test guard cannot be set up: " << why;
+        static bool told = false;
+        if (!told) fprintf(stderr, "note: unit-test guard off (%s)\n", why.c_str());
+        told = true;
+    }
     qz::setSystemRoot(root_);
     const char* oldPath = getenv("PATH");
     savedPath_ = oldPath ? oldPath : "/usr/bin:/bin";
     setenv("PATH", (bin_ + ":" + savedPath_).c_str(), 1);
+    // Every Apache, PHP and service tool the library may start answers as
+    // if it were not installed, unless a test puts its own fake in place.
+    for (const char* tool : kFakedTools) fakeCommand(tool, "exit 127");
     setenv("QZ_TEST_LOG", (root_ + "/.commands.log").c_str(), 1);
     // tempnam prefers TMPDIR to the folder it is given, so the scratch names
     // the managers make depend on it; tests that want it set it themselves.
@@ -43,6 +57,9 @@ void QZTest::SetUp() {
 
 void QZTest::TearDown() {
     if (capturing_) capturedOutput();
+    for (const std::string& finding : guard_.findings())
+        ADD_FAILURE() << "a unit test must stay in its scratch root and start no real server tool: " << finding;
+    guard_.disarm();
     qz::setSystemRoot("");
     setenv("PATH", savedPath_.c_str(), 1);
     if (chdir("/") != 0) ADD_FAILURE() << "chdir /";

@@ -3,6 +3,7 @@
 #ifndef QZ_TEST_FIXTURE_H
 #define QZ_TEST_FIXTURE_H
 
+#include "TestGuard.h"
 #include "libqzapache.h"
 
 #include <gtest/gtest.h>
@@ -81,10 +82,15 @@ protected:
     static std::string show(const std::string& result) { return "\"" + result + "\""; }
     std::string transcript_;
 
+    // The tools every test finds faked (silent, exit 127) first on PATH.
+    static const char* const kFakedTools[];
+
     std::string root_;
     std::string bin_;
     std::string savedPath_;
     bool capturing_ = false;
+
+    TestGuard guard_;
 
 private:
     std::vector<std::string> watched_;

@@ -266,3 +266,18 @@ TEST_F(CoreTest, ShellPipeReadsACommandsOutputAndPathsResolveUnderTheRoot) {
     qz::setSystemRoot("");
     EXPECT_EQ(qz::sysPath("/etc/QZ.conf"), "/etc/QZ.conf");
 }
+
+// The guard of every unit test: a real server tool started, or a write to the
+// system's /etc, /var or /run, is found and named (and then forgotten, so
+// that this test itself passes).
+TEST_F(CoreTest, GuardCatchesRealToolsAndWritesOutsideTheScratchRoot) {
+    if (!guard_.armed()) GTEST_SKIP() << "the guard needs root and a mount namespace";
+    std::ofstream("/run/qzapache-guard-probe") << "x";
+    Lines expected = {"wrote /run/qzapache-guard-probe"};
+    if (access("/usr/sbin/apache2", X_OK) == 0) {
+        EXPECT_EQ(std::system("/usr/sbin/apache2 -v >/dev/null 2>&1") >> 8, 126);
+        expected.insert(expected.begin(), "ran /usr/sbin/apache2 -v");
+    }
+    EXPECT_EQ(guard_.findings(), expected);
+    EXPECT_EQ(guard_.findings(), Lines{});
+}
