@@ -7,7 +7,7 @@
 #
 # Settings (environment): QZ_BASE (the commit without the lock, a7d82f1),
 # QZ_DISK_DIR (a folder on a disk, /var/tmp), QZ_BENCH_REPETITIONS (5 a round,
-# two rounds a library, alternated), QZ_BENCH_MIN_TIME (seconds a repetition, 0.5).
+# three rounds a library, alternated), QZ_BENCH_MIN_TIME (seconds a repetition, 0.5).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -38,7 +38,7 @@ for place in tmpfs disk; do
   [ "$place" = disk ] && folder=$disk
   files=$(mktemp -d "$folder/qzdurability.XXXXXX")
   build-bench/bench/qzbench-generate "$sites" "$files/sites-$sites.conf"
-  for round in 1 2; do
+  for round in 1 2 3; do
     for library in before after; do
       binary=build-bench/bench/qzbench
       [ "$library" = before ] && binary=$work/base/build/bench/qzbench
@@ -55,31 +55,35 @@ done
 python3 - "$work" "$disk" "$base_commit" "$(git rev-parse --short HEAD)" >bench/DURABILITY.md.new <<'EOF'
 import json, os, statistics, sys
 work, disk, base, head = sys.argv[1:5]
-def times(place, library):
+def times(place, library, key):
     out = {}
-    for round_ in (1, 2):
+    for round_ in (1, 2, 3):
         with open(os.path.join(work, f"{place}-{library}-{round_}.json")) as f:
             for b in json.load(f)["benchmarks"]:
                 if b.get("run_type") != "iteration":
                     continue
                 scale = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}[b["time_unit"]]
-                out.setdefault(b["run_name"].split("/")[0], []).append(b["real_time"] * scale)
+                out.setdefault(b["run_name"].split("/")[0], []).append(b[key] * scale)
     return {k: statistics.median(v) for k, v in out.items()}
 print("# The cost of the lock and of fsync\n")
 print(f"Reproduce with `./bench/durability.sh`. Each rewrite of the benchmark on its 10,000-website file"
       f" (5.5 MB), timed with the library of `{base}` (before: no lock, no fsync) and of `{head}` (after:"
       f" every editing operation holds the lock; the scratch file is synced before its `mv`, the file and"
-      f" its folder after). Median of two alternated rounds of repetitions each; times in ms. Load average"
-      f" at the end: {os.getloadavg()[0]:.2f} on {os.cpu_count()} CPUs.\n")
+      f" its folder after). Median of three alternated rounds of repetitions each; times in ms: the"
+      f" elapsed time of a call (its commands included) and the CPU time of the calling process alone"
+      f" (where the lock's system calls show; an fsync waits without using CPU). Load average at the end:"
+      f" {os.getloadavg()[0]:.2f} on {os.cpu_count()} CPUs.\n")
 for place, label in (("tmpfs", "/dev/shm (tmpfs: fsync does nothing, the difference is the lock)"),
                      ("disk", f"{disk} (a disk-backed file system: the difference is mostly fsync)")):
-    before, after = times(place, "before"), times(place, "after")
+    before, after = times(place, "before", "real_time"), times(place, "after", "real_time")
+    cpu_before, cpu_after = times(place, "before", "cpu_time"), times(place, "after", "cpu_time")
     print(f"## {label}\n")
-    print("| operation | before | after | after / before |")
-    print("|---|---:|---:|---:|")
-    for name in before:
+    print("| operation | elapsed before | elapsed after | after / before | CPU before | CPU after | after / before |")
+    print("|---|---:|---:|---:|---:|---:|---:|")
+    for name in sorted(before, key=lambda n: (n != "CopyMoveFloor", n)):
         label_ = "*floor: copy+mv*" if name == "CopyMoveFloor" else name
-        print(f"| {label_} | {before[name]:.2f} | {after[name]:.2f} | {after[name] / before[name]:.2f} |")
+        print(f"| {label_} | {before[name]:.2f} | {after[name]:.2f} | {after[name] / before[name]:.2f}"
+              f" | {cpu_before[name]:.2f} | {cpu_after[name]:.2f} | {cpu_after[name] / cpu_before[name]:.2f} |")
     print()
 EOF
 mv bench/DURABILITY.md.new bench/DURABILITY.md
