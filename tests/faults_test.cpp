@@ -48,22 +48,33 @@ int inChild(const std::function<int()>& call, long long sizeLimit = -1) {
     return WEXITSTATUS(status);
 }
 
-// The configuration as a list of its blocks in order of name, empty lines
-// dropped: what must hold whatever order the callers came in.
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; at < text.size(); at = end + 1) {
+        end = std::min(text.find('\n', at), text.size());
+        lines.push_back(text.substr(at, end - at));
+    }
+    return lines;
+}
+
+// The items from `first` on sorted, each followed by `after`.
+std::string sortedFrom(std::vector<std::string> items, size_t first, const std::string& after) {
+    std::sort(items.begin() + static_cast<long>(first), items.end());
+    std::string joined;
+    for (const std::string& item : items) joined += item + after;
+    return joined;
+}
+
+// The configuration's blocks in order of name, empty lines dropped: what
+// must hold whatever order the callers came in.
 std::string blocksSorted(const std::string& text) {
     std::vector<std::string> blocks(1);
-    size_t at = 0;
-    for (size_t end; at < text.size(); at = end + 1) {
-        end = std::min(text.find('\n', at), text.size());
-        const std::string line = text.substr(at, end - at);
+    for (const std::string& line : linesOf(text)) {
         if (line.empty()) continue;
         if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("#<VirtualHost", 0) == 0) blocks.emplace_back();
         blocks.back() += line + "\n";
     }
-    std::sort(blocks.begin() + 1, blocks.end());
-    std::string joined;
-    for (const std::string& block : blocks) joined += block + "--\n";
-    return joined;
+    return sortedFrom(blocks, 1, "--\n");
 }
 
 // The names in a folder, in order.
@@ -73,22 +84,7 @@ std::string namesIn(const std::string& folder) {
         while (const dirent* entry = readdir(dir)) names.push_back(entry->d_name);
         closedir(dir);
     }
-    std::sort(names.begin(), names.end());
-    std::string joined;
-    for (const std::string& name : names) joined += name + " ";
-    return joined;
-}
-
-std::string linesSorted(std::string text) {
-    std::vector<std::string> lines;
-    for (size_t at = 0, end; at < text.size(); at = end + 1) {
-        end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-    }
-    std::sort(lines.begin(), lines.end());
-    std::string joined;
-    for (const std::string& line : lines) joined += line + "\n";
-    return joined;
+    return sortedFrom(names, 0, " ");
 }
 
 }  // namespace
@@ -145,7 +141,7 @@ protected:
 
     // The files the workers change, in a form that does not depend on their order.
     std::string outcome(int workers) {
-        std::string text = blocksSorted(readConf()) + linesSorted(readFile("/etc/params"));
+        std::string text = blocksSorted(readConf()) + sortedFrom(linesOf(readFile("/etc/params")), 0, "\n");
         for (int n = 0; n < workers; ++n) text += readFile("/opt/qz/etc/webusers/passwd.w" + std::to_string(n) + ".test");
         return text;
     }
