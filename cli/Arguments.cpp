@@ -57,8 +57,11 @@ std::string placeholder(const char* name) {
     return text;
 }
 
-std::string padded(std::string text, size_t width) {
-    text += ' ';
+// `gap` blanks at least end the text. Two in the option and command lists, so
+// that a reader (the manual page's generator) can tell a column's end from a
+// blank inside it.
+std::string padded(std::string text, size_t width, size_t gap = 1) {
+    text.append(gap, ' ');
     if (text.size() < width) text.resize(width, ' ');
     return text;
 }
@@ -161,14 +164,33 @@ std::string programHelp() {
            "Runs one operation of libqzapache, the panel's Apache module, on an Apache configuration.\n\n"
            "Global options:\n";
     for (const Global& global : kGlobals)
-        out << "  " << padded(std::string("--") + global.name + (global.value ? std::string(" ") + global.value : ""), 20)
+        out << "  " << padded(std::string("--") + global.name + (global.value ? std::string(" ") + global.value : ""), 20, 2)
             << global.help << "\n";
     out << "\nCommands:\n";
-    for (const Command& command : commands()) out << "  " << padded(command.name, 24) << command.summary << "\n";
+    for (const Command& command : commands()) out << "  " << padded(command.name, 24, 2) << command.summary << "\n";
     out << "\nEach run holds an exclusive lock on <root>/run/lock/qzapache.lock for the whole operation, so that\n"
-           "two runs never mix their scratch files.\n"
-           "Exit status: 0 the operation answered its success result; 1 any other result, or the lock or the\n"
-           "--verify check failed; 2 bad usage.\n";
+           "two runs never mix their scratch files.\n";
+    // The sections below are also the manual page's (packaging/gendoc.sh): "Title:", then
+    // "  TERM  text" lines, continued on lines indented deeper.
+    out << "\nExit status:\n"
+           "  0                   the operation answered its success result\n"
+           "  1                   any other result, or the lock or the --verify check failed\n"
+           "  2                   bad usage\n"
+           "\nFiles:\n"
+           "  /etc/httpd/conf/httpd.conf, /etc/apache2/apache2.conf\n"
+           "                      the Apache configuration when --conf is not given (the first that exists)\n"
+           "  /run/lock/qzapache.lock\n"
+           "                      the lock every run holds\n"
+           "  /etc/QZ.conf        the panel's settings, read by the library\n"
+           "  /etc/webusers/      the web users' password files (under --ins-folder)\n"
+           "  /etc/apache2/qz/, /etc/httpd/qz/\n"
+           "                      the HTTPS redirect files of the host-header commands\n"
+           "  /etc/apactemp, /etc/apactemp1, /etc/temp, /etc/tempapa1\n"
+           "                      scratch files of the virtual-directory, host-header and Perl commands\n"
+           "  /tmp/mod_fcgid/     the socket folder configure-fcgid makes\n"
+           "  /var/run/           where apache-restart looks for Apache's PID file\n"
+           "These lie under --root DIR when it is given. Each command's --help names the files it may\n"
+           "rewrite.\n";
     return out.str();
 }
 
@@ -186,7 +208,7 @@ std::string commandHelp(const Command& command) {
         << command.operation << ".\n";
     if (!command.options.empty()) out << "\nOptions:\n";
     for (const Option& option : command.options) {
-        out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option.name)), 30)
+        out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option.name)), 30, 2)
             << (option.required ? "(required) " : "") << option.help;
         if (option.capacity) out << " [at most " << option.capacity - 1 << (option.capacity == 2 ? " character]" : " characters]");
         out << "\n";

@@ -95,6 +95,7 @@ struct Command {
 };
 
 const std::vector<Command>& commands();
+std::vector<Command> phpFpmCommands();   // PhpFpmCommands.cpp, appended to the table
 const Command* findCommand(const std::string& name);
 const Code* findCode(const Command& command, int result);
 

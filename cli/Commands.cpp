@@ -460,7 +460,7 @@ std::vector<Command> table() {
         {"php-status", "CQZWebsite::ISPhpEnabled", "tell which PHP handler block the website carries",
          {kDomain},
          {{0, "0", true, "no PHP handler block"}, {1, "1", true, "PHP as an Apache module (mod_php)"},
-          {2, "2", true, "suPHP"}, {3, "3", true, "FastCGI (mod_fcgid)"}, kHandlerConf},
+          {2, "2", true, "suPHP"}, {3, "3", true, "FastCGI (mod_fcgid)"}, {4, "4", true, "PHP-FPM"}, kHandlerConf},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).ISPhpEnabled(a.get("domain-name")); }},
         {"configure-fcgid", "CQZWebsite::ConfigureFcgidGlobally", "add the server-wide mod_fcgid settings once",
@@ -593,7 +593,11 @@ std::vector<Command> table() {
 }  // namespace
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> all = table();
+    static const std::vector<Command> all = [] {
+        std::vector<Command> list = table();
+        for (Command& command : phpFpmCommands()) list.push_back(std::move(command));
+        return list;
+    }();
     return all;
 }
 

@@ -15,6 +15,7 @@
 // The library's own messages go to library.log in the scratch folder. The
 // exit status is 1 when a result code or an answer was not the one expected.
 #include "ApacheSandbox.h"
+#include "PhpFpmSandbox.h"
 #include "libqzapache.h"
 
 #include <cctype>
@@ -262,6 +263,30 @@ int Demo::run() {
     reload();
     get(kBooksAscii, "/", 200, kDefaultPage);
     get(kShop, "/", 200, welcomeShop);
+
+    title("9. PHP-FPM: the shop's PHP in a pool of its own, run as the site's own user");
+    const std::string missing = PhpFpmSandbox::missingTools();
+    if (!missing.empty()) {
+        line("skipped", "needs" + missing);
+        return failures_;
+    }
+    PhpFpmSandbox fpm(box_);
+    const std::string user = fpm.siteUser(kShop);
+    need(fpm.ready() && !user.empty(), "php-fpm's main file and the site user " + user);
+    need(box_.writeFile(shopRoot + "/who.php", "<?php echo 'PHP runs as ', posix_getpwuid(posix_geteuid())['name'], "
+                                               "', open_basedir ', ini_get('open_basedir');\n"),
+         "the page who.php");
+    op("EnablePhpFpm " + kShop + " 8.2", [&] { return website_->EnablePhpFpm(kShop, "8.2"); }, 96,
+       "96 = pool written and checked, proxy_fcgi loaded");
+    need(fpm.start() && waitFor([&] { return access(fpm.socket(kShop).c_str(), F_OK) == 0; }),
+         "php-fpm started on the sandbox's sockets");
+    line("php-fpm8.2 -y <sandbox>/etc/php/8.2/fpm/php-fpm.conf", "running, PID " + std::to_string(fpm.masterPid()));
+    reload();
+    get(kShop, "/who.php", 200, "PHP runs as " + user);
+    op("ISPhpEnabled " + kShop, [&] { return website_->ISPhpEnabled(kShop); }, 4, "4 = PHP-FPM");
+    op("DisablePhpFpm " + kShop, [&] { return website_->DisablePhpFpm(kShop); }, 96, "96 = section and pool removed");
+    op("CmdPhpFpmReload 8.2", [&] { return website_->CmdPhpFpmReload("8.2"); }, 0, "0 = SIGUSR2 sent");
+    reload();
     return failures_;
 }
 

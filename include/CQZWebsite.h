@@ -77,6 +77,7 @@ public:
 
     // Removes every block whose ServerName equals pDName (case-insensitive),
     // commented-out blocks included. Blank lines outside blocks are dropped.
+    // The site's PHP-FPM pool files go too (see EnablePhpFpm).
     // DomainType is ignored. 24 whether or not a block was removed; 22, with
     // the configuration left as it is, when a line is too long to copy.
     char DeleteWebsite(const char* pDName, char DomainType);
@@ -177,7 +178,8 @@ public:
     int DisablePhp(std::string DomainName);
     // Which handler block the site carries: 1 mod_php* ("dso enabled"),
     // 2 mod_suphp ("suphp enabled"), 3 mod_fcgid ("fcgid enabled"), each
-    // after printing the block's module name; 0 none; 21.
+    // after printing the block's module name; 4 PHP-FPM (a SetHandler
+    // "proxy:unix:...|fcgi://..." line; prints "fpm enabled"); 0 none; 21.
     int ISPhpEnabled(std::string DomainName);
     // The rest of the first Include line holding "php" in the domain's block
     // (commented lines included); "" when none, when httpdConfFile is empty,
@@ -239,6 +241,52 @@ public:
     // characters (left as it is then).
     int EnablePerl(std::string szDomainName);
     int DisablePerl(std::string szDomainName);
+
+    // PHP-FPM, one pool per site. The pool "qz-<domain>" lives in
+    // /etc/php/<version>/fpm/pool.d/qz-<domain>.conf and listens on
+    // /run/php/qz-<domain>.sock (a hash of the domain in its place when the
+    // path would pass 107 characters); both under the system root, in the
+    // files written too. The operations report their name and arguments to
+    // TrackManager first; none but CmdPhpFpmReload reloads php-fpm, and none
+    // reloads Apache.
+    //
+    // Writes the site's pool: user and group of the document root's owner
+    // (found without following links below the site folder; never root),
+    // socket owned by that user and Apache's run group, mode 0660, pm
+    // ondemand, .php only, open_basedir, sys_temp_dir, upload_tmp_dir and
+    // session.save_path on the site folder and its tmp folder (made, 0700,
+    // owned by the user). Checks it with "php-fpm<version> -t -y
+    // /etc/php/<version>/fpm/php-fpm.conf", makes sure Apache loads
+    // proxy_fcgi (a2enmod on Debian's layout, else LoadModule lines), puts
+    // before the closing line of each of the site's blocks the section
+    //     <FilesMatch "\.php$"> <If "-f %{REQUEST_FILENAME}"> SetHandler
+    //     "proxy:unix:<socket>|fcgi://localhost" </If> </FilesMatch>
+    // (one a line, replacing one already there) and removes the site's pool
+    // of every other version. 96 done; 1 no live block names the site, or its
+    // site folder, document root or owner is unusable (a link, root, no
+    // account name); 2 PhpVersion is not digits.digits or php-fpm<version>
+    // is not on PATH; 3 the site carries a mod_php, mod_suphp or mod_fcgid
+    // block; 4 another pool file declares [qz-<domain>]; 5 php-fpm's check
+    // refused the pool, or proxy_fcgi could not be loaded (what it printed is
+    // printed; the pool file is put back as it was); 21; 22; 23 (TEMPFILE or
+    // the pool's scratch file).
+    int EnablePhpFpm(std::string DomainName, std::string PhpVersion);
+    // Removes the sections from the site's blocks (the configuration is
+    // rewritten only when one was there) and the site's pool file of every
+    // version; no other pool file. 96, also when there was nothing; 21; 22; 23.
+    int DisablePhpFpm(std::string DomainName);
+    // Sets open_basedir to Paths joined by ':': in the site's pool files when
+    // it has any, else as "		php_admin_value open_basedir "..."" before
+    // the closing line of each of the site's <IfModule mod_php...> blocks. An
+    // empty list removes the setting. 96; 1 no such site; 6 a path is not
+    // absolute or holds ':', '"', '\', '$', a control character or a ".."
+    // component (nothing written); 7 no pool and no PHP module block; 21; 22;
+    // 23.
+    int SetPhpOpenBasedir(std::string DomainName, StringVector Paths);
+    // Sends SIGUSR2 (graceful reload) to the php-fpm master whose PID is in
+    // /run/php/php<version>-fpm.pid. 0 signalled; 1 no PID file, no such
+    // process, or that process is not a php-fpm. Tracked like the others.
+    int CmdPhpFpmReload(std::string PhpVersion);
 
 private:
     char* m_ownTempFile = nullptr;  // the buffer a constructor allocated for TEMPFILE

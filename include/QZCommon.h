@@ -40,6 +40,14 @@ QZ_EXPORT bool ISCloudLinux();
 // INT_MAX and above are passed over.
 QZ_EXPORT int ExtractHighestLVEid(std::string httpdConfFile);
 
+// The user and group Apache runs as: from "apachectl -t -D DUMP_RUN_CFG"
+// (User: name="www-data" id=33), then APACHE_RUN_USER / APACHE_RUN_GROUP of
+// /etc/apache2/envvars, then the server-level User / Group lines of
+// /etc/apache2/apache2.conf or /etc/httpd/conf/httpd.conf; each taken from
+// the first that names it (a "${...}" value names nothing). Both cleared
+// first; true when both were found.
+QZ_EXPORT bool getApacheUserGroup(std::string& user, std::string& group);
+
 // Set for the life of the process once website creation writes or finds a
 // NameVirtualHost line with a port.
 extern QZ_EXPORT bool IsPortEnabled;

@@ -1,12 +1,12 @@
 #!/bin/sh
-# Installs what the demonstration needs (Debian's apache2, apache2-utils, curl
-# and the build tools; no service is started), builds the library, and walks
-# through websites, virtual directories, private folders, host headers, an
-# HTTPS redirect and Perl CGI on a real Apache that runs in a scratch folder
-# on 127.0.0.1. The server is stopped and the folder removed at the end.
+# Installs what the demonstration needs (Debian's apache2, apache2-utils, curl,
+# php8.2-fpm and the build tools; no service is started), builds the library,
+# and walks through websites, virtual directories, private folders, host
+# headers, an HTTPS redirect, Perl CGI and a PHP-FPM pool on a real Apache
+# (and php-fpm) that run in a scratch folder on 127.0.0.1. The server is stopped and the folder removed at the end.
 set -eu
 cd "$(dirname "$0")/.."
-./scripts/apt-install.sh cmake g++ make libgtest-dev pkgconf apache2 apache2-utils curl
+./scripts/apt-install.sh cmake g++ make libgtest-dev pkgconf apache2 apache2-utils curl php8.2-fpm
 
 echo "== building (the first build takes a few minutes)"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
@@ -35,7 +35,7 @@ trap 'exit 130' INT TERM HUP
 # demonstration left behind (the server is stopped by now; the sandbox's
 # apachectl, first on PATH, checks the syntax).
 echo
-echo "9. The command-line front end, qzapache, on the same scratch folder (\$ROOT)"
+echo "10. The command-line front end, qzapache, on the same scratch folder (\$ROOT)"
 PATH="$scratch/bin:$PATH"
 cli() {
   echo "   \$ qzapache --root \$ROOT $*"

@@ -7,8 +7,12 @@ cd "$(dirname "$0")/.."
 
 # apache2-utils: the real htpasswd, which the web-user and private-folder tests use.
 # apache2, curl: the real server and client of the end-to-end tests (tests/e2e).
+# php8.2-fpm: the real php-fpm of the PHP-FPM end-to-end test.
 # clang, libclang-rt-14-dev: libFuzzer and FuzzedDataProvider.h for fuzz/.
-packages="cmake g++ make libgtest-dev pkgconf apache2-utils apache2 curl clang libclang-rt-14-dev"
+# dpkg-dev, file, lintian, man-db, groff-base: the Debian packages' test (cpack's
+# dependency list, lintian, man -l).
+packages="cmake g++ make libgtest-dev pkgconf apache2-utils apache2 curl clang libclang-rt-14-dev
+          dpkg-dev file lintian man-db groff-base php8.2-fpm"
 ./scripts/apt-install.sh $packages   # only the missing ones; as root or through sudo; starts no service
 
 # The end-to-end tests fail, rather than skip, when a real Apache is missing.

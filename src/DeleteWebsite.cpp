@@ -1,6 +1,7 @@
 // CQZWebsite::DeleteWebsite: removes every <VirtualHost> block of a domain.
 #include "CQZWebsite.h"
 
+#include "PhpFpm.h"
 #include "QZCore.h"
 #include "QZLock.h"
 
@@ -57,5 +58,9 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     // configuration, so that case leaves the configuration as it is.
     if (in.tooLong()) return 22;
     in.close();
-    return rewrite.commit() ? 24 : 23;
+    if (!rewrite.commit()) return 23;
+    // A pool left behind would stop php-fpm, for every site, once the
+    // site's user is deleted.
+    qz::fpm::removePools(domain);
+    return 24;
 }

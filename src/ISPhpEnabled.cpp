@@ -41,6 +41,11 @@ int CQZWebsite::ISPhpEnabled(std::string DomainName) {
                 qz::sayLine("fcgid enabled");
                 return 3;
             }
+        } else if (w.is("SetHandler") && site && qz::startsWithNoCase(w.rest, "\"proxy:unix:") &&
+                   strstr(w.rest, "|fcgi://") != nullptr) {
+            // The section that hands .php files to the site's PHP-FPM pool.
+            qz::sayLine("fpm enabled");
+            return 4;
         } else if (w.is("</VirtualHost>")) {
             if (site) return 0;
             count = 0;

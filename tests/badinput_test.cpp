@@ -350,6 +350,9 @@ TEST_F(BadInputTest, VirtualDirectoriesAndHandlers) {
         OP(0, web.Php_checkModule(conf_, "php5")),
         OP(2024, web.AddHostHeader("a.com", "x.com")),
         OP(2024, web.DeleteHostHeader("a.com", "www.a.com")),
+        OP(0, web.EnablePhpFpm("a.com", "8.2")),
+        OP(0, web.DisablePhpFpm("a.com")),
+        OP(0, web.SetPhpOpenBasedir("a.com", {"/srv/a.com"})),
     });
     EXPECT_DATA(report, "badinput/vdir_handlers.report");
 }

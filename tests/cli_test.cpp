@@ -496,3 +496,32 @@ TEST_F(CliTest, VerifyPutsBackEveryFileTheOperationWrote) {
     step({"--root", root_, "--conf", "conf/real.conf", "--verify", "list-websites"}, false);
     EXPECT_DATA(transcript_, "cli/verify.transcript");
 }
+
+TEST_F(CliTest, PhpFpm) {
+    const std::string uid = getuid() == 0 ? "4242" : std::to_string(getuid());
+    const std::string gid = getgid() == 0 ? "4242" : std::to_string(getgid());
+    writeFile("/etc/passwd", "shop:x:" + uid + ":" + gid + "::/:/bin/sh\n");
+    writeFile("/etc/group", "shop:x:" + gid + ":\n");
+    if (getuid() == 0) {
+        EXPECT_EQ(chown(path("/home/shop.test/www/html").c_str(), 4242, 4242), 0);
+    }
+    makeDir("/etc/php/8.2/fpm/pool.d");
+    fakeCommand("php-fpm8.2", "exit 0");
+    fakeCommand("apachectl", "echo 'User: name=\"www-data\" id=33'; echo 'Group: name=\"www-data\" id=33'");
+    watch("/etc/php/8.2/fpm/pool.d/qz-shop.test.conf");
+    const std::string site = "--domain-name=shop.test";
+    step({"enable-php-fpm", site, "--php-version", "8.2"});   // no modules folder: proxy_fcgi cannot be loaded
+    makeDir("/conf/mods-available");
+    makeDir("/conf/mods-enabled");
+    writeFile("/conf/mods-available/proxy_fcgi.load", "");
+    fakeCommand("a2enmod", "touch \"$APACHE_CONFDIR/mods-enabled/proxy_fcgi.load\"");
+    step({"enable-php-fpm", site, "--php-version", "8.2"});
+    step({"php-status", site});
+    step({"php-open-basedir", site, "--paths", "/srv/a:/srv/b", "--json"});
+    step({"php-open-basedir", site, "--paths", "relative"});
+    step({"disable-php-fpm", site});
+    step({"enable-php-fpm", site, "--php-version", "9"});
+    step({"php-fpm-reload", "--php-version", "8.2"});
+    step({"apache-user"});
+    EXPECT_DATA(transcript_, "cli/php_fpm.transcript");
+}

@@ -1,0 +1,53 @@
+// CQZWebsite::SetPhpOpenBasedir: the folders a site's PHP may open.
+#include "CQZWebsite.h"
+
+#include "PhpFpm.h"
+#include "QZLock.h"
+
+int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
+    const qz::OperationLock lock;
+    std::string value;
+    for (const std::string& path : Paths) value += (value.empty() ? "" : ":") + path;
+    qz::trackMethod(TrackManager, "SetPhpOpenBasedir", {DomainName, value}, {"DomainName", "Paths"});
+    if (qz::isEmpty(HttpdConfFile)) return 21;
+    qz::fpm::SiteConf site;
+    if (!site.read(HttpdConfFile, DomainName)) {
+        qz::sayLine("Error while opening HttpdConfFile");
+        return 22;
+    }
+    if (!site.found) return 1;
+    for (const std::string& path : Paths)
+        if (!qz::fpm::writablePath(path)) return 6;
+
+    // The site's pools, of whichever versions hold one.
+    int pools = 0;
+    for (const std::string& version : qz::fpm::versions()) {
+        const std::string pool = qz::fpm::poolFile(version, DomainName);
+        qz::LineReader in(pool, 0);
+        if (!qz::fpm::validDomain(DomainName) || !in.isOpen()) continue;
+        ++pools;
+        qz::Rewrite rewrite(pool + ".qztmp", pool);
+        if (!rewrite.open()) return 23;
+        // The setting keeps its place; a pool without one gets it at the end.
+        const std::string setting = "php_admin_value[open_basedir] = \"" + value + "\"";
+        bool written = value.empty();
+        while (in.getline()) {
+            if (!qz::startsWithNoCase(qz::skipSpace(in.c_str()), "php_admin_value[open_basedir]")) {
+                rewrite.out().writeLine(in.view());
+            } else if (!written) {
+                rewrite.out().writeLine(setting);
+                written = true;
+            }
+        }
+        if (!written) rewrite.out().writeLine(setting);
+        in.close();
+        if (!rewrite.commit()) return 23;
+    }
+    if (pools > 0) return 96;
+
+    int blocks = 0;
+    const std::vector<std::string> lines = site.withModuleBasedir(value, blocks);
+    if (blocks == 0) return 7;
+    if (lines != site.lines && !qz::fpm::writeLines(qz::str(TEMPFILE), HttpdConfFile, lines)) return 23;
+    return 96;
+}
