@@ -1,5 +1,6 @@
 // Password-protected private folders of a website (.htaccess and .htpasswd).
-// Results: 1501 and 1601-1606.
+// Results: 1501 and 1601-1606 (1601 also when .htaccess cannot be written
+// whole).
 #ifndef PRIVATE_FOLDER_H
 #define PRIVATE_FOLDER_H
 

@@ -5,8 +5,10 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "AddHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
 
     // The redirect file gets the name first, even when the site lists it.

@@ -4,6 +4,7 @@
 #include "ApacheHelper.h"
 
 #include "RedirectFile.h"
+#include "QZLock.h"
 
 #include <sys/stat.h>
 
@@ -34,6 +35,7 @@ void includeRedirectFolder(ApacheHelper& helper, const std::string& httpdConfFil
 
 bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName,
                                                     std::string ipAddress, std::string port) {
+    const qz::OperationLock lock;
     const std::string folder = qz::redirectFolder(*this);
     const std::string file = qz::redirectFile(folder, domainName);
     qz::OutFile out;
@@ -55,5 +57,5 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
     out.writeLine("\tRewriteCond %{HTTPS} !=on");
     out.writeLine("\tRewriteRule ^/?(.*) https://%{SERVER_NAME}/$1 [R=301,L]");
     out.writeLine("</VirtualHost>");
-    return true;
+    return out.finish();
 }

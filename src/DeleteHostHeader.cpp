@@ -5,6 +5,7 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <cctype>
 
@@ -58,6 +59,7 @@ std::string listWithout(const std::string& aliases, const std::string& name) {
 }  // namespace
 
 char CQZWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DeleteHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
 
     ApacheHelper helper;

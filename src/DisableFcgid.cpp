@@ -4,11 +4,13 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "QZLock.h"
 
 #include <cstdio>
 #include <strings.h>
 
 int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
                     {"DomainName", "ModuleName", "PHPCGI"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
@@ -45,7 +47,7 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     }
     in.close();
     if (!found || error) return error ? 87 : 96;
-    rewrite.commit();
+    if (!rewrite.commit()) return 23;
 
     ApacheHelper helper;
     std::string documentRoot;

@@ -3,11 +3,13 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "QZLock.h"
 
 #include <strings.h>
 #include <sys/stat.h>
 
 int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnableFcgid", {DomainName, phpCGIPath, suexecSetting},
                     {"DomainName", "phpCGIPath", "suexecSetting"});
     qz::sayLine("suexecSetting=" + suexecSetting);

@@ -4,10 +4,12 @@
 #include "FileHandling.h"
 #include "PrivateFolderFiles.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <sys/stat.h>
 
 int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName, std::string userPasswd) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "addPrivateFolder", {folderPath, userName, userPasswd},
                     {"NewPrivateFolderPath", "PrivateFolderUserName", "PrivateFolderUserPasswd"});
 
@@ -16,7 +18,7 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
         qz::OutFile out;
         if (!out.open(files.access.c_str())) return 1601;
         for (const auto& directive : files.directives()) out.writeLine(directive.line());
-        out.close();
+        if (!out.finish()) return 1601;
         chmod(files.access.c_str(), 0444);
     } else {
         // Lines already there stay as they are: another realm keeps its

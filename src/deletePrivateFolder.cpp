@@ -5,6 +5,7 @@
 #include "FileHandling.h"
 #include "PrivateFolderFiles.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <chrono>
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include <thread>
 
 int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "deletePrivateFolder", {folderPath}, {"NewPrivateFolderPath"});
 
     const qz::PrivateFolderFiles files(folderPath);
