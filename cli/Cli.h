@@ -129,6 +129,10 @@ std::string humanReport(const Command& command, const Outcome& outcome, const Ve
 std::string jsonReport(const Command& command, const Outcome& outcome, const Verification& verify);
 
 // Guard (Guard.cpp).
+// The lock of the library's editing operations, held around the whole run
+// (copies, operation, check, put back). It is lent to the library through the
+// environment variable QZAPACHE_LOCK_FD (the descriptor's number), so that the
+// operation takes it through this descriptor instead of waiting for it.
 class MachineLock {
 public:
     explicit MachineLock(const std::string& root);   // blocks until the lock is held; throws on failure

@@ -19,6 +19,9 @@
 namespace cli {
 namespace {
 
+// The variable the library reads to borrow a lock already held.
+constexpr const char* kLentLock = "QZAPACHE_LOCK_FD";
+
 std::runtime_error systemError(const std::string& what) { return std::runtime_error(what + ": " + std::strerror(errno)); }
 
 // Like "mkdir -p": every missing folder of `folder`, mode 0755.
@@ -66,9 +69,18 @@ MachineLock::MachineLock(const std::string& root) {
             close(fd_);
             throw error;
         }
+    // flock locks belong to an open file: the library opening the lock file
+    // again would wait for this one for ever. The variable lends it this one
+    // (the library checks that it names the lock file and holds its lock).
+    if (setenv(kLentLock, std::to_string(fd_).c_str(), 1) != 0) {
+        const std::runtime_error error = systemError("cannot lend the lock");
+        close(fd_);
+        throw error;
+    }
 }
 
 MachineLock::~MachineLock() {
+    unsetenv(kLentLock);
     close(fd_);   // releases the lock
 }
 

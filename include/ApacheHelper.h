@@ -3,7 +3,9 @@
 // and inside <Directory> sections, load modules, and manage per-domain HTTPS
 // redirect files and Let's Encrypt entries. Primitives return 0 (or true) on
 // success and small per-operation numbers otherwise; they do not track.
-// Editing primitives first copy the file to a ".qzbackup..." backup.
+// Editing primitives first copy the file to a ".qzbackup..." backup. A
+// scratch file that cannot be written whole counts as one that cannot be
+// opened (2, or 23 where the declaration says so): nothing is moved.
 #ifndef APACHE_HELPER_H
 #define APACHE_HELPER_H
 

@@ -8,6 +8,8 @@
 //                                              with every "/" turned into "_"
 //                                              ("" for null); TEMPFILE from
 //                                              tempnam(insFolder, NULL).
+// 23 also when TEMPFILE cannot be written whole (nothing is moved); a user
+// line that cannot be appended whole is taken back ('N').
 // The object frees the TEMPFILE and FolderPath buffers it allocated, exactly
 // once, even when the caller has pointed the members elsewhere (a caller's
 // buffer is never freed). A copy gets its own copies of them.

@@ -5,8 +5,9 @@
 //   (tm)                          only TrackManager; the other pointers null.
 //   (tm, httpdConfFile, insFolder) TEMPFILE = /etc/apactemp
 //   (tm, httpdConfFile)            TEMPFILE = /etc/apactemp1, InsFolder null.
-// The scratch paths are fixed, so directory operations must not run at the
-// same time, even on different objects.
+// The scratch paths are fixed; the library's lock makes directory operations
+// take turns, even on different objects. 23 also when the scratch file cannot
+// be written whole (nothing is moved).
 #ifndef CQZ_VIRTUAL_DIRECTORY_H
 #define CQZ_VIRTUAL_DIRECTORY_H
 

@@ -7,7 +7,8 @@
 // another; the host-header operations edit through ApacheHelper. Operations
 // return small result numbers: unless the declaration says otherwise, 21
 // HttpdConfFile is empty, 22 it cannot be opened, 23 the scratch file cannot
-// be opened, and a success number per operation (see each declaration). The
+// be opened or written whole (nothing is then moved over HttpdConfFile), and
+// a success number per operation (see each declaration). The
 // website operations first report their name and arguments to TrackManager;
 // each declaration says whether it does, and how long a line it reads (most
 // read up to 2999 characters, and a longer line ends the scan there).
@@ -145,7 +146,8 @@ public:
     // in the file are dropped, and stopping moves comment lines of a block
     // above it. Lines of any length. The configuration is replaced only when
     // a block changed. 29 (start) / 30 (stop) whether or not the site was
-    // found; 22 when the configuration cannot be opened. Both are reported to
+    // found; 22 when the configuration cannot be opened; 23 when the scratch
+    // file cannot be written whole (the configuration is left as it is). Both are reported to
     // the tracker as "StopWebsite".
     char StartWebsite(const char* DomainName);
     char StopWebsite(const char* DomainName);

@@ -15,7 +15,8 @@
 // the comment character never match. "delimeter contain spaces" is printed to
 // standard output for every line examined that begins with the name. A line
 // longer than 2998 characters ends a scan as the end of the file would (delete
-// and edit then keep only the lines before it).
+// and edit then keep only the lines before it). A copy or an appended line
+// that cannot be written whole leaves the file as it was, and 0 is returned.
 class QZ_EXPORT FileHandling {
 public:
     FileHandling();

@@ -1,13 +1,14 @@
 // Password-protected private folders of a website (.htaccess and .htpasswd).
-// Results: 1501 and 1601-1607.
+// Results: 1501 and 1601-1607 (1601 also when .htaccess cannot be written
+// whole).
 //
 // Each operation first refuses, with 1607 and nothing written or run, a path
 // or user name holding a control character (below 0x20, or 0x7f), a password
 // holding a NUL (htpasswd stores only its hash: any other character is taken),
-// a path with a
-// ".." component, a folder reached only through a symbolic link its owner
-// could have planted, and a .htaccess, .htpasswd or .htaccess_qzbackup that
-// is a link, a FIFO, a folder or a file with more than one name.
+// a path with a ".." component, a folder reached only through a symbolic
+// link its owner could have planted, and a .htaccess, .htpasswd or
+// .htaccess_qzbackup that is a link, a FIFO, a folder or a file with more
+// than one name.
 #ifndef PRIVATE_FOLDER_H
 #define PRIVATE_FOLDER_H
 

@@ -1,5 +1,19 @@
 // libqzapache: the web-server module of the hosting panel. Include this
 // header alone to get the whole public interface.
+//
+// Concurrent callers and faults. Every operation that writes, moves or
+// removes a file or folder holds an exclusive flock on
+// <system root>/run/lock/qzapache.lock for its whole run, so the callers of
+// several processes and threads take turns; an operation that calls another
+// takes it once. Queries take no lock: files are never rewritten in place.
+// When the lock file cannot be opened, one line says so on standard output
+// and the operation runs unlocked. A scratch file that cannot be written
+// whole (a full disk, an I/O error, a file-size limit) is never moved over
+// its file: it is deleted, the file stays byte-identical, and the operation
+// returns the result its declaration gives for a scratch file that cannot be
+// opened. A scratch file reaches the disk before its "mv", and the file and
+// its folder entry after it. An append that cannot be written whole is taken
+// back.
 #ifndef LIBQZAPACHE_H
 #define LIBQZAPACHE_H
 

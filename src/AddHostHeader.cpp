@@ -5,9 +5,11 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "QZLock.h"
 #include "Validate.h"
 
 char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "AddHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
     // Both names reach configuration lines, and the domain a file name.
     if (!qz::isHostName(domainName) || !qz::isHostName(hostHeader, true)) return 3;

@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
                                           std::string value, bool valueQuoted) {
+    const qz::OperationLock lock;
     const std::string line = valueQuoted ? directive + " \"" + value + "\"" : directive + " " + value;
     return qz::addLinesToDomainBlocks(apacheConfFile, domainName, qz::plans::kAddDirectiveInVH, {line}, true);
 }

@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName, std::string ip,
                                                std::string port) {
+    const qz::OperationLock lock;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     return rewriteLines(apacheConfFile, plans::kChangeVirtualHostPort, {1, 2, 3},

@@ -3,6 +3,7 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 namespace {
 // A line that starts with one of the names followed by a single space
@@ -17,6 +18,7 @@ bool startsWithAny(const char* p, const std::vector<std::string>& names) {
 
 int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName,
                                               std::vector<std::string> directives) {
+    const qz::OperationLock lock;
     using namespace qz;
     DomainBlockScan block(domainName, kDeleteForm);
     bool done = false;  // the domain's block has closed: the rest is copied as it is

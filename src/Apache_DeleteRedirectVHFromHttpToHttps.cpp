@@ -3,10 +3,12 @@
 #include "ApacheHelper.h"
 
 #include "RedirectFile.h"
+#include "QZLock.h"
 
 #include <cstdio>
 
 bool ApacheHelper::Apache_DeleteRedirectVHFromHttpToHttps(std::string /*httpdConfFile*/, std::string domainName) {
+    const qz::OperationLock lock;
     return qz::switchRedirect(*this, domainName, [](const std::string& file) {
         if (qz::pathExists(file)) std::remove(file.c_str());
     });

@@ -3,11 +3,13 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 #include <strings.h>
 
 int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::string domainName,
                                                std::string moduleName) {
+    const qz::OperationLock lock;
     using namespace qz;
     const FilePlan& plan = plans::kDeleteVhIfmoduleBlock;
     // The scratch file opens first; it stays behind when nothing is removed.
@@ -40,10 +42,10 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
     });
     if (in.tooLong()) end = ScanEnd::TooLong;
     in.close();
+    if (removed && end != ScanEnd::TooLong) return scratch.commit() ? 0 : 23;
     scratch.out().close();
     // An over-long line would keep a loop until end of file going for ever; the file
     // is left as it is and the call reports 22, as for a file it cannot read.
     if (end == ScanEnd::TooLong) return 22;
-    if (removed) scratch.commit();
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 namespace {
 // Lines of up to 5998 characters; empty lines are copied, so the final empty
@@ -14,6 +15,7 @@ constexpr qz::FilePlan kMakeLetsEncryptEntries{".qzbackup.cp", "_qzbackup_cp", 5
 int ApacheHelper::Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std::string domainName, std::string ip,
                                                 std::string port, std::vector<std::string> directives,
                                                 bool makeNVHentry, std::string NVHentry) {
+    const qz::OperationLock lock;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     bool done = false;  // the block is closed: the rest is copied as it is

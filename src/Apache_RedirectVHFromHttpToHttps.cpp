@@ -3,6 +3,7 @@
 // to HTTPS with status 301, and makes sure the configuration includes it.
 #include "ApacheHelper.h"
 
+#include "QZLock.h"
 #include "RedirectFile.h"
 #include "Validate.h"
 
@@ -35,6 +36,7 @@ void includeRedirectFolder(ApacheHelper& helper, const std::string& httpdConfFil
 
 bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName,
                                                     std::string ipAddress, std::string port) {
+    const qz::OperationLock lock;
     // Each value reaches a line of the file, and the domain its name: one
     // that would end the line or the section, or lead out of the folder, is
     // refused before anything is made.
@@ -60,5 +62,5 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
     out.writeLine("\tRewriteCond %{HTTPS} !=on");
     out.writeLine("\tRewriteRule ^/?(.*) https://%{SERVER_NAME}/$1 [R=301,L]");
     out.writeLine("</VirtualHost>");
-    return true;
+    return out.finish();
 }

@@ -3,10 +3,12 @@
 #include "ApacheHelper.h"
 
 #include "RedirectFile.h"
+#include "QZLock.h"
 
 #include <cstdio>
 
 bool ApacheHelper::Apache_StartRedirectVHFromHttpToHttps(std::string /*httpdConfFile*/, std::string domainName) {
+    const qz::OperationLock lock;
     return qz::switchRedirect(*this, domainName, [](const std::string& file) {
         const std::string stopped = file + ".stop";
         if (qz::pathExists(stopped)) std::rename(stopped.c_str(), file.c_str());

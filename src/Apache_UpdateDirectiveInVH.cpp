@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
                                              std::string value, bool valueQuoted) {
+    const qz::OperationLock lock;
     using namespace qz;
     const std::string replacement =
         valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;

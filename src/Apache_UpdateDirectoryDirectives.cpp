@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectoryScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName,
                                                    std::string dirPath, std::vector<std::string> entry) {
+    const qz::OperationLock lock;
     using namespace qz;
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryDirectives, domainName, dirPath, true,
                                 SectionEdit::Replace, std::string(), entry);

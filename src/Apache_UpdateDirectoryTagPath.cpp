@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectoryScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath,
                                                 std::string newPath) {
+    const qz::OperationLock lock;
     using namespace qz;
     // An unquoted path is compared as it stands, ">" included.
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryTagPath, domainName, oldPath, false,

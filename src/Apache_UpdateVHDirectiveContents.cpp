@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName,
                                                    std::string directive, std::string value, bool addValue) {
+    const qz::OperationLock lock;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     bool inNested = false;

@@ -3,9 +3,11 @@
 #include "ApacheHelper.h"
 
 #include "DirectoryScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_addDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath,
                                          std::vector<std::string> dirEntry) {
+    const qz::OperationLock lock;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     // `added`: the section went in; the rest of the file is copied as it is.

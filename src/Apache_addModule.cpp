@@ -4,6 +4,7 @@
 #include "ApacheDiscovery.h"
 #include "CQZWebsite.h"
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ constexpr FilePlan kAddModule{".qzbackup.rt", "_md", plans::kServerLimit, LoopEn
 }  // namespace
 
 int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
+    const qz::OperationLock lock;
     makeBackup(apacheConfFile, kAddModule);
     LineReader in(apacheConfFile, kAddModule.limit);
     if (!in.isOpen()) return 1;
@@ -28,9 +30,11 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     // Before the first server-level LoadModule line; comment lines cannot
     // start with a keyword, so they are copied like any other.
     ServerLevel level;
-    if (copyPlacing(in, scratch, kAddModule, entry, true, "LoadModule found",
-                    [&level](const char* p) { return level.at(p) && startsWithNoCase(p, "LoadModule"); })) {
-        return 0;
+    switch (copyPlacing(in, scratch, kAddModule, entry, true, "LoadModule found",
+                        [&level](const char* p) { return level.at(p) && startsWithNoCase(p, "LoadModule"); })) {
+        case Placing::Placed: return 0;
+        case Placing::NotWritten: return 2;
+        case Placing::NoPlace: break;
     }
 
     // Else before the first <VirtualHost> block.
@@ -38,9 +42,11 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     if (!again.isOpen()) return 1;
     ScratchRewrite fresh(apacheConfFile, kAddModule.scratchSuffix);
     if (!fresh.open()) return 2;
-    if (copyPlacing(again, fresh, kAddModule, entry, true, "VirtualHost found",
-                    [](const char* p) { return startsWithNoCase(p, "<VirtualHost"); })) {
-        return 0;
+    switch (copyPlacing(again, fresh, kAddModule, entry, true, "VirtualHost found",
+                        [](const char* p) { return startsWithNoCase(p, "<VirtualHost"); })) {
+        case Placing::Placed: return 0;
+        case Placing::NotWritten: return 2;
+        case Placing::NoPlace: break;
     }
 
     sayLine("apending");

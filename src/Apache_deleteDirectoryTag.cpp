@@ -3,8 +3,10 @@
 #include "ApacheHelper.h"
 
 #include "DirectoryScan.h"
+#include "QZLock.h"
 
 int ApacheHelper::Apache_deleteDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath) {
+    const qz::OperationLock lock;
     using namespace qz;
     return editDirectorySection(apacheConfFile, plans::kDeleteDirectoryTag, domainName, dirPath, true,
                                 SectionEdit::Delete, std::string(), {});

@@ -4,6 +4,7 @@
 #include "ApacheHelper.h"
 
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 namespace {
 
@@ -17,7 +18,8 @@ constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::S
 // First pass: copies the file and places `entry` beside the first server-level
 // line that starts with `reference`. The opening and closing lines of a
 // <VirtualHost> block belong to the block and are never the reference.
-// 0 placed, 1 / 2 a file did not open, -1 no reference.
+// 0 placed, 1 / 2 a file did not open (2 also: the scratch file could not be
+// written whole), -1 no reference.
 int writeByReference(const std::string& file, const std::string& entry, const std::string& reference,
                      bool beforeReference) {
     LineReader in(file, kWriteDirective.limit);
@@ -26,9 +28,13 @@ int writeByReference(const std::string& file, const std::string& entry, const st
     if (!scratch.open()) return 2;
 
     ServerLevel level;
-    const bool placed = copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
-                                    [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); });
-    return placed ? 0 : -1;
+    switch (copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
+                        [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); })) {
+        case Placing::Placed: return 0;
+        case Placing::NotWritten: return 2;
+        case Placing::NoPlace: break;
+    }
+    return -1;
 }
 
 // Second pass: `entry` goes before line number `lineCount` (1 for the first
@@ -49,14 +55,14 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
         return Next::Line;
     });
     in.close();
-    scratch.commit();
-    return 0;
+    return scratch.commit() ? 0 : 2;
 }
 
 }  // namespace
 
 int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
                                         bool beforeReference, int lineCount) {
+    const qz::OperationLock lock;
     makeBackup(apacheConfFile, kWriteDirective);
     const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
     if (byReference >= 0) return byReference;

@@ -3,8 +3,10 @@
 
 #include "QZCore.h"
 #include "WebUserFile.h"
+#include "QZLock.h"
 
 char CQZUsers::ChangePasswd(std::string UserName, std::string Passwd) {
+    const qz::OperationLock lock;
     const std::string key = UserName + ":";
     qz::trackMethod(TrackManager, "ChangePasswd", {UserName, Passwd}, {"UserName", "Passwd"});
 

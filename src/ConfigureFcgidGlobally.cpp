@@ -3,8 +3,10 @@
 
 #include "ApacheHelper.h"
 #include "DirectiveScan.h"
+#include "QZLock.h"
 
 int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "ConfigureFcgidGlobally", {HttpdConfFile, Module}, {"HttpdConfFile", "Module"});
     ApacheHelper helper;
     std::string socketPath, sharememPath;
@@ -42,10 +44,7 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
     // copy cut short would lose the rest of the file.
     if (in.tooLong()) return 1;
     in.close();
-    if (written) {
-        rewrite.commit();
-        return 0;
-    }
+    if (written) return rewrite.commit() ? 0 : 2;
     // No Include line: the block goes at the end; the scratch copy stays.
     rewrite.out().close();
     return qz::appendLine(HttpdConfFile, block) ? 0 : 1;

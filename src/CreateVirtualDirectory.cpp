@@ -6,6 +6,7 @@
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
+#include "QZLock.h"
 
 #include <strings.h>
 
@@ -92,6 +93,7 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
 
 char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, std::string WebadminName,
                                                  std::string WebadminPass) {
+    const qz::OperationLock lock;
     using namespace qz;
     // Without a record there is nothing to add; nothing is touched.
     if (ObjDDir == nullptr) return 'W';

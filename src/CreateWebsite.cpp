@@ -6,6 +6,7 @@
 #include "SafePath.h"
 #include "Validate.h"
 #include "WebsiteEntry.h"
+#include "QZLock.h"
 
 #include <cerrno>
 #include <cstring>
@@ -107,6 +108,7 @@ bool makeSiteFolders(const VHostEntry& v) {
 }  // namespace
 
 char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
+    const qz::OperationLock lock;
     // Without a record no site can be made: the code of a site not made.
     if (objVHost == nullptr) return 2;
     const VHostEntry& v = *objVHost;
@@ -183,12 +185,14 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     if (in.tooLong()) return 22;
     in.close();
 
-    if (placed) rewrite.commit();
+    // A scratch file not written whole is not moved: 23, the configuration
+    // as it was (folders made by then stay).
+    if (placed && !rewrite.commit()) return 23;
     if (!makeSiteFolders(v)) return 2;
     if (!placed && (site.ipSwitch == '0' || site.ipSwitch == '1')) {
         if (site.ipSwitch == '1' && !hasNameVirtualHost) out.write(nameVirtualHostLine(site));
         out.write(qz::websiteEntry(v, HttpdConfFile));
-        rewrite.commit();
+        if (!rewrite.commit()) return 23;
     }
     return 94;
 }

@@ -5,6 +5,7 @@
 #include "ApacheHelper.h"
 #include "HostHeaderRedirect.h"
 #include "QZCore.h"
+#include "QZLock.h"
 #include "Validate.h"
 
 #include <cctype>
@@ -59,6 +60,7 @@ std::string listWithout(const std::string& aliases, const std::string& name) {
 }  // namespace
 
 char CQZWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DeleteHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
     // The domain names the redirect file that is rewritten.
     if (!qz::isHostName(domainName)) return 3;

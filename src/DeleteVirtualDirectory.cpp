@@ -4,6 +4,7 @@
 
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
+#include "QZLock.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@ bool openableForUpdate(const char* path) {
 }  // namespace
 
 char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
+    const qz::OperationLock lock;
     using namespace qz;
     const std::string wanted = str(pDDir);
     trackMethod(TrackManager, "DeleteVirtualDirectory", {wanted}, {"pDDir"});

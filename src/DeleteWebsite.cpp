@@ -3,8 +3,10 @@
 
 #include "PhpFpm.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
+    const qz::OperationLock lock;
     const std::string domain = qz::str(pDName);
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
@@ -56,7 +58,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     // configuration, so that case leaves the configuration as it is.
     if (in.tooLong()) return 22;
     in.close();
-    rewrite.commit();
+    if (!rewrite.commit()) return 23;
     // A pool left behind would stop php-fpm, for every site, once the
     // site's user is deleted.
     qz::fpm::removePools(domain);

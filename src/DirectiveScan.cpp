@@ -10,12 +10,11 @@ void makeBackup(const std::string& file, const FilePlan& plan) {
 }
 
 bool appendLine(const std::string& file, std::string_view text) {
-    FILE* f = fopen(file.c_str(), "ae");
-    if (f == nullptr) return false;
-    fwrite(text.data(), 1, text.size(), f);
-    fputc('\n', f);
-    fclose(f);
-    return true;
+    // Through a symbolic link, as the file has always been appended to.
+    OutFile out;
+    if (!out.openAppendTarget(file.c_str())) return false;
+    out.writeLine(text);
+    return out.finish();
 }
 
 void skipVirtualHost(LineReader& in, size_t limit) {

@@ -90,7 +90,8 @@ public:
     bool open() { return rewrite_.open(); }
     OutFile& out() { return rewrite_.out(); }
     void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
-    void commit() { rewrite_.commit(); }
+    // See Rewrite::commit.
+    [[nodiscard]] bool commit() { return rewrite_.commit(); }
     // Closes and deletes the scratch file; the file stays as it was.
     void discard() { rewrite_.discard(); }
 
@@ -109,7 +110,8 @@ struct RewriteFailures {
 // for reading) and the scratch file (for writing), then body(line, scratch)
 // for every line the scan sees; the body writes what it keeps to the scratch
 // file and sets `changed`. A changed file is replaced by the scratch file
-// ("mv") and 0 returned; otherwise the scratch file is deleted. An end-of-file
+// ("mv") and 0 returned, or scratchNotOpened when the scratch file could not
+// be written whole; otherwise the scratch file is deleted. An end-of-file
 // loop that met an over-long line (such a loop would never end) also
 // leaves the file as it is.
 template <class Body>
@@ -126,12 +128,12 @@ int rewriteLines(const std::string& file, const FilePlan& plan, const RewriteFai
         scratch.discard();
         return end == ScanEnd::TooLong ? failures.inputNotOpened : failures.unchanged;
     }
-    scratch.commit();
-    return 0;
+    return scratch.commit() ? 0 : failures.scratchNotOpened;
 }
 
 // Opens `file` in append mode and writes `text` and a newline at its end.
-// False when it does not open.
+// False when it does not open, or the line could not be written whole (the
+// file then keeps its old length).
 bool appendLine(const std::string& file, std::string_view text);
 
 // Reads on, with `limit`, past the lines of a <VirtualHost> block up to and
@@ -182,10 +184,14 @@ struct ServerLevel {
 // before the first line that accept(p) takes (p: the line after its leading
 // white space), or after it when `before` is false, printing `progress` then
 // unless it is null; once a line is taken, accept sees no more lines. The copy
-// is then moved over the file, or deleted when no line was taken. True when
-// the entry went in.
+// is then moved over the file, or deleted when no line was taken.
+enum class Placing {
+    Placed,      // the entry went in
+    NoPlace,     // no line was taken
+    NotWritten,  // the scratch file could not be written whole: nothing moved
+};
 template <class Accept>
-bool copyPlacing(LineReader& in, ScratchRewrite& scratch, const FilePlan& plan, const std::string& entry,
+Placing copyPlacing(LineReader& in, ScratchRewrite& scratch, const FilePlan& plan, const std::string& entry,
                  bool before, const char* progress, Accept&& accept) {
     bool placed = false;
     scanLines(in, plan, [&](LineReader& line) {
@@ -202,10 +208,9 @@ bool copyPlacing(LineReader& in, ScratchRewrite& scratch, const FilePlan& plan, 
     in.close();
     if (!placed) {
         scratch.discard();
-        return false;
+        return Placing::NoPlace;
     }
-    scratch.commit();
-    return true;
+    return scratch.commit() ? Placing::Placed : Placing::NotWritten;
 }
 
 // ---- Finding one domain's block, prefix form ----------------------------------

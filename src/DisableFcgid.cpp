@@ -4,17 +4,18 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "QZLock.h"
 #include "SafePath.h"
 #include "Validate.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
+#include <strings.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <strings.h>
-
 int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
                     {"DomainName", "ModuleName", "PHPCGI"});
     // The CGI copy is named inside the site folder: no ".." leads out of it.
@@ -53,7 +54,7 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     }
     in.close();
     if (!found || error) return error ? 87 : 96;
-    rewrite.commit();
+    if (!rewrite.commit()) return 23;
 
     ApacheHelper helper;
     std::string documentRoot;

@@ -3,10 +3,12 @@
 #include "CQZWebsite.h"
 
 #include "PerlHandler.h"
+#include "QZLock.h"
 
 #include <strings.h>
 
 int CQZWebsite::DisablePerl(std::string szDomainName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisablePerl", {szDomainName}, {"szDomainName"});
     bool inDirectory = false;
     return qz::rewritePerlSite(HttpdConfFile, szDomainName, [&](qz::PerlSiteScan& scan, const qz::WordLine& w,

@@ -2,10 +2,12 @@
 #include "CQZWebsite.h"
 
 #include "HandlerScan.h"
+#include "QZLock.h"
 
 #include <strings.h>
 
 int CQZWebsite::DisablePhp(std::string DomainName) {
+    const qz::OperationLock lock;
     if (qz::isEmpty(HttpdConfFile)) return 21;
     int depth = 0;         // <VirtualHost> lines not yet closed
     bool site = false;     // the last ServerName at depth 1 names the domain

@@ -2,8 +2,10 @@
 #include "CQZWebsite.h"
 
 #include "PhpFpm.h"
+#include "QZLock.h"
 
 int CQZWebsite::DisablePhpFpm(std::string DomainName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisablePhpFpm", {DomainName}, {"DomainName"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::fpm::SiteConf site;

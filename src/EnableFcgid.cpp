@@ -3,16 +3,17 @@
 
 #include "ApacheHelper.h"
 #include "HandlerScan.h"
+#include "QZLock.h"
 #include "SafePath.h"
 #include "Validate.h"
 
 #include <cerrno>
 #include <fcntl.h>
-
 #include <strings.h>
 #include <sys/stat.h>
 
 int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std::string suexecSetting) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnableFcgid", {DomainName, phpCGIPath, suexecSetting},
                     {"DomainName", "phpCGIPath", "suexecSetting"});
     // The domain and the CGI's path reach configuration lines and folder

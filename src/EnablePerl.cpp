@@ -3,8 +3,10 @@
 #include "CQZWebsite.h"
 
 #include "PerlHandler.h"
+#include "QZLock.h"
 
 int CQZWebsite::EnablePerl(std::string szDomainName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnablePerl", {szDomainName}, {"szDomainName"});
     return qz::rewritePerlSite(HttpdConfFile, szDomainName, [](qz::PerlSiteScan& scan, const qz::WordLine& w,
                                                                std::string_view line, qz::OutFile& out) {

@@ -2,8 +2,10 @@
 #include "CQZWebsite.h"
 
 #include "HandlerScan.h"
+#include "QZLock.h"
 
 int CQZWebsite::EnablePhp(std::string DomainName, std::string Module) {
+    const qz::OperationLock lock;
     // No configuration named: nothing is created, not even the scratch file.
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;

@@ -6,6 +6,7 @@
 #include "HandlerScan.h"
 #include "PhpFpm.h"
 #include "QZCommon.h"
+#include "QZLock.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -172,6 +173,7 @@ bool proxyFcgiLoaded(const std::string& conf) {
 }  // namespace
 
 int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnablePhpFpm", {DomainName, PhpVersion}, {"DomainName", "PhpVersion"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     const std::string conf = HttpdConfFile;
@@ -213,15 +215,17 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
             return;
         }
         qz::Rewrite back(pool + ".qztmp", pool);
+        // When the old pool cannot be written whole either, the new one stays
+        // whole in its place; the result already says that the step failed.
         if (back.open()) {
             back.out().write(previous);
-            back.commit();
+            static_cast<void>(back.commit());
         }
     };
     qz::Rewrite poolWrite(pool + ".qztmp", pool);
     if (!poolWrite.open()) return 23;
     poolWrite.out().write(poolText(DomainName, user, group, apacheGroup, socket, folder));
-    poolWrite.commit();
+    if (!poolWrite.commit()) return 23;
     if (!poolsAccepted(PhpVersion)) {
         restorePool();
         return 5;

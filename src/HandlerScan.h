@@ -29,8 +29,9 @@ inline bool contains(std::string_view text, std::string_view part) {
 // scratch file. The scratch file is opened (truncated) before the
 // configuration and is then moved over it ("mv scratch conf"); 0, or 21 when
 // the configuration does not open.
-// A scratch file that cannot be written is not moved over the configuration
-// (mv would put an older file there). A line over the limit ends the copy:
+// A scratch file that cannot be opened, or written whole, is not moved over
+// the configuration (mv would put an older or a short file there); the result
+// is still 0. A line over the limit ends the copy:
 // the configuration is left as it is and 21 is returned, since a copy cut
 // short would lose the rest of it.
 template <class Body>
@@ -50,7 +51,7 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
     }
     if (in.tooLong()) return 21;
     in.close();
-    if (scratchOpen) rewrite.commit();
+    if (scratchOpen) static_cast<void>(rewrite.commit());
     return 0;
 }
 
@@ -60,8 +61,8 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
 // equals `match` marks the site; the first line starting with "CustomLog"
 // after it is copied and clears the mark, and the line after it is read at
 // once: unless `guard(next)` says the block is there already, `block` goes
-// in between. 23 when the scratch file cannot be opened, 21 when the
-// configuration cannot; else 96, with "mv scratch conf" run when the block
+// in between. 23 when the scratch file cannot be opened (or written whole),
+// 21 when the configuration cannot; else 96, with "mv scratch conf" run when the block
 // went in and the scratch file left in place when it did not. `insert`
 // false copies without inserting.
 template <class Guard>
@@ -93,7 +94,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
         out.writeLine(in.view());
     }
     in.close();
-    if (done) rewrite.commit();
+    if (done && !rewrite.commit()) return 23;
     return 96;
 }
 

@@ -36,9 +36,14 @@ void rewriteRedirectAliases(const std::string& domain,
         out.writeLine(isAliasLine(line) ? change(line, layout) : std::string(line));
     }
     in.close();
-    out.close();
+    // A copy that could not be written whole is not put in its place.
+    if (!out.finish()) {
+        std::remove(temp.c_str());
+        return;
+    }
     std::remove(file.c_str());
     std::rename(temp.c_str(), file.c_str());
+    syncPlaced(file);
 }
 
 }  // namespace qz

@@ -49,10 +49,16 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
     // the end of the file does; the file is replaced by the copy made so far,
     // as the toolkit's reads do.
     in.close();
-    out.close();
+    // A copy that could not be written whole is not put in its place: 0, the
+    // file as it was.
+    if (!out.finish()) {
+        std::remove(scratch.c_str());
+        return 0;
+    }
     // Replaced in place with the C library calls; their results are not examined.
     std::remove(filePath.c_str());
     std::rename(scratch.c_str(), filePath.c_str());
+    syncPlaced(filePath);
     return changed;
 }
 

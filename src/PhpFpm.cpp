@@ -215,8 +215,7 @@ bool writeLines(const std::string& scratch, const std::string& conf, const std::
     Rewrite rewrite(scratch, conf);
     if (scratch.empty() || !rewrite.open()) return false;
     for (const std::string& line : lines) rewrite.out().writeLine(line);
-    rewrite.commit();
-    return true;
+    return rewrite.commit();
 }
 
 }  // namespace qz::fpm

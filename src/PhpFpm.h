@@ -73,7 +73,8 @@ private:
 };
 
 // Writes `lines` over `conf` through the scratch file: false when the
-// scratch file does not open (the configuration is then untouched).
+// scratch file does not open or cannot be written whole (the configuration
+// is then untouched).
 bool writeLines(const std::string& scratch, const std::string& conf, const std::vector<std::string>& lines);
 
 }  // namespace qz::fpm

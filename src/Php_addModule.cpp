@@ -3,6 +3,7 @@
 
 #include "ApacheDiscovery.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <cstdio>
 
@@ -38,13 +39,13 @@ Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::str
     if (in.tooLong()) return Pass::NoInput;
     in.close();
     if (!placed) return Pass::NotPlaced;
-    rewrite.commit();
-    return Pass::Placed;
+    return rewrite.commit() ? Pass::Placed : Pass::NoScratch;
 }
 
 }  // namespace
 
 int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName) {
+    const qz::OperationLock lock;
     qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
     const std::string scratch = qz::str(TEMPFILE);
 

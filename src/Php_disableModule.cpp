@@ -3,13 +3,16 @@
 #include "CQZWebsite.h"
 
 #include "HandlerScan.h"
+#include "QZLock.h"
 
 int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string moduleName) {
+    const qz::OperationLock lock;
     const std::string scratch = qz::str(TEMPFILE);
     // Append mode, on purpose: whatever the scratch file already holds ends
     // up at the top of the configuration.
-    qz::OutFile out;
-    const bool scratchOpen = !scratch.empty() && out.openAppend(scratch.c_str());
+    qz::Rewrite rewrite(scratch, apacheConfFile);
+    const bool scratchOpen = !scratch.empty() && rewrite.openAppend();
+    qz::OutFile& out = rewrite.out();
     qz::LineReader in(apacheConfFile, 0);
     if (!in.isOpen()) return 21;
     qz::ServerModuleLine lines;
@@ -17,9 +20,9 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
         if (!lines.loads(qz::handlerForm(in.view()), moduleName)) out.writeLine(in.view());
     }
     in.close();
-    out.close();
-    // A scratch file that could not be written is not moved over the
-    // configuration (mv would put an older file there); the result stays 0.
-    if (scratchOpen) qz::runShell(qz::shellCommand({"mv", scratch, apacheConfFile}));
+    // A scratch file that could not be opened, or written whole, is not moved
+    // over the configuration (mv would put an older or a short file there);
+    // the result stays 0.
+    if (scratchOpen) static_cast<void>(rewrite.commit());
     return 0;
 }

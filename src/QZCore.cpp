@@ -259,15 +259,16 @@ int openNoFollow(const char* path, int flags) {
     return ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | flags, 0666);
 }
 
-// Writes all of `n` bytes, as far as the file takes them.
-void writeAll(int fd, const char* p, size_t n) {
+// Writes all of `n` bytes; false when the file did not take them all.
+bool writeAll(int fd, const char* p, size_t n) {
     while (n > 0) {
         const ssize_t put = ::write(fd, p, n);
         if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return;
+        if (put <= 0) return false;
         p += put;
         n -= static_cast<size_t>(put);
     }
+    return true;
 }
 }  // namespace
 
@@ -276,9 +277,15 @@ OutFile::~OutFile() {
     delete[] buffer_;
 }
 
-bool OutFile::attach(int fd) {
+bool OutFile::attach(int fd, bool append) {
+    failed_ = false;
+    appendStart_ = -1;
     if (fd < 0) return false;
     fd_ = fd;
+    if (append) {
+        struct stat st;
+        if (fstat(fd, &st) == 0) appendStart_ = static_cast<long long>(st.st_size);
+    }
     if (buffer_ == nullptr) buffer_ = new char[kBlockSize];
     room_ = kBlockSize;
     used_ = 0;
@@ -287,37 +294,53 @@ bool OutFile::attach(int fd) {
 
 bool OutFile::open(const char* path) {
     close();
-    return attach(openNoFollow(path, O_TRUNC));
+    return attach(openNoFollow(path, O_TRUNC), false);
 }
 
 bool OutFile::openAppend(const char* path) {
     close();
-    return attach(openNoFollow(path, O_APPEND));
+    return attach(openNoFollow(path, O_APPEND), true);
 }
 
 void OutFile::flush() {
-    if (used_ > 0) writeAll(fd_, buffer_, used_);
+    if (used_ > 0 && !failed_ && !writeAll(fd_, buffer_, used_)) failed_ = true;
     used_ = 0;
 }
 
 void OutFile::writeThrough(std::string_view text) {
-    if (fd_ < 0 || text.empty()) return;
+    if (text.empty()) return;
+    if (fd_ < 0) {
+        failed_ = true;  // a write to a file that is not open is lost
+        return;
+    }
     flush();
     if (text.size() < room_) {
         memcpy(buffer_, text.data(), text.size());
         used_ = text.size();
-    } else {
-        writeAll(fd_, text.data(), text.size());
+    } else if (!failed_ && !writeAll(fd_, text.data(), text.size())) {
+        failed_ = true;
     }
 }
 
-void OutFile::close() {
-    if (fd_ < 0) return;
+bool OutFile::end(bool durable) {
+    if (fd_ < 0) return false;
     flush();
-    ::close(fd_);
+    if (durable && !failed_ && fsync(fd_) != 0) failed_ = true;
+    // An append that did not go through whole is taken back, so that the
+    // file keeps its old lines and no partial one.
+    if (failed_ && appendStart_ >= 0 && ftruncate(fd_, static_cast<off_t>(appendStart_)) != 0) {
+        // Nothing more can be done for the file; the failure is reported all the same.
+    }
+    if (::close(fd_) != 0) failed_ = true;
     fd_ = -1;
     room_ = 0;
+    appendStart_ = -1;
+    return !failed_;
 }
+
+bool OutFile::close() { return end(false); }
+
+bool OutFile::finish() { return end(true); }
 
 // ---- Shell ------------------------------------------------------------------
 
@@ -392,14 +415,36 @@ int ShellPipe::close() {
 
 // ---- Rewrite ----------------------------------------------------------------
 
-void Rewrite::commit() {
-    out_.close();
+bool Rewrite::commit() {
+    if (!out_.finish()) {
+        std::remove(scratch_.c_str());
+        return false;
+    }
     runShell(shellCommand({"mv", scratch_, target_}));
+    syncPlaced(target_);
+    return true;
 }
 
 void Rewrite::discard() {
     out_.close();
     std::remove(scratch_.c_str());
+}
+
+void syncPlaced(const std::string& path) {
+    // The file itself: mv copies when the scratch file lay on another file system.
+    const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file >= 0) {
+        struct stat st;
+        if (fstat(file, &st) == 0 && S_ISREG(st.st_mode) && fsync(file) != 0) { /* see the declaration */ }
+        ::close(file);
+    }
+    const size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        if (fsync(dir) != 0) { /* see the declaration */ }
+        ::close(dir);
+    }
 }
 
 // ---- Owned buffers ---------------------------------------------------------
@@ -428,7 +473,13 @@ void trackModule(CQZTrackManager* tracker, const char* module) {
 bool OutFile::openTarget(const char* path) {
     close();
     if (path == nullptr) return false;
-    return attach(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    return attach(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), false);
+}
+
+bool OutFile::openAppendTarget(const char* path) {
+    close();
+    if (path == nullptr) return false;
+    return attach(::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666), true);
 }
 
 }  // namespace qz

@@ -213,8 +213,12 @@ struct WordLine {
 void say(std::string_view text);
 void sayLine(std::string_view text);
 
-// A file written from the start (truncated), through a buffer of its own
-// that goes to the file in large writes. Write errors are not reported.
+// The one way the library writes a file. A file written from the start
+// (truncated), or at its end, through a buffer of its own that goes to the
+// file in large writes. A write, flush, sync or close that fails (no space
+// left, an I/O error, a file-size limit, a short write) is recorded: ok()
+// turns false and stays false until the next open, and close() and finish()
+// report it, so that a caller never takes a short file for a whole one.
 class OutFile {
 public:
     OutFile() = default;
@@ -223,14 +227,20 @@ public:
     OutFile& operator=(const OutFile&) = delete;
 
     bool open(const char* path);
-    // A scratch file written at its end: opened in append mode, created when
-    // missing, and, like open(), never through a symbolic link.
+    // A file written at its end: opened in append mode, created when
+    // missing, and, like open(), never through a symbolic link. When a write
+    // fails, close() and finish() cut the file back to the length it had
+    // here, so that it never ends in a partial line.
     bool openAppend(const char* path);
     // A file the operation is meant to write, such as a redirect file: opened
     // the same way but through a symbolic link, as an administrator's link
     // to it is kept.
     bool openTarget(const char* path);
+    // Written at its end, through a symbolic link, like openAppend otherwise.
+    bool openAppendTarget(const char* path);
     bool isOpen() const { return fd_ >= 0; }
+    // True while every write since the open went through.
+    bool ok() const { return !failed_; }
     void write(std::string_view text) {
         // Text that fits (an empty text goes the slow way, where it is dropped).
         if (text.size() - 1 < room_ - used_) {
@@ -244,17 +254,24 @@ public:
         write(text);
         write(std::string_view("\n", 1));
     }
-    void close();
+    // Writes out the buffer and closes the file: true when every write went
+    // through (false also when the file was never open).
+    bool close();
+    // The same, after the file's data reached the disk (fsync).
+    bool finish();
 
 private:
-    bool attach(int fd);
+    bool attach(int fd, bool append);
     void flush();
     void writeThrough(std::string_view text);
+    bool end(bool durable);
 
     int fd_ = -1;
     char* buffer_ = nullptr;
     size_t room_ = 0;  // the buffer's size while the file is open, else 0
     size_t used_ = 0;
+    bool failed_ = false;
+    long long appendStart_ = -1;  // an appended file's length at its open
 };
 
 // ---- Shell ------------------------------------------------------------------
@@ -312,10 +329,17 @@ public:
         : scratch_(std::move(scratch)), target_(std::move(target)) {}
 
     bool open() { return out_.open(scratch_.c_str()); }
+    // The scratch file opened at its end, keeping what it holds.
+    bool openAppend() { return out_.openAppend(scratch_.c_str()); }
     OutFile& out() { return out_; }
-    // Closes the scratch file and moves it over the target. The exit status
-    // of mv is not examined.
-    void commit();
+    // Closes the scratch file once its data is on the disk, moves it over the
+    // target, then puts the target and its folder entry on the disk, so that
+    // a power cut leaves the old file or the new one, whole. The exit status
+    // of mv is not examined. False when a write, the sync or the close of the
+    // scratch file failed: then nothing is moved, the scratch file is
+    // deleted and the target stays as it was; the caller answers as for a
+    // scratch file that cannot be opened.
+    [[nodiscard]] bool commit();
     // Closes and deletes the scratch file; the target stays as it was.
     void discard();
 
@@ -323,6 +347,11 @@ private:
     std::string scratch_, target_;
     OutFile out_;
 };
+
+// Puts a file that was just moved into place, and the folder entry that
+// names it, on the disk. A failure here cannot be undone any more than a
+// failed mv: like mv's exit status, it is not reported.
+void syncPlaced(const std::string& path);
 
 // ---- Tracking -------------------------------------------------------------
 

@@ -1,5 +1,6 @@
 // RemoveDir: deletes a folder tree, depth first.
 #include "QZCommon.h"
+#include "QZLock.h"
 
 #include <cstdio>
 #include <cstring>
@@ -21,6 +22,7 @@ struct FolderHandle {
 }  // namespace
 
 bool RemoveDir(const char* DName) {
+    const qz::OperationLock lock;
     if (DName == nullptr) return true;
     FolderHandle folder{opendir(DName)};
     if (folder.dir == nullptr) return true;

@@ -2,8 +2,10 @@
 #include "CQZWebsite.h"
 
 #include "PhpFpm.h"
+#include "QZLock.h"
 
 int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
+    const qz::OperationLock lock;
     std::string value;
     for (const std::string& path : Paths) value += (value.empty() ? "" : ":") + path;
     qz::trackMethod(TrackManager, "SetPhpOpenBasedir", {DomainName, value}, {"DomainName", "Paths"});
@@ -39,7 +41,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
         }
         if (!written) rewrite.out().writeLine(setting);
         in.close();
-        rewrite.commit();
+        if (!rewrite.commit()) return 23;
     }
     if (pools > 0) return 96;
 

@@ -3,9 +3,12 @@
 
 #include "QZCore.h"
 #include "WebsiteSwitch.h"
+#include "QZLock.h"
 
 char CQZWebsite::StartWebsite(const char* DomainName) {
+    const qz::OperationLock lock;
     // Reported under the stop operation's name, as the panel expects.
     qz::trackMethod(TrackManager, "StopWebsite", {qz::str(DomainName)}, {"DomainName"});
-    return qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Started) ? 29 : 22;
+    const int failed = qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Started);
+    return failed != 0 ? static_cast<char>(failed) : 29;
 }

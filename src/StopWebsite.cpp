@@ -3,8 +3,11 @@
 
 #include "QZCore.h"
 #include "WebsiteSwitch.h"
+#include "QZLock.h"
 
 char CQZWebsite::StopWebsite(const char* DomainName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "StopWebsite", {qz::str(DomainName)}, {"DomainName"});
-    return qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Stopped) ? 30 : 22;
+    const int failed = qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Stopped);
+    return failed != 0 ? static_cast<char>(failed) : 30;
 }

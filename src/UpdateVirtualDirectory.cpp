@@ -6,6 +6,7 @@
 #include "QZCore.h"
 #include "VirtualDirectoryScan.h"
 #include "VirtualDirectorySection.h"
+#include "QZLock.h"
 
 #include <cstring>
 #include <strings.h>
@@ -76,6 +77,7 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
 }  // namespace
 
 char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string WebadminName, std::string WebadminPass) {
+    const qz::OperationLock lock;
     using namespace qz;
     // Without a record there is nothing to write; nothing is touched.
     if (ObjDDir == nullptr) return 'W';

@@ -3,6 +3,7 @@
 
 #include "QZCore.h"
 #include "WebUserFile.h"
+#include "QZLock.h"
 
 #include <fstream>
 
@@ -25,6 +26,7 @@ bool endsWithoutNewline(const std::string& file) {
 // test compared the login without its ":" with the login and ":", so it
 // never matched).
 char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
+    const qz::OperationLock lock;
     const std::string login = qz::str(UserName);
     const std::string password = qz::str(Passwd);
     qz::trackMethod(TrackManager, "UserCreate", {login, password}, {"UserName", "Passwd"});
@@ -35,13 +37,16 @@ char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
         qz::sayLine("Error opening passwd file");
         return 'N';
     }
-    std::ofstream out(file, std::ios::app | std::ios::binary);
-    if (!out.is_open()) {
+    qz::OutFile out;
+    // A line that cannot be written whole is taken back, as a file that
+    // cannot be written is not written.
+    const auto notWritten = []() {
         qz::sayLine("Error opening file");
         return 'N';
-    }
+    };
+    if (!out.openAppendTarget(file.c_str())) return notWritten();
     // A last line without its newline still ends before the new user's line.
-    if (endsWithoutNewline(file)) out << '\n';
-    out << login << ':' << password << '\n';
-    return 'M';
+    if (endsWithoutNewline(file)) out.write("\n");
+    out.writeLine(login + ":" + password);
+    return out.finish() ? 'M' : notWritten();
 }

@@ -3,8 +3,10 @@
 
 #include "QZCore.h"
 #include "WebUserFile.h"
+#include "QZLock.h"
 
 char CQZUsers::UserDelete(const char* UserName) {
+    const qz::OperationLock lock;
     const std::string login = qz::str(UserName);
     qz::trackMethod(TrackManager, "UserDelete", {login}, {"UserName"});
 

@@ -3,10 +3,12 @@
 
 #include "QZCore.h"
 #include "WebUserFile.h"
+#include "QZLock.h"
 
 #include <cstdio>
 
 char CQZUsers::UserDeleteAll() {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "UserDeleteAll", {""}, {""});
     std::remove(qz::webUserFile(*this).c_str());
     return 'P';  // whether or not there was a file to delete

@@ -80,7 +80,8 @@ inline char abandonRewrite(LineReader& in, Rewrite& rewrite, char result) {
 // line after its leading white space, which writes what it keeps and returns
 // 0 to go on or a result that ends the rewrite without changing the
 // configuration. At the end the scratch file is moved over the configuration
-// and `done` returned. A line too long for the buffer would keep such a loop
+// and `done` returned (23, with nothing moved, when the scratch file could
+// not be written whole). A line too long for the buffer would keep such a loop
 // from ever reaching the end of the file; the configuration is left as it is
 // instead, with 22.
 template <class Body>
@@ -95,8 +96,7 @@ char rewriteConfiguration(LineReader& in, Rewrite& rewrite, char done, Body&& bo
     }
     if (in.tooLong()) return abandonRewrite(in, rewrite, 22);
     in.close();
-    rewrite.commit();
-    return done;
+    return rewrite.commit() ? done : 23;
 }
 
 }  // namespace qz

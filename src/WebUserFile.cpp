@@ -30,7 +30,7 @@ WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, co
     // limit; the file is left as it is instead of losing the lines after it.
     if (in.tooLong()) return {WebUserRewrite::kFileNotOpened, found};
     in.close();
-    rewrite.commit();
+    if (!rewrite.commit()) return {WebUserRewrite::kScratchNotOpened, found};
     return {WebUserRewrite::kDone, found};
 }
 

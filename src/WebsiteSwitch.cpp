@@ -21,7 +21,7 @@ void writeSwitched(OutFile& out, std::string_view line, SwitchTo to) {
 
 }  // namespace
 
-bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to) {
+int switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to) {
     Rewrite rewrite(str(scratch), str(httpdConfFile));
     // The scratch file is opened first. When it cannot be, nothing is moved
     // over the configuration: an old scratch file would otherwise replace it.
@@ -29,7 +29,7 @@ bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* d
     LineReader in(httpdConfFile, 0);
     if (!in.isOpen()) {
         sayLine("Error while opening HttpdConfFile");
-        return false;
+        return 22;
     }
     OutFile& out = rewrite.out();
     const std::string name = str(domain);
@@ -75,8 +75,8 @@ bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* d
     }
     // A block still open at the end of the file is not written back.
     in.close();
-    if (changed && scratchOpen) rewrite.commit();
-    return true;
+    if (changed && scratchOpen && !rewrite.commit()) return 23;
+    return 0;
 }
 
 }  // namespace qz

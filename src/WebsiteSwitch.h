@@ -8,8 +8,10 @@ namespace qz {
 enum class SwitchTo { Stopped, Started };
 
 // Rewrites httpdConfFile through scratch with the domain's block switched.
-// False when httpdConfFile cannot be opened.
-bool switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to);
+// 0 done (also when nothing changed, or the scratch file did not open: then
+// nothing is moved); 22 when httpdConfFile cannot be opened; 23 when the
+// scratch file could not be written whole (nothing is moved).
+int switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to);
 
 }  // namespace qz
 

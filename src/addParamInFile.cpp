@@ -1,12 +1,14 @@
 // FileHandling::addParamInFile: appends one line.
 #include "FileHandling.h"
 
-#include <fstream>
+#include "QZCore.h"
+#include "QZLock.h"
 
+// A line that cannot be written whole is taken back: 0, the file as it was.
 int FileHandling::addParamInFile(std::string filePath, std::string value) {
-    std::ofstream out(filePath, std::ios::app);
-    if (!out.is_open()) return 0;
-    out << value << '\n';
-    out.flush();
-    return 1;
+    const qz::OperationLock lock;
+    qz::OutFile out;
+    if (!out.openAppendTarget(filePath.c_str())) return 0;
+    out.writeLine(value);
+    return out.finish() ? 1 : 0;
 }

@@ -4,10 +4,13 @@
 #include "FileHandling.h"
 #include "PrivateFolderFiles.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName, std::string userPasswd) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "addPrivateFolder", {folderPath, userName, userPasswd},
                     {"NewPrivateFolderPath", "PrivateFolderUserName", "PrivateFolderUserPasswd"});
 
@@ -29,7 +32,12 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
             return 1601;
         std::string text;
         for (const auto& directive : files.directives()) text += directive.line() + "\n";
-        if (!qz::writeAll(access, text) || fchmod(access.get(), 0444) != 0) return 1601;
+        // Written whole and on disk, or not left at all.
+        if (!qz::writeAll(access, text) || fsync(access.get()) != 0) {
+            unlinkat(folder.fd.get(), ".htaccess", 0);
+            return 1601;
+        }
+        if (fchmod(access.get(), 0444) != 0) return 1601;
     } else {
         // Lines already there stay as they are: another realm keeps its
         // AuthName line and gets this one after it. The checked file is

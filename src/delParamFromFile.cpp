@@ -2,9 +2,11 @@
 #include "FileHandling.h"
 
 #include "ParamFile.h"
+#include "QZLock.h"
 
 int FileHandling::delParamFromFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter,
                                    char commentChar) {
+    const qz::OperationLock lock;
     const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
     return qz::rewriteParamFile(filePath, wanted, nullptr, true);
 }

@@ -5,6 +5,7 @@
 #include "FileHandling.h"
 #include "PrivateFolderFiles.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 #include <chrono>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "deletePrivateFolder", {folderPath}, {"NewPrivateFolderPath"});
 
     const qz::PrivateFolderFiles files(folderPath);

@@ -2,9 +2,11 @@
 #include "FileHandling.h"
 
 #include "ParamFile.h"
+#include "QZLock.h"
 
 int FileHandling::editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue,
                                        std::string newParamValue, char delimeter, char commentChar) {
+    const qz::OperationLock lock;
     const qz::ParamLine wanted{paramName, paramValue, delimeter, commentChar};
     const std::string replacement = paramName + delimeter + newParamValue;
     // Unlike delete, the rewrite leaves comment lines out.

@@ -4,6 +4,7 @@
 
 #include "PrivateFolderFiles.h"
 #include "QZCore.h"
+#include "QZLock.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ bool runPrinted(const std::string& commandLine) {
 
 int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldFolderPath, std::string userName,
                                      std::string userPasswd) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "editPrivateFolder", {newFolderPath, oldFolderPath, userName, userPasswd},
                     {"NewPrivateFolderPath", "OldPrivateFolderPath", "PrivateFolderUserName",
                      "PrivateFolderUserPasswd"});

@@ -1,0 +1,294 @@
+// Concurrent callers and faults: processes and threads editing one
+// configuration at once, a scratch file that cannot be written whole, and
+// rewrites killed at random moments.
+#include "QZTestFixture.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <dirent.h>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// `count` blocks site0.test, site1.test, ... after a Listen line.
+std::string sites(int count) {
+    std::string text = "Listen 80\n";
+    for (int i = 0; i < count; ++i) {
+        const std::string name = "site" + std::to_string(i) + ".test";
+        text += "\n<VirtualHost 10.0.0.1:80>\n\tServerName " + name + "\n\tServerAlias www." + name +
+                "\n\tDocumentRoot /home/" + name + "/www/html\n\tServerAdmin admin@" + name + "\n</VirtualHost>\n";
+    }
+    return text;
+}
+
+// Runs `call` in a child process (its output dropped), with a file-size limit
+// when `sizeLimit` is not negative; the call's result, or -1 when the child
+// did not end normally.
+int inChild(const std::function<int()>& call, long long sizeLimit = -1) {
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        if (freopen("/dev/null", "w", stdout) == nullptr) _exit(255);
+        if (sizeLimit >= 0) {
+            signal(SIGXFSZ, SIG_IGN);  // a write past the limit then fails with EFBIG
+            const rlimit limit{static_cast<rlim_t>(sizeLimit), static_cast<rlim_t>(sizeLimit)};
+            if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(255);
+        }
+        _exit(call() & 0xff);
+    }
+    int status = 0;
+    if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; at < text.size(); at = end + 1) {
+        end = std::min(text.find('\n', at), text.size());
+        lines.push_back(text.substr(at, end - at));
+    }
+    return lines;
+}
+
+// The items from `first` on sorted, each followed by `after`.
+std::string sortedFrom(std::vector<std::string> items, size_t first, const std::string& after) {
+    std::sort(items.begin() + static_cast<long>(first), items.end());
+    std::string joined;
+    for (const std::string& item : items) joined += item + after;
+    return joined;
+}
+
+// The configuration's blocks in order of name, empty lines dropped: what
+// must hold whatever order the callers came in.
+std::string blocksSorted(const std::string& text) {
+    std::vector<std::string> blocks(1);
+    for (const std::string& line : linesOf(text)) {
+        if (line.empty()) continue;
+        if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("#<VirtualHost", 0) == 0) blocks.emplace_back();
+        blocks.back() += line + "\n";
+    }
+    return sortedFrom(blocks, 1, "--\n");
+}
+
+// The names in a folder, in order.
+std::string namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    if (DIR* dir = opendir(folder.c_str())) {
+        while (const dirent* entry = readdir(dir)) names.push_back(entry->d_name);
+        closedir(dir);
+    }
+    return sortedFrom(names, 0, " ");
+}
+
+}  // namespace
+
+class FaultsTest : public HttpdConfTest {
+protected:
+    void SetUp() override {
+        HttpdConfTest::SetUp();
+        IsPortEnabled = false;
+        for (const char* name : {"chown", "chmod"}) fakeCommand(name, "true");
+        makeDir("/opt/qz/etc/webusers");
+        makeDir("/etc");
+        for (const char* name : {"apachectl", "httpd", "apache2"})
+            fakeCommand(name, "echo 'Server version: Apache/2.4.57 (Unix)'");
+        makeDir("/tmp");
+        setenv("TMPDIR", path("/tmp").c_str(), 1);  // CQZUsers' scratch files
+    }
+
+    // One caller's mix of editing operations of every family on its own site
+    // "w<n>.test", whose folder goes under <root><sites>: the results, in order.
+    std::string worker(int n, const std::string& sites) {
+        const std::string domain = "w" + std::to_string(n) + ".test";
+        makeDir(sites + domain);
+        writeFile("/opt/qz/etc/webusers/passwd." + domain, "");
+        VHostEntry v = websiteRecord("10.0.0.1", domain, domain, path(sites), '0', "admin", "nobody", "80");
+        CQZWebsite website(nullptr, conf_.c_str());
+        ApacheHelper helper;
+        FileHandling params;
+        CQZUsers users(nullptr, "/opt/qz", domain.c_str(), nullptr);
+        SDDir dir = {};
+        snprintf(dir.DomainName, sizeof dir.DomainName, "%s", domain.c_str());
+        snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
+        snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path(sites).c_str());
+        const std::string keys = path("/etc/params");
+        const std::string key = "key" + std::to_string(n);
+        std::vector<int> results = {
+            website.CreateWebsite(&v),
+            website.StopWebsite(domain.c_str()),
+            website.StartWebsite(domain.c_str()),
+            website.AddHostHeader(domain, "alias." + domain),
+            helper.Apache_AddDirectiveInVH(conf_, domain, "ServerSignature", "Off", false),
+            helper.Apache_UpdateDirectiveInVH(conf_, domain, "ServerSignature", "On", false),
+            CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, 0, "", ""),
+            users.UserCreate("ann", "one"),
+            users.ChangePasswd("ann", "two"),
+            params.addParamInFile(keys, key + "=a"),
+            params.editParamValueInFile(keys, key, "a", "b", '=', '#'),
+        };
+        if (n % 3 == 0) results.push_back(website.DeleteWebsite(domain.c_str(), 0));
+        std::string text;
+        for (int result : results) text += std::to_string(result) + " ";
+        return text;
+    }
+
+    // The files the workers change, in a form that does not depend on their order.
+    std::string outcome(int workers) {
+        std::string text = blocksSorted(readConf()) + sortedFrom(linesOf(readFile("/etc/params")), 0, "\n");
+        for (int n = 0; n < workers; ++n) text += readFile("/opt/qz/etc/webusers/passwd.w" + std::to_string(n) + ".test");
+        return text;
+    }
+};
+
+// 4 processes of 2 threads, each thread the caller of one site: every change
+// kept, as when the same 8 callers run one after another.
+TEST_F(FaultsTest, ConcurrentCallersLoseNothing) {
+    constexpr int kProcesses = 4, kThreads = 2, kWorkers = kProcesses * kThreads;
+    writeConf("Listen 80\n");
+    std::vector<std::string> expected;
+    for (int n = 0; n < kWorkers; ++n) expected.push_back(worker(n, "/one-by-one/"));
+    EXPECT_EQ(expected[0], "94 30 29 0 0 0 83 77 76 1 1 24 ");
+    EXPECT_EQ(expected[1], "94 30 29 0 0 0 83 77 76 1 1 ");
+    const std::string sequential = outcome(kWorkers);
+
+    writeConf("Listen 80\n");
+    ASSERT_EQ(std::remove(path("/etc/params").c_str()), 0);
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        std::fflush(nullptr);
+        const pid_t pid = fork();
+        ASSERT_GE(pid, 0);
+        if (pid > 0) {
+            children.push_back(pid);
+            continue;
+        }
+        if (freopen("/dev/null", "w", stdout) == nullptr) _exit(255);
+        int wrong = 0;
+        std::vector<std::thread> threads;
+        std::vector<std::string> got(kThreads);
+        for (int t = 0; t < kThreads; ++t)
+            threads.emplace_back([&, t]() { got[t] = worker(p * kThreads + t, "/at-once/"); });
+        for (std::thread& thread : threads) thread.join();
+        for (int t = 0; t < kThreads; ++t) wrong += got[t] != expected[p * kThreads + t];
+        _exit(wrong);
+    }
+    for (pid_t pid : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "callers with other results: " << status;
+    }
+    std::string concurrent = outcome(kWorkers);
+    for (size_t at; (at = concurrent.find("/at-once/")) != std::string::npos;) concurrent.replace(at, 9, "/one-by-one/");
+    EXPECT_EQ(concurrent, sequential);
+}
+
+// A scratch file that cannot grow past a limit, as on a full disk, for a
+// limit at each point of the rewrite (nothing written, a first byte, each
+// side of the buffer's 64 KiB, the last byte): the operation answers as for
+// a scratch file that cannot be opened, the file is byte-identical, and no
+// scratch file stays behind.
+TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
+    const std::string original = sites(1200);
+    const std::string keys = path("/conf/keys");
+    struct Case {
+        const char* name;
+        std::string file;
+        int failure;
+        std::function<int()> call;
+    };
+    const std::vector<Case> cases = {
+        {"DeleteWebsite", conf_, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site7.test", 0)); }},
+        {"StopWebsite", conf_, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).StopWebsite("site900.test")); }},
+        {"CreateWebsite", conf_, 23, [&] {
+             const std::string sites = "/home/" + std::to_string(getpid()) + "/";  // new folders each run
+             makeDir(sites + "new.test");
+             VHostEntry v = websiteRecord("10.0.0.2", "new.test", "new.test", path(sites), '0');
+             return int(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v));
+         }},
+        {"Apache_UpdateDirectiveInVH", conf_, 2, [&] {
+             return ApacheHelper().Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false);
+         }},
+        {"Apache_writeDirective", conf_, 2, [&] {
+             return ApacheHelper().Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1);
+         }},
+        {"delParamFromFile", keys, 0, [&] { return FileHandling().delParamFromFile(keys, "key5", "v", '=', '#'); }},
+        {"addParamInFile", keys, 0, [&] { return FileHandling().addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
+    };
+    std::string keyLines;
+    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n";
+    for (const Case& c : cases) {
+        const std::string before = c.file == conf_ ? original : keyLines;
+        writeFile(c.file.substr(root_.size()), before);
+        ASSERT_NE(inChild(c.call), c.failure) << c.name;  // unlimited, it succeeds
+        const size_t written = readFile(c.file.substr(root_.size())).size();
+        const std::string names = namesIn(path("/conf"));  // with the backups a run leaves
+        for (const long long limit : {0LL, 1LL, 65535LL, 65536LL, 65537LL, static_cast<long long>(written) - 1}) {
+            writeFile(c.file.substr(root_.size()), before);
+            EXPECT_EQ(inChild(c.call, limit), c.failure) << c.name << " limit " << limit;
+            EXPECT_TRUE(readFile(c.file.substr(root_.size())) == before) << c.name << " limit " << limit;
+            EXPECT_EQ(namesIn(path("/conf")), names) << c.name << " limit " << limit;
+        }
+    }
+}
+
+// Rewrites killed with SIGKILL at random moments, 200 times (from the start
+// to a little after the end of a run): the
+// configuration is always the old file or the new one, whole, and the lock
+// of a killed caller never holds up the next.
+TEST_F(FaultsTest, KilledRewritesLeaveTheOldOrTheNewFile) {
+    const auto update = [&](const std::string& value) {
+        return ApacheHelper().Apache_UpdateDirectiveInVH(conf_, "site5.test", "ServerAdmin", value, false);
+    };
+    // The two whole files: the rewrite also drops the empty lines.
+    writeConf(sites(100));
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_EQ(inChild([&] { return update("root@site5.test"); }), 0);
+    const std::string changed = readConf();
+    ASSERT_EQ(inChild([&] { return update("admin@site5.test"); }), 0);
+    const std::string original = readConf();
+    // Kills spread over a little more than a whole run, however loaded the machine.
+    const auto run = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);
+    std::mt19937 random(18);
+    std::uniform_int_distribution<long> pause(0, run.count() * 3 / 5);
+    int killedMidway = 0;
+    for (int i = 0; i < 200; ++i) {
+        const std::string value = i % 2 ? "admin@site5.test" : "root@site5.test";
+        std::fflush(nullptr);
+        const pid_t pid = fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            setpgid(0, 0);  // mv and the shell that runs it die with the caller
+            if (freopen("/dev/null", "w", stdout) == nullptr) _exit(255);
+            _exit(update(value));
+        }
+        setpgid(pid, pid);
+        usleep(static_cast<useconds_t>(pause(random)));
+        kill(-pid, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        killedMidway += WIFSIGNALED(status);
+        const std::string now = readConf();
+        ASSERT_TRUE(now == original || now == changed) << "after " << i << " runs: " << now.size() << " bytes";
+    }
+    RecordProperty("killed_before_the_end", killedMidway);
+    EXPECT_GT(killedMidway, 30);
+}
+
+// When the lock file cannot be opened (a link stands at its name), one line
+// says so and the operation runs unlocked, as it always did.
+TEST_F(FaultsTest, UnopenableLockFileIsReported) {
+    makeDir("/run/lock");
+    ASSERT_EQ(symlink("elsewhere", path("/run/lock/qzapache.lock").c_str()), 0);
+    writeConf(sites(2));
+    EXPECT_PRINTS(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site0.test", 0), 24,
+                  "Cannot open the lock file " + path("/run/lock/qzapache.lock") +
+                      ": Too many levels of symbolic links\n");
+    EXPECT_EQ(readConf(), "Listen 80\n" + sites(2).substr(sites(1).size() + 1));
+}
