@@ -2,6 +2,7 @@
 #include "AddonManagers.h"
 
 #include "QZCore.h"
+#include "QZLock.h"
 #include "WebsiteInfoScan.h"
 
 #include <utility>
@@ -51,14 +52,15 @@ int editErrorPages(const std::string& conf, const std::string& domain, int code,
         if (!replaced) block.insertBefore(place, line);
     }, found);
     in.close();
-    if (changed && found) rewrite.commit();
-    else rewrite.discard();
+    if (!changed || !found) rewrite.discard();
+    else if (!rewrite.commit()) return 23;
     return found ? 0 : 26;
 }
 
 }  // namespace
 
 int CustomErrorPages::setErrorPage(std::string domainName, int statusCode, std::string target) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "setErrorPage", {domainName, std::to_string(statusCode), target},
                     {"domainName", "statusCode", "target"});
     if (m_szHttpdConfFile.empty()) return 21;
@@ -68,6 +70,7 @@ int CustomErrorPages::setErrorPage(std::string domainName, int statusCode, std::
 }
 
 int CustomErrorPages::deleteErrorPage(std::string domainName, int statusCode) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "deleteErrorPage", {domainName, std::to_string(statusCode)},
                     {"domainName", "statusCode"});
     if (m_szHttpdConfFile.empty()) return 21;

@@ -3,11 +3,13 @@
 
 #include "MaintenancePage.h"
 #include "QZCore.h"
+#include "QZLock.h"
 #include "WebsiteInfoScan.h"
 
 #include <unistd.h>
 
 char CQZWebsite::DisableMessage(std::string DomainName) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
     qz::LineReader in(HttpdConfFile, 0);
@@ -18,8 +20,8 @@ char CQZWebsite::DisableMessage(std::string DomainName) {
     const bool changed =
         qz::rewriteSiteBlocks(in, rewrite.out(), DomainName, [](qz::SiteBlock& block) { qz::dropMaintenanceLines(block); }, found);
     in.close();
-    if (changed) rewrite.commit();
-    else rewrite.discard();
+    if (!changed) rewrite.discard();
+    else if (!rewrite.commit()) return 23;
     if (!found) return 26;
     if (qz::isFolderDomain(DomainName)) {
         const std::string folder = qz::maintenanceFolder(DomainName);

@@ -5,6 +5,7 @@
 #include "ApacheModuleSetup.h"
 #include "MaintenancePage.h"
 #include "QZCore.h"
+#include "QZLock.h"
 #include "WebsiteInfoScan.h"
 
 #include <cerrno>
@@ -51,6 +52,7 @@ std::vector<std::string> maintenanceLines(const std::string& folder, int retryAf
 }  // namespace
 
 char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, int RetryAfterSeconds) {
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnableMessage", {DomainName, MessageHtml, std::to_string(RetryAfterSeconds)},
                     {"ObjUVHost->pDomain", "MessageHtml", "RetryAfterSeconds"});
     if (qz::isEmpty(HttpdConfFile)) return 21;
@@ -93,10 +95,13 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
         return 23;
     }
     page.out().write(MessageHtml);
-    page.commit();
+    if (!page.commit()) {
+        rewrite.discard();
+        return 23;
+    }
     chmod((folder + "/index.html").c_str(), 0644);
-    if (changed) rewrite.commit();
-    else rewrite.discard();
+    if (!changed) rewrite.discard();
+    else if (!rewrite.commit()) return 23;
     if (debian) qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"});
     return 96;
 }

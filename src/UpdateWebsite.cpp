@@ -12,6 +12,7 @@
 #include "CQZWebsite.h"
 
 #include "QZCore.h"
+#include "QZLock.h"
 #include "WebsiteInfoScan.h"
 
 #include <fcntl.h>
@@ -362,6 +363,7 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     if (ObjUVHost == nullptr || ObjUVHost->pDomain == nullptr) return 26;
     UpdateVHost& wanted = *ObjUVHost;
     const std::string domain = wanted.pDomain;
+    const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "UpdateWebsite", {domain}, {"ObjUVHost->pDomain"});
 
     // The base: the site's settings as they stand, read as GetWebsiteInfo reads them.
@@ -456,8 +458,8 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
                     rewrite.discard();
                     return 3;
                 }
-        if (changed) rewrite.commit();
-        else rewrite.discard();
+        if (!changed) rewrite.discard();
+        else if (!rewrite.commit()) return 23;
     }
     if (wanted.AccessMode != 0) applyMode(modeFolder, wanted.AccessMode);
     return 96;
