@@ -101,9 +101,9 @@ std::string descriptorPath(const Fd& fd);
 // could write is left as it is.
 //
 // A caller that is not root holds nothing: a link could only lead it to what
-// it may write anyway. Two callers must not lock the same folders at once (the second would take
-// the locked state for the folder's own); the operations that lock run one
-// at a time.
+// it may write anyway. Two callers must not lock the same folders at once
+// (the second would take the locked state for the folder's own): only
+// operations that hold the library's lock (QZLock.h) use this.
 class FolderLock {
 public:
     FolderLock() = default;
