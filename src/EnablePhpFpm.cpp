@@ -3,6 +3,7 @@
 #include "CQZWebsite.h"
 
 #include "ApacheHelper.h"
+#include "ApacheModuleSetup.h"
 #include "HandlerScan.h"
 #include "PhpFpm.h"
 #include "QZCommon.h"
@@ -152,8 +153,7 @@ bool proxyFcgiLoaded(const std::string& conf) {
     if (stat((folder + "mods-available/proxy_fcgi.load").c_str(), &st) == 0) {
         const std::string enabled = folder + "mods-enabled/proxy_fcgi.load";
         if (stat(enabled.c_str(), &st) == 0) return true;
-        qz::runShell("APACHE_CONFDIR=" + qz::shellWord(folder.substr(0, folder.size() - 1)) + " " +
-                     qz::shellCommand({"a2enmod", "-q", "proxy_fcgi", "setenvif"}) + " >/dev/null");
+        qz::enableModulesDebian(conf, {"proxy_fcgi", "setenvif"});
         return stat(enabled.c_str(), &st) == 0;
     }
     // Each line goes in before the first LoadModule line: proxy_fcgi first,
