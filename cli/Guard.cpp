@@ -2,6 +2,7 @@
 // lock, the copies kept for --verify and the syntax check, and the library's
 // and its tools' output kept off the program's own.
 #include "Cli.h"
+#include "LockFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -60,8 +61,7 @@ MachineLock::MachineLock(const std::string& root) {
     const std::string folder = root + "/run/lock";
     makeFolders(folder);
     const std::string file = folder + "/qzapache.lock";
-    // Not through a symbolic link: /run/lock is writable by others on many systems.
-    fd_ = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+    fd_ = qz::openLockFile(file);
     if (fd_ < 0) throw systemError("cannot open the lock " + file);
     while (flock(fd_, LOCK_EX) != 0)
         if (errno != EINTR) {

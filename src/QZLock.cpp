@@ -1,5 +1,6 @@
 #include "QZLock.h"
 
+#include "LockFile.h"
 #include "QZCore.h"
 
 #include <cerrno>
@@ -58,8 +59,7 @@ void acquire(Holder& h) {
     }
     for (const std::string& part : {sysPath("/run"), folder})
         if (mkdir(part.c_str(), 0755) != 0 && errno != EEXIST) break;  // the open below says why
-    // Not through a symbolic link: /run/lock is writable by others on many systems.
-    h.fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+    h.fd = openLockFile(file);
     if (h.fd < 0) {
         sayLine("Cannot open the lock file " + file + ": " + std::strerror(errno));
         return;
