@@ -336,7 +336,10 @@ public:
     // empty list removes the setting. 96; 1 no such site; 6 a path is not
     // absolute or holds ':', '"', '\', '$', a control character or a ".."
     // component (nothing written); 7 no pool and no PHP module block; 21; 22;
-    // 23.
+    // 23. DisablePhp keeps the lines of a module block it does not know, so
+    // it would leave that php_admin_value line outside any <IfModule>, where
+    // Apache without mod_php refuses it: clear the limit (an empty list)
+    // before DisablePhp.
     int SetPhpOpenBasedir(std::string DomainName, StringVector Paths);
     // Sends SIGUSR2 (graceful reload) to the php-fpm master whose PID is in
     // /run/php/php<version>-fpm.pid. 0 signalled; 1 no PID file, no such
