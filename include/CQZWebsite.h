@@ -91,7 +91,8 @@ public:
     // with the roots read now: a changed one rewrites those DocumentRoot
     // lines. A non-zero AccessMode is then set on DirPath (the document root
     // when DirPath is null or shorter than 3 characters), never through a
-    // link ("Error while setting the mode of <folder>" when it cannot be).
+    // link in any folder a customer can write nor on a file with a second
+    // name ("Error while setting the mode of <folder>" when it cannot be).
     // 96 done; 26 no such site (or no record); 1 a value refused, with
     // nothing written: a control character, a double quote or a final
     // backslash in an added value, an empty argument, a Redirect status
