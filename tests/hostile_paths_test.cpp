@@ -39,7 +39,6 @@ protected:
         makeDir("/etc/apache2/qz");
         makeDir("/conf");
         makeDir("/etc/webusers");
-        writeFile("/conf/params", "k=v\n");
         writeFile("/etc/passwd", "root:x:0:0::/root:/bin/sh\nnobody:x:65534:65534::/:/bin/sh\n");
         makeDir("/victim");
         writeFile("/victim/passwd", "root:x:0:0::/root:/bin/sh\n");
@@ -58,6 +57,8 @@ protected:
         for (const auto& entry : std::filesystem::recursive_directory_iterator(path("/home/sites/a.com")))
             ASSERT_EQ(lchown(entry.path().c_str(), kCustomer, kCustomer), 0);
         ASSERT_EQ(chown(site().c_str(), kCustomer, kCustomer), 0);
+        writeFile("/conf/params", "k=v\n");
+        writeFile("/etc/webusers/passwd.a.com", "u:pw\n");
         writeFile("/conf/httpd.conf",
                   "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tServerAdmin nobody@a.com\n\tDocumentRoot \"" +
                       site() + "/www/html\"\n\tServerAlias www.a.com\n\tCustomLog " + site() +
@@ -175,10 +176,7 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         writeFile("/conf/httpd.conf", "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tDocumentRoot \"" + html +
                                           "\"\n</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n");
     };
-    auto users = [&] {
-        writeFile("/etc/webusers/passwd.a.com", "u:pw\n");
-        return CQZUsers(nullptr, "", "a.com", "");
-    };
+    auto users = [] { return CQZUsers(nullptr, "", "a.com", ""); };
     const std::string params = path("/conf/params");
     ApacheHelper kit;
     VHostEntry outside = websiteRecord("10.0.0.2", "../../victim", "b.com", path("/home/sites/"), '0');
