@@ -169,12 +169,17 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         record.AccessMode = 0777;
         return show(+website().UpdateWebsite(&record));
     };
+    // A site with a <Directory> section and no handler.
+    auto plainSite = [&] {
+        writeFile("/conf/httpd.conf", "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tDocumentRoot \"" + html +
+                                          "\"\n\t<Directory \"" + html + "\">\n\t\tRequire all granted\n\t</Directory>\n"
+                                          "</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n");
+    };
     auto fpm = [&] {
         makeDir("/etc/php/8.2/fpm/pool.d");
         writeFile("/etc/group", "nogroup:x:65534:\n");
         fakeCommand("php-fpm8.2", "exit 0");
-        writeFile("/conf/httpd.conf", "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tDocumentRoot \"" + html +
-                                          "\"\n</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n");
+        plainSite();
     };
     auto users = [] { return CQZUsers(nullptr, "", "a.com", ""); };
     const std::string params = path("/conf/params");
@@ -233,12 +238,12 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"toolkit add: a tab in the value", none, [&] { return show(kit.Apache_AddDirectiveInVH(conf_, "a.com", "Options", "-Indexes\t+FollowSymLinks", false)); }},
         {"toolkit add several: a newline in one", none, [&] { return show(kit.Apache_AddDirectivesInVH(conf_, "a.com", {"Header x", "y\nINJECTED"})); }},
         {"toolkit update: a carriage return in the value", none, [&] { return show(kit.Apache_UpdateDirectiveInVH(conf_, "a.com", "ServerAdmin", "x\rINJECTED", false)); }},
-        {"toolkit contents: a newline in the value", none, [&] { return show(kit.Apache_UpdateVHDirectiveContents(conf_, "a.com", "<Directory", "x\nINJECTED", true)); }},
+        {"toolkit contents: a newline in the value", plainSite, [&] { return show(kit.Apache_UpdateVHDirectiveContents(conf_, "a.com", "<Directory", "x\nINJECTED", true)); }},
         {"toolkit write: a newline in the entry", none, [&] { return show(kit.Apache_writeDirective(conf_, "x\nINJECTED", "Include", false, -1)); }},
-        {"toolkit directory: a quote in the path", none, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x\">\nINJECTED", {})); }},
-        {"toolkit directory: a NUL in an entry", none, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x", {std::string("x\0INJECTED", 10)})); }},
-        {"toolkit directory path: a newline", none, [&] { return show(kit.Apache_UpdateDirectoryTagPath(conf_, "a.com", "/", "/y\nINJECTED")); }},
-        {"toolkit directory entries: a DEL", none, [&] { return show(kit.Apache_UpdateDirectoryDirectives(conf_, "a.com", "/", {"x\x7fINJECTED"})); }},
+        {"toolkit directory: a quote in the path", plainSite, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x\">\nINJECTED", {})); }},
+        {"toolkit directory: a NUL in an entry", plainSite, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x", {std::string("x\0INJECTED", 10)})); }},
+        {"toolkit directory path: a newline", plainSite, [&] { return show(kit.Apache_UpdateDirectoryTagPath(conf_, "a.com", html, "/y\nINJECTED")); }},
+        {"toolkit directory entries: a DEL", plainSite, [&] { return show(kit.Apache_UpdateDirectoryDirectives(conf_, "a.com", html, {"x\x7fINJECTED"})); }},
         {"toolkit port: a newline in the address", none, [&] { return show(kit.Apache_ChangeVirtualHostPort(conf_, "a.com", "10.0.0.1>\nINJECTED", "80")); }},
         {"toolkit certificates: a newline in the entry after", none, [&] { return show(kit.Apache_MakeLetsEncryptEntries(conf_, "a.com", "10.0.0.1", "443", {"SSLEngine on"}, true, "x\nINJECTED")); }},
         {"toolkit module: a newline in the name", none, [&] { return show(kit.Apache_addModule(conf_, "x\nINJECTED")); }},
@@ -249,6 +254,7 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"fpm: tmp a link to a folder", [&] { fpm(); link(path("/victim"), site() + "/tmp"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
         {"fpm: tmp a FIFO", [&] { fpm(); mkfifo_(site() + "/tmp"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
         {"fpm: a middle folder a link", [&] { fpm(); std::filesystem::rename(site() + "/www", site() + "/w"); link(path("/victim"), site() + "/www"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
+        {"fpm: a folder above the site a link, in a folder the customer owns", [&] { fpm(); ASSERT_EQ(chown(path("/home").c_str(), kCustomer, kCustomer), 0); std::filesystem::rename(path("/home/sites"), path("/home/real")); link(path("/home/real"), path("/home/sites")); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
         {"error page: a .. path", none, [&] { return show(CustomErrorPages(nullptr, conf_).setErrorPage("a.com", 404, "/../INJECTED")); }},
         {"maintenance: a .. domain", none, [&] { return show(website().EnableMessage("../../victim", "<p>INJECTED</p>", 60)); }},
         {"maintenance off: a .. domain", none, [&] { return show(website().DisableMessage("../../victim")); }},
