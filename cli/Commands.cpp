@@ -630,7 +630,8 @@ std::vector<Command> table() {
           checked(opt("line-count", "server level, no reference found: the line number to write before (default -1: at the end)"),
                   isNumber)},
          {{0, "0", true, "done"}, {1, "1", false, "the configuration file could not be opened (with --add: or no block names the website)"},
-          {2, "2", false, "the scratch file could not be written"}, {3, "3", false, "the website's block has no such directive"}},
+          {2, "2", false, "the scratch file could not be written"}, {3, "3", false, "the website's block has no such directive"},
+          {5, "5", false, "refused, nothing written: a control character other than a tab in the directive or value, or a '\"' in a quoted value"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              ApacheHelper helper;
