@@ -24,8 +24,9 @@ namespace {
 // The owner of the document root, found without following a link anywhere
 // below the site folder (the customer could point one at another user's
 // folder): the site folder is opened (the folders above it walked as
-// SafePath.h walks them), then each component of the rest in turn, and tmp
-// is made, opened and chowned through the site folder's descriptor. Also makes the site's tmp folder (mode 0700, owned by that user).
+// SafePath.h walks them), then each component of the rest in turn. Also
+// makes the site's tmp folder (mode 0700, owned by that user), opened and
+// chowned through the site folder's descriptor.
 // False when a component is a link, "..", missing or not a folder, or tmp
 // is not a folder of its own.
 bool siteOwner(const std::string& site, const std::string& documentRoot, struct stat& owner) {
