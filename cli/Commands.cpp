@@ -509,7 +509,8 @@ std::vector<Command> table() {
         // Script handlers.
         {"enable-php", "CQZWebsite::EnablePhp", "run the website's PHP as an Apache module",
          {kDomain, req("module", "the module, such as mod_php5")},
-         {kHandlerDone, kHandlerConf, {23, "23", false, "the scratch file (.tmpdso) could not be written"}},
+         {kHandlerDone, kHandlerConf, {23, "23", false, "the scratch file (.tmpdso) could not be written"},
+          {98, "98", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).EnablePhp(a.get("domain-name"), a.get("module")); }},
         {"disable-php", "CQZWebsite::DisablePhp", "remove the website's PHP module block",
@@ -527,7 +528,8 @@ std::vector<Command> table() {
          {opt("module", "the module (default mod_fcgid)")},
          {{0, "0", true, "done (also when the settings were there)"},
           {1, "1", false, "the configuration file could not be opened or appended to"},
-          {2, "2", false, "the scratch file (.efcgid) could not be written"}},
+          {2, "2", false, "the scratch file (.efcgid) could not be written"},
+          {3, "3", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).ConfigureFcgidGlobally(c.conf, a.get("module", "mod_fcgid"));
@@ -630,7 +632,8 @@ std::vector<Command> table() {
           checked(opt("line-count", "server level, no reference found: the line number to write before (default -1: at the end)"),
                   isNumber)},
          {{0, "0", true, "done"}, {1, "1", false, "the configuration file could not be opened (with --add: or no block names the website)"},
-          {2, "2", false, "the scratch file could not be written"}, {3, "3", false, "the website's block has no such directive"}},
+          {2, "2", false, "the scratch file could not be written"}, {3, "3", false, "the website's block has no such directive"},
+          {5, "5", false, "refused, nothing written: a control character other than a tab in the directive or value, or a '\"' in a quoted value"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              ApacheHelper helper;

@@ -33,7 +33,8 @@ public:
     // same code), or adds one after the block's last ErrorDocument line (at
     // the block's end when there is none). statusCode 400-599; target a local
     // path starting with "/", an http:// or https:// URL (one word each), or
-    // a text in double quotes; no control character, no inner quote.
+    // a text in double quotes; no control character, no inner quote, no ".."
+    // component in a local path.
     // 0 done; 1 a value refused (nothing written); 26 no such site; 21 no
     // configuration named; 22 it cannot be opened; 23 the scratch file.
     int setErrorPage(std::string domainName, int statusCode, std::string target);

@@ -6,6 +6,12 @@
 // Editing primitives first copy the file to a ".qzbackup..." backup. A
 // scratch file that cannot be written whole counts as one that cannot be
 // opened (2, or 23 where the declaration says so): nothing is moved.
+// A primitive that writes a caller's value into a line refuses it with 5,
+// before anything is read, copied or written, when the value holds a control
+// character other than a tab (a tab stands in a line as a blank does): a
+// newline would start a line of the caller's own. A value the line puts in
+// double quotes may not hold '"' either, nor an address or port of a
+// "<VirtualHost ...>" line '"', '<', '>' or a tab.
 #ifndef APACHE_HELPER_H
 #define APACHE_HELPER_H
 
@@ -37,7 +43,7 @@ public:
     // Writes `entry` before (or after) the first server-level line starting
     // with `reference`; failing that, appends it (lineCount -1) or writes it
     // before line number lineCount. 0 written, 1 file not opened (for reading
-    // or appending), 2 scratch file not opened.
+    // or appending), 2 scratch file not opened, 5 entry refused.
     int  Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference, bool beforeReference, int lineCount);
     // Whether a LoadModule line before the first <VirtualHost> names a module
     // (prefix of the module name). 0 found (isExist true), 1 file not
@@ -51,7 +57,8 @@ public:
     // server-level LoadModule line, else before the first <VirtualHost>, else
     // at the end; prints "entry=..." and "LoadModule found", "VirtualHost
     // found" or "apending". 0 added, 1 file not opened, 2 scratch file not
-    // opened, 4 appending failed ("Unable to open file in append mode").
+    // opened, 4 appending failed ("Unable to open file in append mode"),
+    // 5 a module name with a control character (a tab too).
     int  Apache_addModule(std::string apacheConfFile, std::string moduleName);
 
     // Primitives on one domain's <VirtualHost> block: the block whose
@@ -67,10 +74,10 @@ public:
     // Adds "\t<directive> <value>" (value in double quotes when valueQuoted)
     // at the end of every block of the domain. The rewrite keeps empty lines
     // and adds one at the end of the file. 0 added, 1 no block of the domain
-    // (or the file could not be read).
+    // (or the file could not be read), 5 directive or value refused.
     int  Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive, std::string value, bool valueQuoted);
     // Adds "\t<directive>" for each element at the end of the first block of
-    // the domain; otherwise as Apache_AddDirectiveInVH.
+    // the domain; otherwise as Apache_AddDirectiveInVH (5: an element refused).
     int  Apache_AddDirectivesInVH(std::string apacheConfFile, std::string domainName, std::vector<std::string> directives);
     // Drops the lines of the domain's first block, after its ServerName line,
     // that start with one of the names and a space. 0 rewritten, 1 file not opened, 2 scratch file not
@@ -78,13 +85,14 @@ public:
     int  Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::string domainName, std::vector<std::string> directives);
     // Replaces the first `directive` line of every block of the domain with
     // "\t<directive> <value>" (value quoted when valueQuoted). 0 replaced,
-    // 1 file not opened, 2 scratch file not opened, 3 directive not found.
+    // 1 file not opened, 2 scratch file not opened, 3 directive not found,
+    // 5 directive or value refused.
     int  Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive, std::string value, bool valueQuoted);
     // In the nested block opened by `directive` (a <Directory ...> line) of
     // the domain's block: adds "\t\t<value>" before "</Directory>" when no
     // line starts with `value`; with addValue false also drops such a line.
     // 0 rewritten, 1 file not opened, 2 scratch file not opened, 3 no such
-    // nested block.
+    // nested block, 5 value refused.
     int  Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName, std::string directive, std::string value, bool addValue);
     // True when the domain's block holds "<IfModule <moduleName>.xxx>" (name
     // compared ignoring case); prints "modname=..." for each "<IfModule" line
@@ -97,7 +105,8 @@ public:
     int  Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::string domainName, std::string moduleName);
     // Rewrites the opening line of the domain's block as
     // "<VirtualHost ip:port>" ("[ip]" for an IPv6 address). 0 rewritten,
-    // 1 file not opened, 2 scratch file not opened, 3 no block of the domain.
+    // 1 file not opened, 2 scratch file not opened, 3 no block of the domain,
+    // 5 address or port refused.
     int  Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName, std::string ip, std::string port);
 
     // <Directory "path"> sections of the domain's block, found by the path
@@ -105,7 +114,8 @@ public:
     // ignoring case. Only the first matching section of the domain's blocks is
     // touched. Each edit copies the file to "<file>.qzbackup.rt" first and
     // drops the file's empty lines. Results: 0 done, 1 file not opened,
-    // 2 scratch file not opened, 4 no such section.
+    // 2 scratch file not opened, 4 no such section, 5 (adding, renaming and
+    // replacing) a path or entry refused.
 
     // Inserts "\t<Directory \"dirPath\">", "\t\t<entry>" for each entry and
     // "\t</Directory>" before the first <Directory line of the domain's block
@@ -156,7 +166,8 @@ public:
     // before its closing line, and NVHentry after it when makeNVHentry.
     // Backup "<file>.qzbackup.cp"; empty lines are kept and one is added at
     // the end; prints the "mv" command. 0 done, 1 file not opened (or a line
-    // over 5998 characters), 2 scratch file not opened, 3 no block.
+    // over 5998 characters), 2 scratch file not opened, 3 no block, 5 an
+    // address, port, directive or NVHentry refused.
     int  Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std::string domainName, std::string ip, std::string port,
                                        std::vector<std::string> directives, bool makeNVHentry, std::string NVHentry);
 

@@ -39,22 +39,26 @@ public:
     // The password file is InsFolder + "/etc/webusers/passwd." + DomainName,
     // plus "_" + FolderPath when FolderPath is not empty (under the system
     // root). One "login:password" a line; passwords are stored as given.
-    // Every operation is tracked with its name and arguments.
+    // Every operation is tracked with its name and arguments. A login with a
+    // ':' or a control character (a tab too: a password file has no blank),
+    // or a password with a control character, would start a user line of its
+    // own: it is refused, right after tracking, with nothing printed, read or
+    // written ('N' for UserCreate and UserDelete, 22 for ChangePasswd).
 
     // Appends "UserName:Passwd" to the existing file, keeping its users (a
     // login already there is added again). 'M' done; 'N' when the file does
     // not exist ("Error opening passwd file") or cannot be written, as a
-    // folder cannot ("Error opening file").
+    // folder cannot ("Error opening file"), or a value is refused.
     char UserCreate(const char* UserName, const char* Passwd);
     // Removes every line beginning with UserName + ":" and every empty line.
-    // 'O' (also when the user was not there); 'N' no file, or a line over
-    // 2999 characters (the file is left as it is); 23 TEMPFILE cannot be
-    // written.
+    // 'O' (also when the user was not there); 'N' no file, a line over 2999
+    // characters (the file is left as it is) or the login refused; 23
+    // TEMPFILE cannot be written.
     char UserDelete(const char* UserName);
     // Replaces every line beginning with UserName + ":" by UserName + ":" +
     // Passwd and drops empty lines. 'L' found; '5' not found (the file is
-    // rewritten anyway); 22 no file, or a line over 2999 characters (the
-    // file is left as it is); 23 TEMPFILE cannot be written.
+    // rewritten anyway); 22 no file, a line over 2999 characters (the file
+    // is left as it is) or a value refused; 23 TEMPFILE cannot be written.
     char ChangePasswd(std::string UserName, std::string Passwd);
     // Appends the login (text before ":") of each line, and one "" for the
     // read at the end of the file. 'R'; 22 no file.

@@ -91,7 +91,8 @@ public:
     // with the roots read now: a changed one rewrites those DocumentRoot
     // lines. A non-zero AccessMode is then set on DirPath (the document root
     // when DirPath is null or shorter than 3 characters), never through a
-    // link ("Error while setting the mode of <folder>" when it cannot be).
+    // link in any folder a customer can write nor on a file with a second
+    // name ("Error while setting the mode of <folder>" when it cannot be).
     // 96 done; 26 no such site (or no record); 1 a value refused, with
     // nothing written: a control character, a double quote or a final
     // backslash in an added value, an empty argument, a Redirect status
@@ -213,7 +214,8 @@ public:
     // into HttpdConfFile.tmpdso until end of file (one empty line gained at
     // the end) and moves it over the configuration only when the block went
     // in; otherwise the .tmpdso file stays. 96 either way; 23 .tmpdso cannot
-    // be created; 21 the configuration cannot be opened.
+    // be created; 21 the configuration cannot be opened; 98, with nothing
+    // made, a Module holding a control character, '"', '<' or '>'.
     int EnablePhp(std::string DomainName, std::string Module);
     // Removes the site's <IfModule mod_php?.c> block (its opening line, its
     // AddHandler lines and its closing line; the name is cut one character
@@ -246,7 +248,8 @@ public:
     // through TEMPFILE; empty lines are dropped. 0 written; 1 the file cannot
     // be opened, or holds a line over 2999 characters (it is then left as it
     // is, not cut short); 2 TEMPFILE cannot be opened; 4 no place (or a file
-    // name without "php"), TEMPFILE removed.
+    // name without "php"), TEMPFILE removed; 4 also, before the backup and
+    // with nothing made, a file name holding a control character.
     int Php_addModule(std::string apacheConfFile, std::string moduleName);
     // Drops the LoadModule lines that Php_checkModule would find. TEMPFILE
     // is opened in append mode: what it already holds comes first in the
@@ -264,7 +267,8 @@ public:
     // folder, mode 777), or appends it when there is none. 0; 1 the file
     // cannot be opened or appended to, or holds a line over 2999 characters
     // (it is then left as it is, not cut short); 2 HttpdConfFile.efcgid
-    // cannot be created.
+    // cannot be created; 3, right after tracking and with nothing printed or
+    // made, a Module holding a control character, '"', '<' or '>'.
     int ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module);
     // Makes <site folder>/.setting_php (mode 04505) holding a copy of
     // phpCGIPath, owned by the ServerAdmin's user and qz7group, and puts the

@@ -17,6 +17,10 @@
 // longer than 2998 characters ends a scan as the end of the file would (delete
 // and edit then keep only the lines before it). A copy or an appended line
 // that cannot be written whole leaves the file as it was, and 0 is returned.
+// A line to be written (addParamInFile's value; editParamValueInFile's name,
+// delimiter and new value) that holds a control character other than a tab
+// (a tab can be the delimiter or a blank in a value) is refused: 0, before
+// the file is opened.
 class QZ_EXPORT FileHandling {
 public:
     FileHandling();
@@ -25,7 +29,7 @@ public:
     // the file does not open.
     int isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter, char commentChar);
     // Appends value and a newline (no duplicate check). 1 done; 0 the file
-    // does not open.
+    // does not open, or value refused.
     int addParamInFile(std::string filePath, std::string value);
     // Rewrites the file through filePath + "_qzbackup" without its empty lines
     // and every matching line; comment lines stay. 1 when a line was removed;
@@ -34,7 +38,8 @@ public:
     int delParamFromFile(std::string filePath, std::string paramName, std::string paramValue, char delimeter, char commentChar);
     // The same rewrite, but each matching line becomes paramName, the
     // delimiter and newParamValue, and comment lines are dropped even when
-    // nothing matches. 1 when a line was changed; 0 otherwise.
+    // nothing matches. 1 when a line was changed; 0 otherwise (with the file
+    // left as it is when a value is refused).
     int editParamValueInFile(std::string filePath, std::string paramName, std::string paramValue, std::string newParamValue, char delimeter, char commentChar);
 };
 

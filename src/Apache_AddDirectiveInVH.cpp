@@ -4,10 +4,12 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_AddDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
                                           std::string value, bool valueQuoted) {
     const qz::OperationLock lock;
+    if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value))) return 5;
     const std::string line = valueQuoted ? directive + " \"" + value + "\"" : directive + " " + value;
     return qz::addLinesToDomainBlocks(apacheConfFile, domainName, qz::plans::kAddDirectiveInVH, {line}, true);
 }

@@ -4,9 +4,11 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_AddDirectivesInVH(std::string apacheConfFile, std::string domainName,
                                            std::vector<std::string> directives) {
     const qz::OperationLock lock;
+    if (!qz::allLineValues(directives)) return 5;
     return qz::addLinesToDomainBlocks(apacheConfFile, domainName, qz::plans::kAddDirectivesInVH, directives, false);
 }

@@ -4,10 +4,12 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName, std::string ip,
                                                std::string port) {
     const qz::OperationLock lock;
+    if (!qz::isTagSafe(ip) || !qz::isTagSafe(port)) return 5;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     return rewriteLines(apacheConfFile, plans::kChangeVirtualHostPort, {1, 2, 3},

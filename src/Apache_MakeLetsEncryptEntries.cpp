@@ -4,6 +4,7 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 namespace {
 // Lines of up to 5998 characters; empty lines are copied, so the final empty
@@ -16,6 +17,8 @@ int ApacheHelper::Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std:
                                                 std::string port, std::vector<std::string> directives,
                                                 bool makeNVHentry, std::string NVHentry) {
     const qz::OperationLock lock;
+    if (!qz::isTagSafe(ip) || !qz::isTagSafe(port) || !qz::allLineValues(directives) || !qz::isLineValue(NVHentry))
+        return 5;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     bool done = false;  // the block is closed: the rest is copied as it is

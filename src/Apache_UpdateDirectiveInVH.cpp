@@ -4,10 +4,12 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
                                              std::string value, bool valueQuoted) {
     const qz::OperationLock lock;
+    if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value))) return 5;
     using namespace qz;
     const std::string replacement =
         valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;

@@ -4,10 +4,12 @@
 
 #include "DirectoryScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName,
                                                    std::string dirPath, std::vector<std::string> entry) {
     const qz::OperationLock lock;
+    if (!qz::allLineValues(entry)) return 5;
     using namespace qz;
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryDirectives, domainName, dirPath, true,
                                 SectionEdit::Replace, std::string(), entry);

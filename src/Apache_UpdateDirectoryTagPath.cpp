@@ -4,10 +4,12 @@
 
 #include "DirectoryScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath,
                                                 std::string newPath) {
     const qz::OperationLock lock;
+    if (!qz::isQuotedValue(newPath)) return 5;
     using namespace qz;
     // An unquoted path is compared as it stands, ">" included.
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryTagPath, domainName, oldPath, false,

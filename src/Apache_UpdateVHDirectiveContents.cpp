@@ -4,10 +4,12 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName,
                                                    std::string directive, std::string value, bool addValue) {
     const qz::OperationLock lock;
+    if (!qz::isLineValue(value)) return 5;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     bool inNested = false;

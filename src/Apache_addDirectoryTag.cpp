@@ -4,10 +4,12 @@
 
 #include "DirectoryScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int ApacheHelper::Apache_addDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath,
                                          std::vector<std::string> dirEntry) {
     const qz::OperationLock lock;
+    if (!qz::isQuotedValue(dirPath) || !qz::allLineValues(dirEntry)) return 5;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     // `added`: the section went in; the rest of the file is copied as it is.

@@ -5,6 +5,7 @@
 #include "CQZWebsite.h"
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 namespace {
 
@@ -17,6 +18,7 @@ constexpr FilePlan kAddModule{".qzbackup.rt", "_md", plans::kServerLimit, LoopEn
 
 int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
     const qz::OperationLock lock;
+    if (qz::hasControlChar(moduleName)) return 5;
     makeBackup(apacheConfFile, kAddModule);
     LineReader in(apacheConfFile, kAddModule.limit);
     if (!in.isOpen()) return 1;

@@ -5,6 +5,7 @@
 
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 namespace {
 
@@ -63,6 +64,7 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
 int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
                                         bool beforeReference, int lineCount) {
     const qz::OperationLock lock;
+    if (!qz::isLineValue(entry)) return 5;
     makeBackup(apacheConfFile, kWriteDirective);
     const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
     if (byReference >= 0) return byReference;

@@ -4,11 +4,13 @@
 #include "QZCore.h"
 #include "WebUserFile.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 char CQZUsers::ChangePasswd(std::string UserName, std::string Passwd) {
     const qz::OperationLock lock;
     const std::string key = UserName + ":";
     qz::trackMethod(TrackManager, "ChangePasswd", {UserName, Passwd}, {"UserName", "Passwd"});
+    if (!qz::isWebLogin(UserName) || qz::hasControlChar(Passwd)) return 22;
 
     const std::string line = key + Passwd;
     const qz::WebUserRewrite done = qz::rewriteWebUsers(*this, key, &line);

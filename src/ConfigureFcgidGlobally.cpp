@@ -4,10 +4,12 @@
 #include "ApacheHelper.h"
 #include "DirectiveScan.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "ConfigureFcgidGlobally", {HttpdConfFile, Module}, {"HttpdConfFile", "Module"});
+    if (!qz::isTagSafe(Module)) return 3;
     ApacheHelper helper;
     std::string socketPath, sharememPath;
     helper.Apache_getDirectiveValue(HttpdConfFile, "SocketPath", socketPath, false);

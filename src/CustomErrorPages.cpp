@@ -3,6 +3,7 @@
 
 #include "QZCore.h"
 #include "QZLock.h"
+#include "Validate.h"
 #include "WebsiteInfoScan.h"
 
 #include <utility>
@@ -24,7 +25,9 @@ bool isErrorTarget(const std::string& target) {
         return qz::safeConfigText(target.substr(1, target.size() - 2));
     const bool local = !target.empty() && target[0] == '/';
     const bool url = target.rfind("http://", 0) == 0 || target.rfind("https://", 0) == 0;
-    return (local || url) && qz::safeConfigText(target) && target.find(' ') == std::string::npos;
+    // A local path is a URL path of the site: no ".." in it either.
+    return (local || url) && qz::safeConfigText(target) && target.find(' ') == std::string::npos &&
+           !(local && qz::hasDotDot(target));
 }
 
 // Rewrites every block of the site: the code's ErrorDocument lines are

@@ -8,6 +8,7 @@
 #include "PhpFpm.h"
 #include "QZCommon.h"
 #include "QZLock.h"
+#include "SafePath.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -21,27 +22,21 @@
 
 namespace {
 
-// A file descriptor closed when it goes.
-struct Fd {
-    explicit Fd(int fd) : fd(fd) {}
-    ~Fd() {
-        if (fd >= 0) close(fd);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int fd;
-};
-
 // The owner of the document root, found without following a link anywhere
 // below the site folder (the customer could point one at another user's
-// folder): the site folder is opened, then each component of the rest in
-// turn. Also makes the site's tmp folder (mode 0700, owned by that user).
+// folder): the site folder is opened (the folders above it walked as
+// SafePath.h walks them), then each component of the rest in turn. Also
+// makes the site's tmp folder (mode 0700, owned by that user), opened and
+// chowned through the site folder's descriptor.
 // False when a component is a link, "..", missing or not a folder, or tmp
 // is not a folder of its own.
 bool siteOwner(const std::string& site, const std::string& documentRoot, struct stat& owner) {
-    Fd dir(open(site.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (dir.fd < 0) return false;
-    Fd tmpParent(dup(dir.fd));
+    qz::SafeFolder above;
+    const size_t cut = site.rfind('/');
+    if (cut == std::string::npos || !qz::openFolder(site.substr(0, cut + 1), above)) return false;
+    qz::Fd dir(openat(above.fd.get(), site.c_str() + cut + 1, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!dir.ok()) return false;
+    const qz::Fd tmpParent(dup(dir.get()));
     std::string_view rest = std::string_view(documentRoot).substr(site.size());
     while (!rest.empty()) {
         const size_t slash = rest.find('/');
@@ -49,15 +44,13 @@ bool siteOwner(const std::string& site, const std::string& documentRoot, struct 
         rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
         if (part.empty() || part == ".") continue;
         if (part == "..") return false;
-        const int next = openat(dir.fd, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (next < 0) return false;
-        close(dir.fd);
-        dir.fd = next;
+        dir.reset(openat(dir.get(), part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!dir.ok()) return false;
     }
-    if (fstat(dir.fd, &owner) != 0 || owner.st_uid == 0) return false;
-    if (mkdirat(tmpParent.fd, "tmp", 0700) != 0 && errno != EEXIST) return false;
-    Fd tmp(openat(tmpParent.fd, "tmp", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    return tmp.fd >= 0 && fchown(tmp.fd, owner.st_uid, owner.st_gid) == 0;
+    if (fstat(dir.get(), &owner) != 0 || owner.st_uid == 0) return false;
+    if (mkdirat(tmpParent.get(), "tmp", 0700) != 0 && errno != EEXIST) return false;
+    const qz::Fd tmp(openat(tmpParent.get(), "tmp", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return tmp.ok() && fchown(tmp.get(), owner.st_uid, owner.st_gid) == 0;
 }
 
 // The names of a user and a group id in the system root's account files; ""

@@ -4,6 +4,7 @@
 #include "ApacheDiscovery.h"
 #include "QZCore.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 #include <cstdio>
 
@@ -46,6 +47,7 @@ Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::str
 
 int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName) {
     const qz::OperationLock lock;
+    if (qz::hasControlChar(moduleName)) return 4;
     qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
     const std::string scratch = qz::str(TEMPFILE);
 

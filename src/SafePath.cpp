@@ -99,6 +99,33 @@ bool walk(const std::string& path, SafeFolder& folder, Walk* seen) {
 
 bool openFolder(const std::string& path, SafeFolder& folder) { return walk(path, folder, nullptr); }
 
+bool openEntry(const std::string& path, Fd& entry) {
+    entry.reset();
+    std::string trimmed = path;
+    while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.pop_back();
+    const size_t slash = trimmed.rfind('/');
+    const std::string name = slash == std::string::npos ? trimmed : trimmed.substr(slash + 1);
+    SafeFolder folder;
+    if (!openFolder(slash == std::string::npos ? "." : trimmed.substr(0, slash + 1), folder)) return false;
+    if (name.empty() || name == ".") {
+        entry = std::move(folder.fd);
+        return true;
+    }
+    if (name == "..") {
+        errno = EPERM;
+        return false;
+    }
+    Fd fd(::openat(folder.fd.get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat st;
+    if (!fd.ok() || fstat(fd.get(), &st) != 0) return false;
+    if (!S_ISDIR(st.st_mode) && !(S_ISREG(st.st_mode) && st.st_nlink == 1)) {
+        errno = S_ISLNK(st.st_mode) ? ELOOP : EPERM;
+        return false;
+    }
+    entry = std::move(fd);
+    return true;
+}
+
 bool FolderLock::lock(const std::string& folderPath) {
     release();
     SafeFolder folder;

@@ -60,6 +60,13 @@ struct SafeFolder {
 // others can write, or is no folder (ENOTDIR or ELOOP), or cannot be opened.
 bool openFolder(const std::string& path, SafeFolder& folder);
 
+// Opens what `path` names itself (an O_PATH descriptor): its folders as
+// openFolder walks them, the last component never through a link, and kept
+// only when it is a folder or a regular file with one name. False, with
+// errno set as openFolder sets it (ELOOP for a link, EPERM for anything else
+// refused).
+bool openEntry(const std::string& path, Fd& entry);
+
 // Whether a failure of openFolder or of an open in it (its errno) is a
 // refusal: a link, a FIFO without a reader, no folder, a "..".
 bool isRefusal(int error);

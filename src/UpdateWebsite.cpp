@@ -13,6 +13,8 @@
 
 #include "QZCore.h"
 #include "QZLock.h"
+#include "SafePath.h"
+#include "Validate.h"
 #include "WebsiteInfoScan.h"
 
 #include <fcntl.h>
@@ -185,14 +187,8 @@ std::string pairLine(InfoKind kind, const NameValueSt& pair) {
     return std::string(qz::directiveOf(kind)) + " " + pair.Name + " " + value;
 }
 
-bool hasDotDot(const std::string& path) {
-    for (size_t at = 0; (at = path.find("..", at)) != std::string::npos; at += 2)
-        if ((at == 0 || path[at - 1] == '/') && (at + 2 == path.size() || path[at + 2] == '/')) return true;
-    return false;
-}
-
 bool acceptablePath(const std::string& path) {
-    return qz::safeConfigText(path) && path[0] == '/' && !hasDotDot(path);
+    return qz::safeConfigText(path) && path[0] == '/' && !qz::hasDotDot(path);
 }
 
 // ---- Applying a plan to one block -----------------------------------------
@@ -351,9 +347,12 @@ void gatherNames(const std::vector<std::string>& lines, StringVector& names) {
     }
 }
 
-// Sets the permission bits of the folder, never through a link.
+// Sets the permission bits of the folder, reached through no link that a
+// customer could have planted in any component, and not a file with a second
+// name elsewhere (the mode is set on the very folder checked).
 void applyMode(const std::string& folder, mode_t mode) {
-    if (fchmodat(AT_FDCWD, folder.c_str(), mode & 07777, AT_SYMLINK_NOFOLLOW) != 0)
+    qz::Fd entry;
+    if (!qz::openEntry(folder, entry) || chmod(qz::descriptorPath(entry).c_str(), mode & 07777) != 0)
         qz::sayLine("Error while setting the mode of " + folder);
 }
 

@@ -4,6 +4,7 @@
 #include "QZCore.h"
 #include "WebUserFile.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 #include <fstream>
 
@@ -30,6 +31,7 @@ char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
     const std::string login = qz::str(UserName);
     const std::string password = qz::str(Passwd);
     qz::trackMethod(TrackManager, "UserCreate", {login, password}, {"UserName", "Passwd"});
+    if (!qz::isWebLogin(login) || qz::hasControlChar(password)) return 'N';
 
     const std::string file = qz::webUserFile(*this);
     // A folder opens for reading here and fails only when opened for writing.

@@ -9,6 +9,7 @@ char CQZUsers::UserDelete(const char* UserName) {
     const qz::OperationLock lock;
     const std::string login = qz::str(UserName);
     qz::trackMethod(TrackManager, "UserDelete", {login}, {"UserName"});
+    if (!qz::isWebLogin(login)) return 'N';
 
     // The key ends with the ":", so deleting "bo" keeps "bob".
     switch (qz::rewriteWebUsers(*this, login + ":", nullptr).result) {

@@ -16,6 +16,22 @@ bool noControlChars(std::initializer_list<std::string_view> values) {
     return true;
 }
 
+bool isLineValue(std::string_view value) {
+    for (char c : value) {
+        const unsigned char u = static_cast<unsigned char>(c);
+        if ((u < 0x20 && c != '\t') || u == 0x7f) return false;
+    }
+    return true;
+}
+
+bool allLineValues(const std::vector<std::string>& values) {
+    for (const std::string& value : values)
+        if (!isLineValue(value)) return false;
+    return true;
+}
+
+bool isQuotedValue(std::string_view value) { return isLineValue(value) && value.find('"') == std::string_view::npos; }
+
 namespace {
 
 bool isLabelChar(char c, bool unicode) {

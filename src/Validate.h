@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qz {
 
@@ -22,6 +23,19 @@ bool noControlChars(std::initializer_list<std::string_view> values);
 // starting or ending with a hyphen, 253 characters at most; with `wildcard`
 // it may also start with "*.". A trailing dot is not taken.
 bool isHostName(std::string_view name, bool wildcard = false);
+
+// A value that may stand in a configuration or key/value line as given: no
+// control character but the tab, which such lines already take as a blank
+// (Apache between the words of a directive, a key/value file as its
+// delimiter), so a tab never starts a line of its own.
+bool isLineValue(std::string_view value);
+
+// Every one of `values` is a line value.
+bool allLineValues(const std::vector<std::string>& values);
+
+// A line value that also stands inside double quotes the library writes
+// around it: no '"', which would end it there.
+bool isQuotedValue(std::string_view value);
 
 // A domain as a customer may spell it: a host name whose labels may also
 // hold bytes of UTF-8 characters (0x80 and above) for an international name

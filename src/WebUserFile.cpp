@@ -1,6 +1,7 @@
 #include "WebUserFile.h"
 
 #include "QZCore.h"
+#include "Validate.h"
 
 namespace qz {
 
@@ -32,6 +33,10 @@ WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, co
     in.close();
     if (!rewrite.commit()) return {WebUserRewrite::kScratchNotOpened, found};
     return {WebUserRewrite::kDone, found};
+}
+
+bool isWebLogin(const std::string& login) {
+    return login.find(':') == std::string::npos && !hasControlChar(login);
 }
 
 }  // namespace qz

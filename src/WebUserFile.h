@@ -31,6 +31,10 @@ struct WebUserRewrite {
 };
 WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, const std::string* replacement);
 
+// A login that stands before the ':' of its line and ends nowhere else: no
+// ':' and no control character.
+bool isWebLogin(const std::string& login);
+
 }  // namespace qz
 
 #endif

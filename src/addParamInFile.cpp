@@ -3,10 +3,12 @@
 
 #include "QZCore.h"
 #include "QZLock.h"
+#include "Validate.h"
 
 // A line that cannot be written whole is taken back: 0, the file as it was.
 int FileHandling::addParamInFile(std::string filePath, std::string value) {
     const qz::OperationLock lock;
+    if (!qz::isLineValue(value)) return 0;
     qz::OutFile out;
     if (!out.openAppendTarget(filePath.c_str())) return 0;
     out.writeLine(value);

@@ -7,6 +7,7 @@
 #include "QZTestFixture.h"
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <csignal>
@@ -37,6 +38,7 @@ protected:
         chmod(root_.c_str(), 0711);  // the customer reaches its own site
         makeDir("/etc/apache2/qz");
         makeDir("/conf");
+        makeDir("/etc/webusers");
         writeFile("/etc/passwd", "root:x:0:0::/root:/bin/sh\nnobody:x:65534:65534::/:/bin/sh\n");
         makeDir("/victim");
         writeFile("/victim/passwd", "root:x:0:0::/root:/bin/sh\n");
@@ -55,6 +57,8 @@ protected:
         for (const auto& entry : std::filesystem::recursive_directory_iterator(path("/home/sites/a.com")))
             ASSERT_EQ(lchown(entry.path().c_str(), kCustomer, kCustomer), 0);
         ASSERT_EQ(chown(site().c_str(), kCustomer, kCustomer), 0);
+        writeFile("/conf/params", "k=v\n");
+        writeFile("/etc/webusers/passwd.a.com", "u:pw\n");
         writeFile("/conf/httpd.conf",
                   "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tServerAdmin nobody@a.com\n\tDocumentRoot \"" +
                       site() + "/www/html\"\n\tServerAlias www.a.com\n\tCustomLog " + site() +
@@ -112,6 +116,14 @@ protected:
             if (conf.find("app.conf") != std::string::npos || conf.find("|/bin/sh") != std::string::npos)
                 table += "; A LINE INJECTED";
             if (conf.find("\n<Directory />\n") == std::string::npos) table += "; <Directory /> LOST";
+            // Typed values carry this word: no file may hold it afterwards.
+            for (const auto& entry : std::filesystem::recursive_directory_iterator(root_)) {
+                if (entry.symlink_status().type() != std::filesystem::file_type::regular) continue;
+                std::ifstream in(entry.path());
+                const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+                if (text.find("INJECTED") != std::string::npos)
+                    table += "; INJECTED INTO " + entry.path().string().substr(root_.size());
+            }
             table += "\n";
         }
         return table;
@@ -149,6 +161,29 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
     const std::string auth = site() + "/webusers_a.com.htpasswd";
     const std::string injected = "x.test\nInclude " + victim("app.conf");
     VHostEntry piped = websiteRecord("10.0.0.2", "b.com", "b.com", path("/home/sites/"), '0', "a\n\tErrorLog \"|/bin/sh -c id\"");
+    auto accessMode = [&](const std::string& dirPath) {
+        UpdateVHost record = {};
+        record.pDomain = "a.com";
+        website().GetWebsiteInfo(&record);
+        record.DirPath = dirPath.c_str();
+        record.AccessMode = 0777;
+        return show(+website().UpdateWebsite(&record));
+    };
+    // A site with a <Directory> section and no handler.
+    auto plainSite = [&] {
+        writeFile("/conf/httpd.conf", "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tDocumentRoot \"" + html +
+                                          "\"\n\t<Directory \"" + html + "\">\n\t\tRequire all granted\n\t</Directory>\n"
+                                          "</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n");
+    };
+    auto fpm = [&] {
+        makeDir("/etc/php/8.2/fpm/pool.d");
+        writeFile("/etc/group", "nogroup:x:65534:\n");
+        fakeCommand("php-fpm8.2", "exit 0");
+        plainSite();
+    };
+    auto users = [] { return CQZUsers(nullptr, "", "a.com", ""); };
+    const std::string params = path("/conf/params");
+    ApacheHelper kit;
     VHostEntry outside = websiteRecord("10.0.0.2", "../../victim", "b.com", path("/home/sites/"), '0');
 
     const std::vector<Row> rows = {
@@ -191,6 +226,41 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"host header: a .. domain", none, [&] { return show(website().DeleteHostHeader("../../victim/app", "x.test")); }},
         {"create website: a newline in ServerAdmin", none, [&] { return show(+website().CreateWebsite(&piped)); }},
         {"create website: a .. domain", none, [&] { return show(+website().CreateWebsite(&outside)); }},
+        {"users: a newline in the login", none, [&] { return show(users().UserCreate("u\nINJECTED", "pw")); }},
+        {"users: a ':' in the login", none, [&] { return show(users().UserCreate("INJECTED:x", "pw")); }},
+        {"users: a newline in the password", none, [&] { return show(users().UserCreate("v", "pw\nINJECTED")); }},
+        {"users: a newline in a changed password", none, [&] { return show(users().ChangePasswd("u", "pw\nINJECTED")); }},
+        {"params: a newline in an added line", none, [&] { return show(FileHandling().addParamInFile(params, "k=v\nINJECTED")); }},
+        {"params: a tab in an added line", none, [&] { return show(FileHandling().addParamInFile(params, "k\tv")); }},
+        {"params: a newline in an edited value", none, [&] { return show(FileHandling().editParamValueInFile(params, "k", "v", "w\nINJECTED", '=', '#')); }},
+        {"toolkit add: a newline in the value", none, [&] { return show(kit.Apache_AddDirectiveInVH(conf_, "a.com", "Header", "x\nINJECTED", false)); }},
+        {"toolkit add: a quote in a quoted value", none, [&] { return show(kit.Apache_AddDirectiveInVH(conf_, "a.com", "SetEnv", "x\" INJECTED", true)); }},
+        {"toolkit add: a tab in the value", none, [&] { return show(kit.Apache_AddDirectiveInVH(conf_, "a.com", "Options", "-Indexes\t+FollowSymLinks", false)); }},
+        {"toolkit add several: a newline in one", none, [&] { return show(kit.Apache_AddDirectivesInVH(conf_, "a.com", {"Header x", "y\nINJECTED"})); }},
+        {"toolkit update: a carriage return in the value", none, [&] { return show(kit.Apache_UpdateDirectiveInVH(conf_, "a.com", "ServerAdmin", "x\rINJECTED", false)); }},
+        {"toolkit contents: a newline in the value", plainSite, [&] { return show(kit.Apache_UpdateVHDirectiveContents(conf_, "a.com", "<Directory", "x\nINJECTED", true)); }},
+        {"toolkit write: a newline in the entry", none, [&] { return show(kit.Apache_writeDirective(conf_, "x\nINJECTED", "Include", false, -1)); }},
+        {"toolkit directory: a quote in the path", plainSite, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x\">\nINJECTED", {})); }},
+        {"toolkit directory: a NUL in an entry", plainSite, [&] { return show(kit.Apache_addDirectoryTag(conf_, "a.com", "/x", {std::string("x\0INJECTED", 10)})); }},
+        {"toolkit directory path: a newline", plainSite, [&] { return show(kit.Apache_UpdateDirectoryTagPath(conf_, "a.com", html, "/y\nINJECTED")); }},
+        {"toolkit directory entries: a DEL", plainSite, [&] { return show(kit.Apache_UpdateDirectoryDirectives(conf_, "a.com", html, {"x\x7fINJECTED"})); }},
+        {"toolkit port: a newline in the address", none, [&] { return show(kit.Apache_ChangeVirtualHostPort(conf_, "a.com", "10.0.0.1>\nINJECTED", "80")); }},
+        {"toolkit certificates: a newline in the entry after", none, [&] { return show(kit.Apache_MakeLetsEncryptEntries(conf_, "a.com", "10.0.0.1", "443", {"SSLEngine on"}, true, "x\nINJECTED")); }},
+        {"toolkit module: a newline in the name", none, [&] { return show(kit.Apache_addModule(conf_, "x\nINJECTED")); }},
+        {"php module: a newline in the module", [&] { writeFile("/conf/httpd.conf", "<VirtualHost 10.0.0.1:80>\n\tServerName a.com\n\tCustomLog x combined\n</VirtualHost>\n<Directory />\n\tRequire all denied\n</Directory>\n"); }, [&] { return show(website().EnablePhp("a.com", "mod_php5\nINJECTED")); }},
+        {"php module: a newline in the file name", none, [&] { return show(website().Php_addModule(conf_, "libphp5.so\nINJECTED")); }},
+        {"fcgid settings: a newline in the module", none, [&] { return show(website().ConfigureFcgidGlobally(conf_, "mod_fcgid\nINJECTED")); }},
+        {"access mode: the folder a link", [&] { link(path("/victim"), html + "/shop"); }, [&] { return accessMode(html + "/shop"); }},
+        {"access mode: a middle folder a link", [&] { link(path(""), html + "/shop"); }, [&] { return accessMode(html + "/shop/victim"); }},
+        {"access mode: a hard link", [&] { ASSERT_EQ(::link(victim("shadow").c_str(), (html + "/hl").c_str()), 0); }, [&] { return accessMode(html + "/hl"); }},
+        {"access mode: a .. path", none, [&] { return accessMode(html + "/../../../../victim"); }},
+        {"fpm: tmp a link to a folder", [&] { fpm(); link(path("/victim"), site() + "/tmp"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
+        {"fpm: tmp a FIFO", [&] { fpm(); mkfifo_(site() + "/tmp"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
+        {"fpm: a middle folder a link", [&] { fpm(); std::filesystem::rename(site() + "/www", site() + "/w"); link(path("/victim"), site() + "/www"); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
+        {"fpm: a folder above the site a link, in a folder the customer owns", [&] { fpm(); ASSERT_EQ(chown(path("/home").c_str(), kCustomer, kCustomer), 0); std::filesystem::rename(path("/home/sites"), path("/home/real")); link(path("/home/real"), path("/home/sites")); }, [&] { return show(website().EnablePhpFpm("a.com", "8.2")); }},
+        {"error page: a .. path", none, [&] { return show(CustomErrorPages(nullptr, conf_).setErrorPage("a.com", 404, "/../INJECTED")); }},
+        {"maintenance: a .. domain", none, [&] { return show(website().EnableMessage("../../victim", "<p>INJECTED</p>", 60)); }},
+        {"maintenance off: a .. domain", none, [&] { return show(website().DisableMessage("../../victim")); }},
     };
     captureOutput();
     const std::string table = attack(rows);
