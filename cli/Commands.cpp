@@ -443,7 +443,7 @@ std::vector<Command> table() {
         // Web users.
         {"user-create", "CQZUsers::UserCreate", "add a user to the site's web-user file (which must exist)",
          userOptions({req("user-name", "the login"), req("passwd", "the password, stored as given")}),
-         {{'M', "'M'", true, "added"}, {'N', "'N'", false, "the web-user file does not exist or cannot be written"}},
+         {{'M', "'M'", true, "added"}, {'N', "'N'", false, "the web-user file does not exist or cannot be written, or the login or password was refused"}},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -452,7 +452,7 @@ std::vector<Command> table() {
         {"user-delete", "CQZUsers::UserDelete", "remove a user from the site's web-user file",
          userOptions({req("user-name", "the login")}),
          {{'O', "'O'", true, "done (also when the user was not there)"},
-          {'N', "'N'", false, "the web-user file does not exist or cannot be read"}, kScratch},
+          {'N', "'N'", false, "the web-user file does not exist or cannot be read, or the login was refused"}, kScratch},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -461,7 +461,7 @@ std::vector<Command> table() {
         {"user-passwd", "CQZUsers::ChangePasswd", "change a web user's password",
          userOptions({req("user-name", "the login"), req("passwd", "the new password, stored as given")}),
          {{'L', "'L'", true, "changed"}, {'5', "'5'", false, "no such user"},
-          {22, "22", false, "the web-user file could not be opened, or holds a line too long"}, kScratch},
+          {22, "22", false, "the web-user file could not be opened or holds a line too long, or the login or password was refused"}, kScratch},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
