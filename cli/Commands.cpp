@@ -12,6 +12,8 @@
 namespace cli {
 namespace {
 
+namespace result = qz::result;
+
 Option req(const char* name, const char* help, size_t capacity = 0) { return {name, help, true, false, capacity}; }
 Option opt(const char* name, const char* help, size_t capacity = 0) { return {name, help, false, false, capacity}; }
 Option flg(const char* name, const char* help) { return {name, help, false, true, 0}; }
@@ -150,15 +152,16 @@ void directiveOptionsFit(const Args& a) {
 }
 
 // Results shared by many operations.
-const Code kNoConf{21, "21", false, "no configuration file was given"};
-const Code kConfUnreadable{22, "22", false, "the configuration file could not be opened"};
-const Code kConfUnreadableOrLong{22, "22", false, "the configuration file could not be opened, or holds a line too long"};
-const Code kScratch{23, "23", false, "the scratch file could not be written"};
-const Code kHandlerDone{96, "96", true, "done (also when the site had nowhere to put the block)"};
-const Code kHandlerConf{21, "21", false, "the configuration file could not be opened"};
+const Code kNoConf{result::NoConfigFile, "21", false, "no configuration file was given"};
+const Code kConfUnreadable{result::ConfigNotOpened, "22", false, "the configuration file could not be opened"};
+const Code kConfUnreadableOrLong{result::ConfigNotOpened, "22", false, "the configuration file could not be opened, or holds a line too long"};
+const Code kScratch{result::ScratchNotWritten, "23", false, "the scratch file could not be written"};
+const Code kHandlerDone{result::handler::Done, "96", true, "done (also when the site had nowhere to put the block)"};
+const Code kHandlerConf{result::handler::ConfigNotOpened, "21", false, "the configuration file could not be opened"};
 const char* kConfOnly = "the configuration file";
-const std::vector<Code> kErrorPageCodes = {{0, "0", true, "done"}, {1, "1", false, "a value was refused (nothing written)"},
-                                           {26, "26", false, "no block names the website"}, kNoConf, kConfUnreadable, kScratch};
+const std::vector<Code> kErrorPageCodes = {{result::errorPage::Done, "0", true, "done"},
+                                           {result::errorPage::Refused, "1", false, "a value was refused (nothing written)"},
+                                           {result::errorPage::NoSuchSite, "26", false, "no block names the website"}, kNoConf, kConfUnreadable, kScratch};
 
 const Option kDomain = req("domain-name", "the website's ServerName");
 const Option kVdirDomain = req("domain-name", "the website's ServerName", 1024);
@@ -221,8 +224,8 @@ std::vector<Option> userOptions(std::vector<Option> more) {
 }
 
 // The handler edits that answer 0 or 21.
-const std::vector<Code> kRewriteCodes = {{0, "0", true, "done"},
-                                         {21, "21", false, "the configuration file could not be opened, or holds a line too long"}};
+const std::vector<Code> kRewriteCodes = {{result::handler::Rewritten, "0", true, "done"},
+                                         {result::handler::ConfigNotOpened, "21", false, "the configuration file could not be opened, or holds a line too long"}};
 const std::vector<Code> kRedirectAlways = {{1, "true", true, "done (also when there was nothing to change)"}};
 
 std::vector<Command> table() {
@@ -239,9 +242,9 @@ std::vector<Command> table() {
           checked(opt("ip-switch", "0 append the block (default); 1 also add NameVirtualHost; 2 place it in the address's block", 2),
                   isIpSwitch),
           opt("admin-passwd", "carried in the record; not used", 80)},
-         {{94, "94", true, "the website was created"},
-          {92, "92", false, "a website of that name exists, or another site holds the address"},
-          {2, "2", false, "a folder of the site could not be made"}, kNoConf, kConfUnreadableOrLong, kScratch},
+         {{result::website::Created, "94", true, "the website was created"},
+          {result::website::NameTaken, "92", false, "a website of that name exists, or another site holds the address"},
+          {result::website::FolderNotMade, "2", false, "a folder of the site could not be made"}, kNoConf, kConfUnreadableOrLong, kScratch},
          none, "the configuration file (not the folders it makes)",
          [](const Args& a, const Context& c, Outcome& o) {
              VHostEntry v = {};
@@ -258,46 +261,50 @@ std::vector<Command> table() {
          }},
         {"delete-website", "CQZWebsite::DeleteWebsite", "remove every block of a website (its folders stay)",
          {kDomain},
-         {{24, "24", true, "done (also when no block named the site)"}, kNoConf, kConfUnreadableOrLong, kScratch},
+         {{result::website::Deleted, "24", true, "done (also when no block named the site)"}, kNoConf, kConfUnreadableOrLong, kScratch},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DeleteWebsite(a.get("domain-name").c_str(), 0); }},
         {"website-exists", "CQZWebsite::WebsiteExists", "tell whether a live (not stopped) block names the website",
          {kDomain},
-         {{31, "31", true, "the website exists"}, {32, "32", false, "no live block names the website"}, kNoConf, kConfUnreadable},
+         {{result::website::Exists, "31", true, "the website exists"},
+          {result::website::DoesNotExist, "32", false, "no live block names the website"},
+          kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).WebsiteExists(a.get("domain-name").c_str()); }},
         {"list-websites", "CQZWebsite::ListWebsites", "list the ServerName of every block, included files too",
          {},
-         {{28, "28", true, "done"}, kNoConf, kConfUnreadable},
+         {{result::website::Listed, "28", true, "done"}, kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args&, const Context& c, Outcome& o) { o.result = website(c).ListWebsites(o.list); }},
         {"stop-website", "CQZWebsite::StopWebsite", "comment out every line of the website's block",
          {kDomain},
-         {{30, "30", true, "done (also when no block named the site)"}, kConfUnreadable},
+         {{result::website::Stopped, "30", true, "done (also when no block named the site)"}, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).StopWebsite(a.get("domain-name").c_str()); }},
         {"start-website", "CQZWebsite::StartWebsite", "remove the comment marks of the website's block",
          {kDomain},
-         {{29, "29", true, "done (also when no block named the site)"}, kConfUnreadable},
+         {{result::website::Started, "29", true, "done (also when no block named the site)"}, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).StartWebsite(a.get("domain-name").c_str()); }},
         {"website-status", "CQZWebsite::GetWebsiteStatus", "tell whether the website runs or is stopped",
          {kDomain},
-         {{34, "34", true, "the website is running"}, {33, "33", true, "the website is stopped"},
-          {1, "1", false, "no block names the website"}, kNoConf, kConfUnreadable},
+         {{result::website::StatusRunning, "34", true, "the website is running"},
+          {result::website::StatusStopped, "33", true, "the website is stopped"},
+          {result::website::StatusNoSuchSite, "1", false, "no block names the website"}, kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).GetWebsiteStatus(a.get("domain-name")); }},
         {"website-info", "CQZWebsite::GetWebsiteInfo", "read a website's document root, aliases, redirects and the rest of its block",
          {kDomain},
-         {{25, "25", true, "found"}, {27, "27", false, "found, but stat of its document root failed"},
-          {26, "26", false, "no block names the website"}, kNoConf, kConfUnreadable},
+         {{result::website::Found, "25", true, "found"},
+          {result::website::FoundNoDocumentRoot, "27", false, "found, but stat of its document root failed"},
+          {result::website::NotFound, "26", false, "no block names the website"}, kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              const std::string domain = a.get("domain-name");
              UpdateVHost u = {};
              u.pDomain = domain.c_str();
              o.result = website(c).GetWebsiteInfo(&u);
-             if (o.result != 25 && o.result != 27) return;   // no record was filled
+             if (o.result != result::website::Found && o.result != result::website::FoundNoDocumentRoot) return;   // no record was filled
              o.field("doc-root-path", u.DocRootPath);
              o.field("access-mode", u.AccessMode ? "0" + octal(u.AccessMode) : "");
              o.field("server-alias", u.ServerAlias);
@@ -314,9 +321,9 @@ std::vector<Command> table() {
         {"update-website", "CQZWebsite::UpdateWebsite",
          "write a website's settings back: the JSON of website-info --json, edited",
          {kDomain, req("from-json", "the edited report of website-info --json (- reads standard input)")},
-         {{96, "96", true, "done"}, {26, "26", false, "no block names the website"},
-          {1, "1", false, "a value was refused (nothing written)"},
-          {3, "3", false, "an added ServerAlias is a name another site answers to"}, kNoConf, kConfUnreadableOrLong, kScratch},
+         {{result::website::Done, "96", true, "done"}, {result::website::NotFound, "26", false, "no block names the website"},
+          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"},
+          {result::website::AliasTaken, "3", false, "an added ServerAlias is a name another site answers to"}, kNoConf, kConfUnreadableOrLong, kScratch},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              const std::string domain = a.get("domain-name");
@@ -328,15 +335,16 @@ std::vector<Command> table() {
         {"message on", "CQZWebsite::EnableMessage",
          "answer every request with 503 and a page (but the ACME challenge path)",
          {kDomain, req("message-html", "the page's HTML"), checked(req("retry-after", "seconds, for Retry-After"), isNumber)},
-         {{96, "96", true, "done"}, {26, "26", false, "no block names the website"},
-          {1, "1", false, "a value was refused (nothing written)"}, kNoConf, kConfUnreadable, kScratch},
+         {{result::website::Done, "96", true, "done"}, {result::website::NotFound, "26", false, "no block names the website"},
+          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"}, kNoConf, kConfUnreadable, kScratch},
          maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).EnableMessage(a.get("domain-name"), a.get("message-html"), number(a, "retry-after", 0));
          }},
         {"message off", "CQZWebsite::DisableMessage", "take the website out of maintenance",
          {kDomain},
-         {{96, "96", true, "done (also when it was not on)"}, {26, "26", false, "no block names the website"},
+         {{result::website::Done, "96", true, "done (also when it was not on)"},
+          {result::website::NotFound, "26", false, "no block names the website"},
           kNoConf, kConfUnreadable, kScratch},
          maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisableMessage(a.get("domain-name")); }},
@@ -356,7 +364,9 @@ std::vector<Command> table() {
          }},
         {"error-page list", "CustomErrorPages::listErrorPages", "list the website's error pages, one \"code target\" a line",
          {kDomain},
-         {{0, "0", true, "done"}, {26, "26", false, "no block names the website"}, kNoConf, kConfUnreadable},
+         {{result::errorPage::Done, "0", true, "done"},
+          {result::errorPage::NoSuchSite, "26", false, "no block names the website"},
+          kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              NameValueVector pages;
@@ -365,23 +375,24 @@ std::vector<Command> table() {
          }},
         {"add-host-header", "CQZWebsite::AddHostHeader", "add a name to the website's ServerAlias (and its HTTPS redirect)",
          {kDomain, req("host-header", "the name to add")},
-         {{0, "0", true, "added"}, {2, "2", false, "the name is already an alias (or the start of one)"},
-          {1, "1", false, "the alias line could not be read, or the update failed"}},
+         {{result::hostHeader::Done, "0", true, "added"},
+          {result::hostHeader::AlreadyListed, "2", false, "the name is already an alias (or the start of one)"},
+          {result::hostHeader::NotUpdated, "1", false, "the alias line could not be read, or the update failed"}},
          hostHeaderFiles, "the configuration file and the site's HTTPS redirect file (apache2 or httpd layout)",
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).AddHostHeader(a.get("domain-name"), a.get("host-header")); }},
         {"delete-host-header", "CQZWebsite::DeleteHostHeader", "remove a name from the website's ServerAlias",
          {kDomain, req("host-header", "the name to remove")},
-         {{0, "0", true, "updated (also when the name was not listed)"},
-          {1, "1", false, "the alias line could not be read, or the update failed"}},
+         {{result::hostHeader::Done, "0", true, "updated (also when the name was not listed)"},
+          {result::hostHeader::NotUpdated, "1", false, "the alias line could not be read, or the update failed"}},
          hostHeaderFiles, "the configuration file and the site's HTTPS redirect file (apache2 or httpd layout)",
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DeleteHostHeader(a.get("domain-name"), a.get("host-header")); }},
 
         // Virtual directories.
         {"create-vdir", "CQZVirtualDirectory::CreateVirtualDirectory", "add a <Directory> section to every block of the website",
          vdirOptions({checked(opt("admin-flag", "non-zero: write no section"), isNumber)}),
-         {{'S', "'S'", true, "done (also when no block named the site)"},
-          {1, "1", false, "the site's block already has a section for the folder"},
-          {'W', "'W'", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
+         {{result::vdir::Created, "'S'", true, "done (also when no block named the site)"},
+          {result::vdir::SectionExists, "1", false, "the site's block already has a section for the folder"},
+          {result::vdir::Refused, "'W'", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
          authFile,
          "the configuration file and the site's password file under --web-admin-path (not the owners and modes that "
          "chown -R and chmod -R give the folder's tree)",
@@ -391,16 +402,16 @@ std::vector<Command> table() {
          }},
         {"vdir-info", "CQZVirtualDirectory::GetVirtualDirectoryinfo", "read a folder's <Directory> section of the website",
          {kVdirDomain, req("dir-path", "the folder", 1024)},
-         {{'V', "'V'", true, "the site's block was found (with or without the section)"},
-          {26, "26", false, "no block names the website"},
-          {1, "1", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadableOrLong},
+         {{result::vdir::Found, "'V'", true, "the site's block was found (with or without the section)"},
+          {result::NoSuchWebsite, "26", false, "no block names the website"},
+          {result::vdir::UnclosedQuote, "1", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadableOrLong},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              SDDir d = {};
              put(d.DomainName, a.get("domain-name"));
              put(d.DirPath, a.get("dir-path"));
              o.result = vdirs(c).GetVirtualDirectoryinfo(&d);
-             if (o.result != 'V') return;
+             if (o.result != result::vdir::Found) return;
              o.field("permission", d.Permission ? "0" + octal(d.Permission) : "0");
              o.field("order", std::to_string(d.Order));
              o.field("allow", d.Allow);
@@ -417,8 +428,8 @@ std::vector<Command> table() {
         {"update-vdir", "CQZVirtualDirectory::UpdateVirtualDirectory", "write a folder's <Directory> section of the website afresh",
          vdirOptions({opt("ruby-on-rails", "1: add the Rails FastCGI lines (replacing a section only)", 2),
                       opt("perl-enabled", "1: add the CGI handler line", 2)}),
-         {{'Y', "'Y'", true, "done (also when no block named the site)"},
-          {'W', "'W'", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
+         {{result::vdir::Updated, "'Y'", true, "done (also when no block named the site)"},
+          {result::vdir::Refused, "'W'", false, "a <Directory line of the site's block has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
          authFile, "the configuration file and the site's password file under --web-admin-path",
          [](const Args& a, const Context& c, Outcome& o) {
              SDDir d = vdirRecord(a);
@@ -426,13 +437,13 @@ std::vector<Command> table() {
          }},
         {"delete-vdir", "CQZVirtualDirectory::DeleteVirtualDirectory", "remove every <Directory> section of a folder (the folder stays)",
          {req("dir-path", "the folder, exactly as written (letter case included)")},
-         {{'U', "'U'", true, "done (also when no section named the folder)"},
-          {1, "1", false, "a <Directory line has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
+         {{result::vdir::Deleted, "'U'", true, "done (also when no section named the folder)"},
+          {result::vdir::UnclosedQuote, "1", false, "a <Directory line has an unclosed quote"}, kNoConf, kConfUnreadable, kScratch},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = vdirs(c).DeleteVirtualDirectory(a.get("dir-path").c_str()); }},
         {"list-vdirs", "CQZVirtualDirectory::VirtualDirectoryList", "list the website's aliases: target, then name, for each",
          {kDomain},
-         {{0, "0", true, "done"}, kNoConf, kConfUnreadable},
+         {{result::vdir::Listed, "0", true, "done"}, kNoConf, kConfUnreadable},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              StringVector list;
@@ -443,7 +454,8 @@ std::vector<Command> table() {
         // Web users.
         {"user-create", "CQZUsers::UserCreate", "add a user to the site's web-user file (which must exist)",
          userOptions({req("user-name", "the login"), req("passwd", "the password, stored as given")}),
-         {{'M', "'M'", true, "added"}, {'N', "'N'", false, "the web-user file does not exist or cannot be written, or the login or password was refused"}},
+         {{result::webUser::Added, "'M'", true, "added"},
+          {result::webUser::Refused, "'N'", false, "the web-user file does not exist or cannot be written, or the login or password was refused"}},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -451,8 +463,8 @@ std::vector<Command> table() {
          }, nullptr, kWithoutConf},
         {"user-delete", "CQZUsers::UserDelete", "remove a user from the site's web-user file",
          userOptions({req("user-name", "the login")}),
-         {{'O', "'O'", true, "done (also when the user was not there)"},
-          {'N', "'N'", false, "the web-user file does not exist or cannot be read, or the login was refused"}, kScratch},
+         {{result::webUser::Deleted, "'O'", true, "done (also when the user was not there)"},
+          {result::webUser::Refused, "'N'", false, "the web-user file does not exist or cannot be read, or the login was refused"}, kScratch},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -460,8 +472,8 @@ std::vector<Command> table() {
          }, nullptr, kWithoutConf},
         {"user-passwd", "CQZUsers::ChangePasswd", "change a web user's password",
          userOptions({req("user-name", "the login"), req("passwd", "the new password, stored as given")}),
-         {{'L', "'L'", true, "changed"}, {'5', "'5'", false, "no such user"},
-          {22, "22", false, "the web-user file could not be opened or holds a line too long, or the login or password was refused"}, kScratch},
+         {{result::webUser::Changed, "'L'", true, "changed"}, {result::webUser::NoSuchUser, "'5'", false, "no such user"},
+          {result::ConfigNotOpened, "22", false, "the web-user file could not be opened or holds a line too long, or the login or password was refused"}, kScratch},
          webUserFile, "the web-user file",
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -469,8 +481,8 @@ std::vector<Command> table() {
          }, nullptr, kWithoutConf},
         {"user-list", "CQZUsers::UserList", "list the logins of the site's web-user file",
          kUserOptions,
-         {{'R', "'R'", true, "done (the last line is the empty read at the end of the file)"},
-          {22, "22", false, "the web-user file could not be opened"}},
+         {{result::webUser::Listed, "'R'", true, "done (the last line is the empty read at the end of the file)"},
+          {result::ConfigNotOpened, "22", false, "the web-user file could not be opened"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              Users u(a, c);
@@ -482,14 +494,16 @@ std::vector<Command> table() {
         // Private folders.
         {"private-folder-add", "PrivateFolder::addPrivateFolder", "protect a folder with .htaccess and add a user to its .htpasswd",
          {req("folder-path", "the folder"), req("user-name", "the login"), req("user-passwd", "the password")},
-         {{1602, "1602", true, "done"}, {1601, "1601", false, ".htaccess cannot be created or htpasswd cannot be started"}},
+         {{result::privateFolder::Added, "1602", true, "done"},
+          {result::privateFolder::AddFailed, "1601", false, ".htaccess cannot be created or htpasswd cannot be started"}},
          privateFolderFiles, "the folder's .htaccess and .htpasswd",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = PrivateFolder(c.tracker).addPrivateFolder(a.get("folder-path"), a.get("user-name"), a.get("user-passwd"));
          }, nullptr, kWithoutConf},
         {"private-folder-delete", "PrivateFolder::deletePrivateFolder", "remove a user; the protection goes with the last one",
          {req("folder-path", "the folder"), req("user-name", "the login")},
-         {{1603, "1603", true, "done"}, {1604, "1604", false, "htpasswd cannot be started, or .htpasswd is gone after it"}},
+         {{result::privateFolder::Deleted, "1603", true, "done"},
+          {result::privateFolder::DeleteFailed, "1604", false, "htpasswd cannot be started, or .htpasswd is gone after it"}},
          privateFolderFiles, "the folder's .htaccess and .htpasswd",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = PrivateFolder(c.tracker).deletePrivateFolder(a.get("folder-path"), a.get("user-name"));
@@ -497,9 +511,11 @@ std::vector<Command> table() {
         {"private-folder-edit", "PrivateFolder::editPrivateFolder", "move a user's protection to another folder, or change the password",
          {req("new-folder-path", "the folder after the change"), req("old-folder-path", "the folder before it"),
           req("user-name", "the login"), req("user-passwd", "the password")},
-         {{1605, "1605", true, "done"}, {1606, "1606", false, "no .htpasswd, or htpasswd cannot be started"},
-          {1501, "1501", false, "htpasswd -D cannot be started"},
-          {1601, "1601", false, "adding to the new folder failed"}, {1604, "1604", false, "deleting from the old folder failed"}},
+         {{result::privateFolder::Edited, "1605", true, "done"},
+          {result::privateFolder::EditFailed, "1606", false, "no .htpasswd, or htpasswd cannot be started"},
+          {result::privateFolder::EditNotStarted, "1501", false, "htpasswd -D cannot be started"},
+          {result::privateFolder::AddFailed, "1601", false, "adding to the new folder failed"},
+          {result::privateFolder::DeleteFailed, "1604", false, "deleting from the old folder failed"}},
          privateFolderFiles, "the .htaccess and .htpasswd of both folders",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = PrivateFolder(c.tracker).editPrivateFolder(a.get("new-folder-path"), a.get("old-folder-path"),
@@ -509,8 +525,8 @@ std::vector<Command> table() {
         // Script handlers.
         {"enable-php", "CQZWebsite::EnablePhp", "run the website's PHP as an Apache module",
          {kDomain, req("module", "the module, such as mod_php5")},
-         {kHandlerDone, kHandlerConf, {23, "23", false, "the scratch file (.tmpdso) could not be written"},
-          {98, "98", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
+         {kHandlerDone, kHandlerConf, {result::ScratchNotWritten, "23", false, "the scratch file (.tmpdso) could not be written"},
+          {result::handler::Refused, "98", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).EnablePhp(a.get("domain-name"), a.get("module")); }},
         {"disable-php", "CQZWebsite::DisablePhp", "remove the website's PHP module block",
@@ -520,16 +536,20 @@ std::vector<Command> table() {
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisablePhp(a.get("domain-name")); }},
         {"php-status", "CQZWebsite::ISPhpEnabled", "tell which PHP handler block the website carries",
          {kDomain},
-         {{0, "0", true, "no PHP handler block"}, {1, "1", true, "PHP as an Apache module (mod_php)"},
-          {2, "2", true, "suPHP"}, {3, "3", true, "FastCGI (mod_fcgid)"}, {4, "4", true, "PHP-FPM"}, kHandlerConf},
+         {{result::handler::NoPhp, "0", true, "no PHP handler block"},
+          {result::handler::ModPhp, "1", true, "PHP as an Apache module (mod_php)"},
+          {result::handler::SuPhp, "2", true, "suPHP"},
+          {result::handler::Fcgid, "3", true, "FastCGI (mod_fcgid)"},
+          {result::handler::PhpFpm, "4", true, "PHP-FPM"},
+          kHandlerConf},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).ISPhpEnabled(a.get("domain-name")); }},
         {"configure-fcgid", "CQZWebsite::ConfigureFcgidGlobally", "add the server-wide mod_fcgid settings once",
          {opt("module", "the module (default mod_fcgid)")},
-         {{0, "0", true, "done (also when the settings were there)"},
-          {1, "1", false, "the configuration file could not be opened or appended to"},
-          {2, "2", false, "the scratch file (.efcgid) could not be written"},
-          {3, "3", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
+         {{result::handler::Rewritten, "0", true, "done (also when the settings were there)"},
+          {result::handler::FcgidFileNotOpened, "1", false, "the configuration file could not be opened or appended to"},
+          {result::handler::FcgidScratchNotOpened, "2", false, "the scratch file (.efcgid) could not be written"},
+          {result::handler::FcgidModuleRefused, "3", false, "refused, nothing written: a control character, '\"', '<' or '>' in the module"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).ConfigureFcgidGlobally(c.conf, a.get("module", "mod_fcgid"));
@@ -537,7 +557,7 @@ std::vector<Command> table() {
         {"enable-fcgid", "CQZWebsite::EnableFcgid", "run the website's PHP through mod_fcgid",
          {kDomain, req("php-cgi-path", "the PHP CGI program to copy into the site"),
           opt("suexec-setting", "enabled: add SuexecUserGroup")},
-         {kHandlerDone, kHandlerConf, {23, "23", false, "the scratch file (.tmpfcgid) could not be written"}},
+         {kHandlerDone, kHandlerConf, {result::ScratchNotWritten, "23", false, "the scratch file (.tmpfcgid) could not be written"}},
          fcgidCopy, "the configuration file and the PHP CGI copy in the site's .setting_php folder (not the folder itself)",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).EnableFcgid(a.get("domain-name"), a.get("php-cgi-path"), a.get("suexec-setting"));
@@ -545,8 +565,8 @@ std::vector<Command> table() {
         {"disable-fcgid", "CQZWebsite::DisableFcgid", "remove the website's mod_fcgid block and its PHP CGI copy",
          {kDomain, opt("module-name", "the block's module (default mod_fcgid)"),
           req("php-cgi", "the file to delete, relative to the site folder")},
-         {{96, "96", true, "done (also when the site had no block)"},
-          {87, "87", false, "the block is longer than 10 lines; nothing changed"}, kHandlerConf, kScratch},
+         {{result::handler::Done, "96", true, "done (also when the site had no block)"},
+          {result::handler::BlockTooLong, "87", false, "the block is longer than 10 lines; nothing changed"}, kHandlerConf, kScratch},
          fcgidDeleted, "the configuration file and the deleted PHP CGI copy",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).DisableFcgid(a.get("domain-name"), a.get("module-name", "mod_fcgid"), a.get("php-cgi"));
@@ -595,7 +615,8 @@ std::vector<Command> table() {
          }, nullptr, kWithoutConf},
         {"apache-restart", "CQZWebsite::CmdApchRestart", "restart Apache gracefully (SIGUSR1 to the process of its PID file)",
          {opt("pid-file", "the PID file (default: the one found under /var/run)")},
-         {{0, "0", true, "the signal was sent"}, {1, "1", false, "the PID file cannot be read or holds no process number"}},
+         {{result::apache::Restarted, "0", true, "the signal was sent"},
+          {result::apache::NoPid, "1", false, "the PID file cannot be read or holds no process number"}},
          none, kConfOnly,
          [](const Args& a, const Context&, Outcome& o) {
              CQZWebsite site;
@@ -609,9 +630,12 @@ std::vector<Command> table() {
          "read a directive's value at server level, or in a website's block with --domain-name",
          {req("directive", "the directive's name (a prefix match)"), opt("domain-name", "the website whose block to read"),
           flg("value-quoted", "the value is the text between double quotes")},
-         {{0, "0", true, "found"}, {1, "1", false, "the configuration file could not be opened"},
-          {2, "2", false, "the directive's name is empty"}, {3, "3", false, "the value is not in double quotes as --value-quoted asks"},
-          {4, "4", false, "not found in the website's block"}, {6, "6", false, "not found at server level"}},
+         {{result::toolkit::Done, "0", true, "found"},
+          {result::toolkit::FileNotOpened, "1", false, "the configuration file could not be opened"},
+          {result::toolkit::EmptyDirective, "2", false, "the directive's name is empty"},
+          {result::toolkit::NotQuoted, "3", false, "the value is not in double quotes as --value-quoted asks"},
+          {result::toolkit::NotFoundInBlock, "4", false, "not found in the website's block"},
+          {result::toolkit::NotAtServerLevel, "6", false, "not found at server level"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              std::string value;
@@ -631,9 +655,11 @@ std::vector<Command> table() {
           flg("before-reference", "server level: write before the reference, not after it"),
           checked(opt("line-count", "server level, no reference found: the line number to write before (default -1: at the end)"),
                   isNumber)},
-         {{0, "0", true, "done"}, {1, "1", false, "the configuration file could not be opened (with --add: or no block names the website)"},
-          {2, "2", false, "the scratch file could not be written"}, {3, "3", false, "the website's block has no such directive"},
-          {5, "5", false, "refused, nothing written: a control character other than a tab in the directive or value, or a '\"' in a quoted value"}},
+         {{result::toolkit::Done, "0", true, "done"},
+          {result::toolkit::FileNotOpened, "1", false, "the configuration file could not be opened (with --add: or no block names the website)"},
+          {result::toolkit::ScratchNotOpened, "2", false, "the scratch file could not be written"},
+          {result::toolkit::DirectiveNotFound, "3", false, "the website's block has no such directive"},
+          {result::toolkit::Refused, "5", false, "refused, nothing written: a control character other than a tab in the directive or value, or a '\"' in a quoted value"}},
          none, kConfOnly,
          [](const Args& a, const Context& c, Outcome& o) {
              ApacheHelper helper;

@@ -9,6 +9,8 @@
 namespace cli {
 namespace {
 
+namespace result = qz::result;
+
 Option req(const char* name, const char* help) { return {name, help, true, false, 0}; }
 Option opt(const char* name, const char* help) { return {name, help, false, false, 0}; }
 
@@ -16,10 +18,10 @@ CQZWebsite website(const Context& c) { return CQZWebsite(c.tracker, c.conf.c_str
 
 const Option kDomain = req("domain-name", "the website's ServerName");
 const Option kVersion = req("php-version", "the PHP version, such as 8.2");
-const Code kDone{96, "96", true, "done"};
-const Code kNoConf{21, "21", false, "no configuration file"};
-const Code kConfUnreadable{22, "22", false, "the configuration file could not be opened"};
-const Code kScratch{23, "23", false, "a scratch file could not be written"};
+const Code kDone{result::phpFpm::Done, "96", true, "done"};
+const Code kNoConf{result::NoConfigFile, "21", false, "no configuration file"};
+const Code kConfUnreadable{result::ConfigNotOpened, "22", false, "the configuration file could not be opened"};
+const Code kScratch{result::ScratchNotWritten, "23", false, "a scratch file could not be written"};
 
 // The site's pool file of every PHP version under <root>/etc/php.
 std::vector<std::string> poolFiles(const Args& a, const Context&) {
@@ -51,11 +53,11 @@ std::vector<Command> phpFpmCommands() {
     return {
         {"enable-php-fpm", "CQZWebsite::EnablePhpFpm", "run the website's PHP in its own PHP-FPM pool",
          {kDomain, kVersion},
-         {kDone, {1, "1", false, "no such site, or its folder or owner cannot run a pool (a link, root)"},
-          {2, "2", false, "the version is not digits.digits, or php-fpm<version> is not on PATH"},
-          {3, "3", false, "the site's PHP runs through another handler: disable it first"},
-          {4, "4", false, "another pool file uses the pool's name"},
-          {5, "5", false, "php-fpm's check refused the pool, or proxy_fcgi could not be loaded; nothing kept"},
+         {kDone, {result::phpFpm::NoSite, "1", false, "no such site, or its folder or owner cannot run a pool (a link, root)"},
+          {result::phpFpm::BadVersion, "2", false, "the version is not digits.digits, or php-fpm<version> is not on PATH"},
+          {result::phpFpm::OtherHandler, "3", false, "the site's PHP runs through another handler: disable it first"},
+          {result::phpFpm::PoolNameTaken, "4", false, "another pool file uses the pool's name"},
+          {result::phpFpm::CheckFailed, "5", false, "php-fpm's check refused the pool, or proxy_fcgi could not be loaded; nothing kept"},
           kNoConf, kConfUnreadable, kScratch},
          enableFiles, "the configuration file, the site's pool files and the proxy_fcgi module links",
          [](const Args& a, const Context& c, Outcome& o) {
@@ -63,13 +65,14 @@ std::vector<Command> phpFpmCommands() {
          }},
         {"disable-php-fpm", "CQZWebsite::DisablePhpFpm", "take the website off PHP-FPM and remove its pools",
          {kDomain},
-         {{96, "96", true, "done (also when there was nothing to remove)"}, kNoConf, kConfUnreadable, kScratch},
+         {{result::phpFpm::Done, "96", true, "done (also when there was nothing to remove)"}, kNoConf, kConfUnreadable, kScratch},
          poolFiles, "the configuration file and the site's pool files",
          [](const Args& a, const Context& c, Outcome& o) { o.result = website(c).DisablePhpFpm(a.get("domain-name")); }},
         {"php-open-basedir", "CQZWebsite::SetPhpOpenBasedir", "set the folders the website's PHP may open",
          {kDomain, opt("paths", "absolute folders joined by ':' (none: no limit)")},
-         {kDone, {1, "1", false, "no such site"}, {6, "6", false, "a path was refused; nothing written"},
-          {7, "7", false, "the site has no PHP-FPM pool and no PHP module block"}, kNoConf, kConfUnreadable, kScratch},
+         {kDone, {result::phpFpm::NoSite, "1", false, "no such site"},
+          {result::phpFpm::PathRefused, "6", false, "a path was refused; nothing written"},
+          {result::phpFpm::NoPoolNorModule, "7", false, "the site has no PHP-FPM pool and no PHP module block"}, kNoConf, kConfUnreadable, kScratch},
          poolFiles, "the configuration file and the site's pool files",
          [](const Args& a, const Context& c, Outcome& o) {
              StringVector paths;
@@ -83,7 +86,8 @@ std::vector<Command> phpFpmCommands() {
          }},
         {"php-fpm-reload", "CQZWebsite::CmdPhpFpmReload", "reload a php-fpm master gracefully (SIGUSR2 to /run/php/php<version>-fpm.pid)",
          {kVersion},
-         {{0, "0", true, "the signal was sent"}, {1, "1", false, "no PID file, or no php-fpm process of that number"}},
+         {{result::phpFpm::Reloaded, "0", true, "the signal was sent"},
+          {result::phpFpm::NotReloaded, "1", false, "no PID file, or no php-fpm process of that number"}},
          [](const Args&, const Context&) { return std::vector<std::string>(); }, "nothing",
          [](const Args& a, const Context&, Outcome& o) { o.result = CQZWebsite().CmdPhpFpmReload(a.get("php-version")); },
          nullptr, kWithoutConf | kNoVerify},

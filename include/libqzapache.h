@@ -18,6 +18,7 @@
 #define LIBQZAPACHE_H
 
 #include "QZTypes.h"
+#include "QZResults.h"
 #include "CQZTrackManager.h"
 #include "QZCommon.h"
 #include "QZSystemRoot.h"

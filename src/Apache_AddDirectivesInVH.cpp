@@ -9,6 +9,6 @@
 int ApacheHelper::Apache_AddDirectivesInVH(std::string apacheConfFile, std::string domainName,
                                            std::vector<std::string> directives) {
     const qz::OperationLock lock;
-    if (!qz::allLineValues(directives)) return 5;
+    if (!qz::allLineValues(directives)) return qz::result::toolkit::Refused;
     return qz::addLinesToDomainBlocks(apacheConfFile, domainName, qz::plans::kAddDirectivesInVH, directives, false);
 }

@@ -9,10 +9,10 @@
 int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::string domainName, std::string ip,
                                                std::string port) {
     const qz::OperationLock lock;
-    if (!qz::isTagSafe(ip) || !qz::isTagSafe(port)) return 5;
+    if (!qz::isTagSafe(ip) || !qz::isTagSafe(port)) return qz::result::toolkit::Refused;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
-    return rewriteLines(apacheConfFile, plans::kChangeVirtualHostPort, {1, 2, 3},
+    return rewriteLines(apacheConfFile, plans::kChangeVirtualHostPort, kBlockFailures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& changed) {
                             if (changed)
                                 scratch.writeLine(line.view());

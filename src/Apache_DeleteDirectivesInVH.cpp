@@ -25,7 +25,7 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
     // `found`: the domain's block was reached (its ServerName line); from
     // there to its closing line, no other line changes that, not even another
     // ServerName. The file is rewritten even when nothing was dropped.
-    return rewriteLines(apacheConfFile, plans::kDeleteDirectivesInVH, {1, 2, 3},
+    return rewriteLines(apacheConfFile, plans::kDeleteDirectivesInVH, kBlockFailures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
                             const char* p = skipSpace(line.c_str());
                             if (!done && !isComment(p)) {

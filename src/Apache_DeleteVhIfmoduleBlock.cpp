@@ -14,9 +14,9 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
     const FilePlan& plan = plans::kDeleteVhIfmoduleBlock;
     // The scratch file opens first; it stays behind when nothing is removed.
     ScratchRewrite scratch(apacheConfFile, plan.scratchSuffix);
-    if (!scratch.open()) return 23;
+    if (!scratch.open()) return qz::result::ScratchNotWritten;
     LineReader in(apacheConfFile, plan.limit);
-    if (!in.isOpen()) return 22;
+    if (!in.isOpen()) return qz::result::ConfigNotOpened;
 
     WordBlockScan block(domainName);
     bool removed = false;
@@ -42,10 +42,11 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
     });
     if (in.tooLong()) end = ScanEnd::TooLong;
     in.close();
-    if (removed && end != ScanEnd::TooLong) return scratch.commit() ? 0 : 23;
+    if (removed && end != ScanEnd::TooLong)
+        return scratch.commit() ? qz::result::toolkit::Done : qz::result::ScratchNotWritten;
     scratch.out().close();
     // An over-long line would keep a loop until end of file going for ever; the file
     // is left as it is and the call reports 22, as for a file it cannot read.
-    if (end == ScanEnd::TooLong) return 22;
-    return 0;
+    if (end == ScanEnd::TooLong) return qz::result::ConfigNotOpened;
+    return qz::result::toolkit::Done;
 }

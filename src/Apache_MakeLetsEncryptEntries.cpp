@@ -18,13 +18,13 @@ int ApacheHelper::Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std:
                                                 bool makeNVHentry, std::string NVHentry) {
     const qz::OperationLock lock;
     if (!qz::isTagSafe(ip) || !qz::isTagSafe(port) || !qz::allLineValues(directives) || !qz::isLineValue(NVHentry))
-        return 5;
+        return qz::result::toolkit::Refused;
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     bool done = false;  // the block is closed: the rest is copied as it is
     // `found`: the domain's block was reached (its ServerName line).
     const int result = rewriteLines(
-        apacheConfFile, kMakeLetsEncryptEntries, {1, 2, 3}, [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
+        apacheConfFile, kMakeLetsEncryptEntries, kBlockFailures, [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
             if (!found) {
                 found = opening.copy(line, scratch);
                 return Next::Line;

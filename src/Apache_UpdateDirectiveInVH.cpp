@@ -9,12 +9,15 @@
 int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
                                              std::string value, bool valueQuoted) {
     const qz::OperationLock lock;
-    if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value))) return 5;
+    if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value)))
+        return qz::result::toolkit::Refused;
     using namespace qz;
     const std::string replacement =
         valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;
     DomainBlockScan block(domainName, kReadForm);
-    return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, {1, 2, 3},
+    const RewriteFailures failures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                   result::toolkit::DirectiveNotFound};
+    return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, failures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& replaced) {
                             const char* p = skipSpace(line.c_str());
                             if (!block.examine(p) && block.inDomain && startsWithNoCase(p, directive)) {

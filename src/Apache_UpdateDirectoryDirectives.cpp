@@ -9,7 +9,7 @@
 int ApacheHelper::Apache_UpdateDirectoryDirectives(std::string apacheConfFile, std::string domainName,
                                                    std::string dirPath, std::vector<std::string> entry) {
     const qz::OperationLock lock;
-    if (!qz::allLineValues(entry)) return 5;
+    if (!qz::allLineValues(entry)) return qz::result::toolkit::Refused;
     using namespace qz;
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryDirectives, domainName, dirPath, true,
                                 SectionEdit::Replace, std::string(), entry);

@@ -9,7 +9,7 @@
 int ApacheHelper::Apache_UpdateDirectoryTagPath(std::string apacheConfFile, std::string domainName, std::string oldPath,
                                                 std::string newPath) {
     const qz::OperationLock lock;
-    if (!qz::isQuotedValue(newPath)) return 5;
+    if (!qz::isQuotedValue(newPath)) return qz::result::toolkit::Refused;
     using namespace qz;
     // An unquoted path is compared as it stands, ">" included.
     return editDirectorySection(apacheConfFile, plans::kUpdateDirectoryTagPath, domainName, oldPath, false,

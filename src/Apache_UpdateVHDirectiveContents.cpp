@@ -9,13 +9,13 @@
 int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, std::string domainName,
                                                    std::string directive, std::string value, bool addValue) {
     const qz::OperationLock lock;
-    if (!qz::isLineValue(value)) return 5;
+    if (!qz::isLineValue(value)) return qz::result::toolkit::Refused;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     bool inNested = false;
     bool valueFound = false;  // never cleared: once seen, no later block gets the line
     // `closed`: a nested block of the domain was closed, so the work is done.
-    return rewriteLines(apacheConfFile, plans::kUpdateVHDirContents, {1, 2, 3},
+    return rewriteLines(apacheConfFile, plans::kUpdateVHDirContents, kBlockFailures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& closed) {
                             const char* p = skipSpace(line.c_str());
                             // A nested section left open ends with its block: the

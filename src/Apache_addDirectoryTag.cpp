@@ -9,11 +9,11 @@
 int ApacheHelper::Apache_addDirectoryTag(std::string apacheConfFile, std::string domainName, std::string dirPath,
                                          std::vector<std::string> dirEntry) {
     const qz::OperationLock lock;
-    if (!qz::isQuotedValue(dirPath) || !qz::allLineValues(dirEntry)) return 5;
+    if (!qz::isQuotedValue(dirPath) || !qz::allLineValues(dirEntry)) return qz::result::toolkit::Refused;
     using namespace qz;
     DomainBlockScan block(domainName, kReadForm);
     // `added`: the section went in; the rest of the file is copied as it is.
-    return rewriteLines(apacheConfFile, plans::kAddDirectoryTag, {1, 2, 4},
+    return rewriteLines(apacheConfFile, plans::kAddDirectoryTag, kSectionFailures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& added) {
                             if (!added) {
                                 const char* p = skipSpace(line.c_str());

@@ -7,7 +7,7 @@ int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string mod
     using namespace qz;
     isExist = false;
     LineReader in(apacheConfFile, plans::kServerScan.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     scanLines(in, plans::kServerScan, [&](LineReader& line) {
         const char* p = skipSpace(line.c_str());
@@ -21,5 +21,5 @@ int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string mod
         }
         return Next::Line;
     });
-    return isExist ? 0 : 2;
+    return isExist ? qz::result::toolkit::Done : qz::result::toolkit::ModuleNotFound;
 }

@@ -9,7 +9,7 @@ int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std
     using namespace qz;
     isExist = false;
     LineReader in(apacheConfFile, plans::kServerScan.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     // The configuration only has to hold a non-empty line before its first
     // <VirtualHost> block (whose skip reads on to the end of the file).
@@ -19,11 +19,11 @@ int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std
         return Next::Stop;
     });
     in.close();
-    if (!reached) return 4;
+    if (!reached) return qz::result::toolkit::ModuleFileAbsent;
 
     const std::string moduleFile = CQZWebsite().getApacheModulesDir(apacheConfFile) + "/mod_" + moduleName + ".so";
     FILE* f = fopen(moduleFile.c_str(), "re");
-    if (f == nullptr) return 4;
+    if (f == nullptr) return qz::result::toolkit::ModuleFileAbsent;
     fclose(f);
     isExist = true;
     return 0;

@@ -10,7 +10,7 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
     const FilePlan& plan = plans::kGetDirectiveInVH;
     value.clear();
     LineReader in(apacheConfFile, plan.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     int result = 4;
     DomainBlockScan block(domainName, kReadForm);

@@ -8,9 +8,9 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
                                            bool isValueQuoted) {
     using namespace qz;
     value.clear();
-    if (directive.empty()) return 2;
+    if (directive.empty()) return qz::result::toolkit::EmptyDirective;
     LineReader in(apacheConfFile, plans::kServerScan.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     int result = 6;
     scanLines(in, plans::kServerScan, [&](LineReader& line) {

@@ -24,15 +24,15 @@ constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::S
 int writeByReference(const std::string& file, const std::string& entry, const std::string& reference,
                      bool beforeReference) {
     LineReader in(file, kWriteDirective.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
     ScratchRewrite scratch(file, kWriteDirective.scratchSuffix);
-    if (!scratch.open()) return 2;
+    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
 
     ServerLevel level;
     switch (copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
                         [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); })) {
         case Placing::Placed: return 0;
-        case Placing::NotWritten: return 2;
+        case Placing::NotWritten: return qz::result::toolkit::ScratchNotOpened;
         case Placing::NoPlace: break;
     }
     return -1;
@@ -43,9 +43,9 @@ int writeByReference(const std::string& file, const std::string& entry, const st
 // the entry with it.
 int writeAtLine(const std::string& file, const std::string& entry, int lineCount) {
     LineReader in(file, kWriteAtLine.limit);
-    if (!in.isOpen()) return 1;
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
     ScratchRewrite scratch(file, kWriteAtLine.scratchSuffix);
-    if (!scratch.open()) return 2;
+    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
 
     int number = 0;
     scanLines(in, kWriteAtLine, [&](LineReader& line) {
@@ -56,7 +56,7 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
         return Next::Line;
     });
     in.close();
-    return scratch.commit() ? 0 : 2;
+    return scratch.commit() ? qz::result::toolkit::Done : qz::result::toolkit::ScratchNotOpened;
 }
 
 }  // namespace
@@ -64,10 +64,11 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
 int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
                                         bool beforeReference, int lineCount) {
     const qz::OperationLock lock;
-    if (!qz::isLineValue(entry)) return 5;
+    if (!qz::isLineValue(entry)) return qz::result::toolkit::Refused;
     makeBackup(apacheConfFile, kWriteDirective);
     const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
     if (byReference >= 0) return byReference;
-    if (lineCount == -1) return appendLine(apacheConfFile, entry) ? 0 : 1;
+    if (lineCount == -1)
+        return appendLine(apacheConfFile, entry) ? qz::result::toolkit::Done : qz::result::toolkit::FileNotOpened;
     return writeAtLine(apacheConfFile, entry, lineCount);
 }

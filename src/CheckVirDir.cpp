@@ -17,7 +17,7 @@ char CQZVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
     qz::WebsiteBlocks blocks(domain);
-    char result = 'X';  // no such alias
+    char result = qz::result::vdir::NoAlias;
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "Alias")) return false;
         std::string alias = qz::aliasText(p);
@@ -27,13 +27,13 @@ char CQZVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
             const size_t blank = alias.find(' ');
             if (blank == std::string::npos) {
                 qz::deleteScratch(TEMPFILE);
-                result = 1;
+                result = qz::result::vdir::AliasWithoutTarget;
                 return true;
             }
             alias = alias.substr(1, blank - 1);
         }
         if (strcasecmp(alias.c_str(), dirName.c_str()) != 0) return false;
-        result = '}';
+        result = qz::result::vdir::AliasFound;
         return true;
     });
     return result;

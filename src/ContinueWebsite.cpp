@@ -1,4 +1,5 @@
 // CQZWebsite::ContinueWebsite: kept in the interface; it does nothing.
 #include "CQZWebsite.h"
+#include "QZResults.h"
 
-char CQZWebsite::ContinueWebsite(const char* /*Name*/) { return 0; }
+char CQZWebsite::ContinueWebsite(const char* /*Name*/) { return qz::result::website::NothingDone; }

@@ -96,11 +96,11 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     const qz::OperationLock lock;
     using namespace qz;
     // Without a record there is nothing to add; nothing is touched.
-    if (ObjDDir == nullptr) return 'W';
+    if (ObjDDir == nullptr) return qz::result::vdir::Refused;
     const SDDir& dir = *ObjDDir;
     // A record that could inject a line or lead outside the site is refused
     // before anything is read, written or run.
-    if (!isAcceptable(dir, WebadminName, WebadminPass)) return 'W';
+    if (!isAcceptable(dir, WebadminName, WebadminPass)) return qz::result::vdir::Refused;
     const std::string domain = field(dir.DomainName);
     const std::string dirPath = field(dir.DirPath);
     trackMethod(TrackManager, "CreateVirtualDirectory", {domain, dirPath, field(dir.Allow), field(dir.Deny)},
@@ -112,7 +112,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     OutFile& out = rewrite.out();
 
     const bool requireSyntax = apacheUsesRequire();
@@ -123,10 +123,11 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
     // ServerName; 2: in a block of the site.
     int flag = 0;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, 'S', [&](const LineReader& line, const char* p) -> char {
+    const char done = qz::result::vdir::Created;
+    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
         const bool closing = startsWithNoCase(p, "</VirtualHost");
         if (closing && flag == 2 && AdminFlag == 0) {
-            if (!writeSection(out, request, fullPath)) return 'W';
+            if (!writeSection(out, request, fullPath)) return qz::result::vdir::Refused;
         } else if (closing) {
             fullPath.clear();
         }
@@ -143,7 +144,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
             if (flag == 0) fullPath.clear();
         } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
             std::string path;
-            if (!readDirectoryPath(p, path)) return 'W';
+            if (!readDirectoryPath(p, path)) return qz::result::vdir::Refused;
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 sayLine("Directory already exist");
                 return 1;

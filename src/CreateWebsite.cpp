@@ -110,7 +110,7 @@ bool makeSiteFolders(const VHostEntry& v) {
 char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     const qz::OperationLock lock;
     // Without a record no site can be made: the code of a site not made.
-    if (objVHost == nullptr) return 2;
+    if (objVHost == nullptr) return qz::result::website::FolderNotMade;
     const VHostEntry& v = *objVHost;
     qz::trackMethod(TrackManager, "CreateWebsite",
                     {qz::field(v.DName), qz::field(v.IPAddress), qz::field(v.Path), qz::field(v.Port),
@@ -124,8 +124,8 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     if (!qz::isDomainName(qz::field(v.DName)) || !qz::isHostName(qz::field(v.PunyCode)) ||
         !qz::isTagSafe(qz::field(v.IPAddress)) || !qz::isDirectiveSafe(qz::field(v.ServerAdmin)) ||
         !qz::isSafePath(qz::field(v.Path)) || qz::hasControlChar(qz::field(v.UserName)))
-        return 93;
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+        return qz::result::website::CreateRefused;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     Site site;
     site.ip = qz::field(v.IPAddress);
     site.puny = qz::field(v.PunyCode);
@@ -139,7 +139,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     // Without a scratch file the "mv" would move nothing, or a stale file,
     // over the configuration.
-    if (!scratchOpen) return 23;
+    if (!scratchOpen) return qz::result::ScratchNotWritten;
     qz::OutFile& out = rewrite.out();
 
     bool atTop = true;             // still in the run of "#" lines that opens the file
@@ -158,7 +158,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
         if (qz::startsWithNoCase(p, "NameVirtualHost")) {
             if (isOwnNameVirtualHost(qz::afterName(p, 15), site)) hasNameVirtualHost = true;
         } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (qz::serverNameIs(p, site.puny)) return 92;
+            if (qz::serverNameIs(p, site.puny)) return qz::result::website::NameTaken;
         } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
                    strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
             // The address's own block: read on to its ServerName. A block held
@@ -171,7 +171,8 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                 const char* q = qz::skipSpace(in.c_str());
                 if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
                 if (!qz::startsWithNoCase(q, "ServerName")) continue;
-                if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0) return 92;
+                if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0)
+                    return qz::result::website::NameTaken;
                 if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));
                 hasNameVirtualHost = true;
                 out.write(qz::websiteEntry(v, HttpdConfFile));
@@ -182,17 +183,17 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     }
     // A line too long to copy would cut the configuration short: it is left
     // as it is and nothing is created.
-    if (in.tooLong()) return 22;
+    if (in.tooLong()) return qz::result::ConfigNotOpened;
     in.close();
 
     // A scratch file not written whole is not moved: 23, the configuration
     // as it was (folders made by then stay).
-    if (placed && !rewrite.commit()) return 23;
-    if (!makeSiteFolders(v)) return 2;
+    if (placed && !rewrite.commit()) return qz::result::ScratchNotWritten;
+    if (!makeSiteFolders(v)) return qz::result::website::FolderNotMade;
     if (!placed && (site.ipSwitch == '0' || site.ipSwitch == '1')) {
         if (site.ipSwitch == '1' && !hasNameVirtualHost) out.write(nameVirtualHostLine(site));
         out.write(qz::websiteEntry(v, HttpdConfFile));
-        if (!rewrite.commit()) return 23;
+        if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     }
-    return 94;
+    return qz::result::website::Created;
 }

@@ -37,7 +37,7 @@ int editErrorPages(const std::string& conf, const std::string& domain, int code,
     qz::LineReader in(conf, 0);
     if (int failed = qz::configurationUnreadable(conf.c_str(), in, nullptr)) return failed;
     qz::Rewrite rewrite(conf + ".qzerrorpages", conf);
-    if (!rewrite.open()) return 23;
+    if (!rewrite.open()) return qz::result::ScratchNotWritten;
     const std::string status = std::to_string(code);
     bool found = false;
     const bool changed = qz::rewriteSiteBlocks(in, rewrite.out(), domain, [&](qz::SiteBlock& block) {
@@ -56,8 +56,8 @@ int editErrorPages(const std::string& conf, const std::string& domain, int code,
     }, found);
     in.close();
     if (!changed || !found) rewrite.discard();
-    else if (!rewrite.commit()) return 23;
-    return found ? 0 : 26;
+    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+    return found ? qz::result::errorPage::Done : qz::result::errorPage::NoSuchSite;
 }
 
 }  // namespace
@@ -66,8 +66,8 @@ int CustomErrorPages::setErrorPage(std::string domainName, int statusCode, std::
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "setErrorPage", {domainName, std::to_string(statusCode), target},
                     {"domainName", "statusCode", "target"});
-    if (m_szHttpdConfFile.empty()) return 21;
-    if (!isErrorStatus(statusCode) || !isErrorTarget(target)) return 1;
+    if (m_szHttpdConfFile.empty()) return qz::result::NoConfigFile;
+    if (!isErrorStatus(statusCode) || !isErrorTarget(target)) return qz::result::errorPage::Refused;
     return editErrorPages(m_szHttpdConfFile, domainName, statusCode,
                           "ErrorDocument " + std::to_string(statusCode) + " " + target);
 }
@@ -76,8 +76,8 @@ int CustomErrorPages::deleteErrorPage(std::string domainName, int statusCode) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "deleteErrorPage", {domainName, std::to_string(statusCode)},
                     {"domainName", "statusCode"});
-    if (m_szHttpdConfFile.empty()) return 21;
-    if (!isErrorStatus(statusCode)) return 1;
+    if (m_szHttpdConfFile.empty()) return qz::result::NoConfigFile;
+    if (!isErrorStatus(statusCode)) return qz::result::errorPage::Refused;
     return editErrorPages(m_szHttpdConfFile, domainName, statusCode, "");
 }
 
@@ -87,7 +87,7 @@ int CustomErrorPages::listErrorPages(std::string domainName, NameValueVector& pa
     if (int failed = qz::configurationUnreadable(m_szHttpdConfFile.c_str(), in, nullptr)) return failed;
     UpdateVHost info = {};
     std::string docRoot;
-    if (!qz::readWebsiteInfo(in, domainName, info, docRoot, false)) return 26;
+    if (!qz::readWebsiteInfo(in, domainName, info, docRoot, false)) return qz::result::errorPage::NoSuchSite;
     pages = std::move(info.ErrorDoc);
-    return 0;
+    return qz::result::errorPage::Done;
 }

@@ -63,16 +63,18 @@ char CQZWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DeleteHostHeader", {domainName, hostHeader}, {"DomainName", "HostHeader"});
     // The domain names the redirect file that is rewritten.
-    if (!qz::isHostName(domainName)) return 3;
+    if (!qz::isHostName(domainName)) return qz::result::hostHeader::Refused;
 
     ApacheHelper helper;
     const std::string httpdConfFile = qz::str(HttpdConfFile);
     std::string aliases;
-    if (helper.Apache_getDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0) return 1;
+    if (helper.Apache_getDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0)
+        return qz::result::hostHeader::NotUpdated;
 
     qz::rewriteRedirectAliases(domainName, [&](std::string_view line, qz::RedirectLayout) {
         return withoutWord(line, hostHeader);
     });
     const std::string kept = listWithout(aliases, hostHeader);
-    return helper.Apache_UpdateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", kept, false) != 0 ? 1 : 0;
+    const int updated = helper.Apache_UpdateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", kept, false);
+    return updated == qz::result::toolkit::Done ? qz::result::hostHeader::Done : qz::result::hostHeader::NotUpdated;
 }

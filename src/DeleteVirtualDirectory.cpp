@@ -30,15 +30,16 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
 
     LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
     if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
-    if (!openableForUpdate(HttpdConfFile)) return 22;
+    if (!openableForUpdate(HttpdConfFile)) return qz::result::ConfigNotOpened;
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     OutFile& out = rewrite.out();
 
     bool inSection = false;
     std::string path;
     // A "<Directory" path without its closing quote gives up with 1.
-    return rewriteConfiguration(in, rewrite, 'U', [&](const LineReader& line, const char* p) -> char {
+    const char done = qz::result::vdir::Deleted;
+    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
         if (startsWithNoCase(p, "<Directory")) {
             const PathForm form = directoryPath(p, path);
             if (form == PathForm::Unterminated) return 1;

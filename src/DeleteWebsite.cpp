@@ -10,16 +10,16 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     const std::string domain = qz::str(pDName);
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     qz::LineReader in(HttpdConfFile, 3000);
     if (!in.isOpen()) {
         qz::say("Error opening HttpdConfFile file");
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) {
         qz::say("Error opening TEMPFILE file");
-        return 23;
+        return qz::result::ScratchNotWritten;
     }
     qz::OutFile& out = rewrite.out();
 
@@ -56,11 +56,11 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     }
     // Moving a copy cut short at an over-long line would lose the rest of the
     // configuration, so that case leaves the configuration as it is.
-    if (in.tooLong()) return 22;
+    if (in.tooLong()) return qz::result::ConfigNotOpened;
     in.close();
-    if (!rewrite.commit()) return 23;
+    if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     // A pool left behind would stop php-fpm, for every site, once the
     // site's user is deleted.
     qz::fpm::removePools(domain);
-    return 24;
+    return qz::result::website::Deleted;
 }

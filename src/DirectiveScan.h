@@ -106,6 +106,13 @@ struct RewriteFailures {
     int unchanged;
 };
 
+// The usual ones: the file, the scratch file, and no block of the domain
+// (or nothing in it to change) / no such <Directory> section.
+constexpr RewriteFailures kBlockFailures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                         result::toolkit::NoBlock};
+constexpr RewriteFailures kSectionFailures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                           result::toolkit::NoSection};
+
 // The rewrite of one file as `plan` says: the backup, then the file (opened
 // for reading) and the scratch file (for writing), then body(line, scratch)
 // for every line the scan sees; the body writes what it keeps to the scratch

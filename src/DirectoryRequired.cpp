@@ -26,5 +26,5 @@ char CQZVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
         if (quote != nullptr && strcasecmp(quote + 1, key.c_str()) == 0) ++hits;
         return false;
     });
-    return hits > 1 ? 1 : 0;
+    return hits > 1 ? qz::result::vdir::Present : qz::result::vdir::Absent;
 }

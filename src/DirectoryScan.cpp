@@ -29,7 +29,7 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
     bool done = false;      // the rest of the file is copied as it is
     int stopped = 0;
     std::string sectionPath;
-    const int result = rewriteLines(file, plan, {1, 2, 4}, [&](LineReader& line, ScratchRewrite& scratch, bool& edited) {
+    const int result = rewriteLines(file, plan, kSectionFailures, [&](LineReader& line, ScratchRewrite& scratch, bool& edited) {
         if (done) {
             scratch.writeLine(line.view());
             return Next::Line;

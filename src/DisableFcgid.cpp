@@ -19,16 +19,17 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
                     {"DomainName", "ModuleName", "PHPCGI"});
     // The CGI copy is named inside the site folder: no ".." leads out of it.
-    if (!qz::isHostName(DomainName) || qz::hasControlChar(PHPCGI) || qz::hasDotDot(PHPCGI)) return 98;
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (!qz::isHostName(DomainName) || qz::hasControlChar(PHPCGI) || qz::hasDotDot(PHPCGI))
+        return qz::result::handler::Refused;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     const std::string conf = HttpdConfFile;
     // The block is found by ModuleName itself; ModuleName + ".c" would find
     // the same mod_fcgid block.
     const std::string match = "ServerName " + DomainName;
     qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     qz::LineReader in(conf, 0);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::OutFile& out = rewrite.out();
 
     constexpr int kMaxBlockLines = 10;  // after the opening line, the closing one included
@@ -53,8 +54,8 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
         out.writeLine(in.view());
     }
     in.close();
-    if (!found || error) return error ? 87 : 96;
-    if (!rewrite.commit()) return 23;
+    if (!found || error) return error ? qz::result::handler::BlockTooLong : qz::result::handler::Done;
+    if (!rewrite.commit()) return qz::result::ScratchNotWritten;
 
     ApacheHelper helper;
     std::string documentRoot;
@@ -64,12 +65,13 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     // would remove the folder itself if it were empty. Its folder is reached
     // without a link a customer could plant, and the name is removed there
     // (a link by that name goes, never what it points at).
-    if (site.empty() || PHPCGI.empty()) return 96;
+    if (site.empty() || PHPCGI.empty()) return qz::result::handler::Done;
     const std::string target = site + "/" + PHPCGI;
     const size_t slash = target.rfind('/');
     const std::string name = target.substr(slash + 1);
     qz::SafeFolder folder;
-    if (!qz::openFolder(target.substr(0, slash + 1), folder)) return errno == ENOENT ? 96 : 98;
+    if (!qz::openFolder(target.substr(0, slash + 1), folder))
+        return errno == ENOENT ? qz::result::handler::Done : qz::result::handler::Refused;
     if (!name.empty()) unlinkat(folder.fd.get(), name.c_str(), 0);
-    return 96;
+    return qz::result::handler::Done;
 }

@@ -11,22 +11,22 @@
 char CQZWebsite::DisableMessage(std::string DomainName) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     qz::LineReader in(HttpdConfFile, 0);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     bool found = false;
     const bool changed =
         qz::rewriteSiteBlocks(in, rewrite.out(), DomainName, [](qz::SiteBlock& block) { qz::dropMaintenanceLines(block); }, found);
     in.close();
     if (!changed) rewrite.discard();
-    else if (!rewrite.commit()) return 23;
-    if (!found) return 26;
+    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+    if (!found) return qz::result::website::NotFound;
     if (qz::isFolderDomain(DomainName)) {
         const std::string folder = qz::maintenanceFolder(DomainName);
         unlink((folder + "/index.html").c_str());
         rmdir(folder.c_str());
     }
-    return 96;
+    return qz::result::website::Done;
 }

@@ -8,7 +8,7 @@
 
 int CQZWebsite::DisablePhp(std::string DomainName) {
     const qz::OperationLock lock;
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     int depth = 0;         // <VirtualHost> lines not yet closed
     bool site = false;     // the last ServerName at depth 1 names the domain
     bool inBlock = false;  // inside the site's <IfModule mod_php?.c> block

@@ -19,9 +19,10 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
     // The domain and the CGI's path reach configuration lines and folder
     // names: refused before anything is printed, made or run.
     const std::string cgiName = phpCGIPath.substr(phpCGIPath.rfind('/') + 1);
-    if (!qz::isHostName(DomainName) || !qz::isDirectiveSafe(phpCGIPath) || !qz::isPlainName(cgiName)) return 98;
+    if (!qz::isHostName(DomainName) || !qz::isDirectiveSafe(phpCGIPath) || !qz::isPlainName(cgiName))
+        return qz::result::handler::Refused;
     qz::sayLine("suexecSetting=" + suexecSetting);
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     const std::string conf = HttpdConfFile;
 
     ApacheHelper helper;
@@ -46,16 +47,16 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
         qz::SafeFolder siteFolder, settingsFolder;
         qz::FolderLock siteStill, settingsStill;
         qz::Fd copy;
-        if (!qz::openFolder(site, siteFolder) && qz::isRefusal(errno)) return 98;
-        if (siteFolder.fd.ok() && !siteStill.lock(site)) return 98;
+        if (!qz::openFolder(site, siteFolder) && qz::isRefusal(errno)) return qz::result::handler::Refused;
+        if (siteFolder.fd.ok() && !siteStill.lock(site)) return qz::result::handler::Refused;
         if (!qz::openFolder(settings, settingsFolder)) {
-            if (errno != ENOENT) return 98;
+            if (errno != ENOENT) return qz::result::handler::Refused;
             qz::sayLine("creating .setting_php directory");
             if (siteFolder.fd.ok()) mkdirat(siteFolder.fd.get(), ".setting_php", 0100);
-            if (!qz::openFolder(settings, settingsFolder) && qz::isRefusal(errno)) return 98;
+            if (!qz::openFolder(settings, settingsFolder) && qz::isRefusal(errno)) return qz::result::handler::Refused;
         }
         if (settingsFolder.fd.ok() && qz::openIn(settingsFolder, cgiName.c_str(), O_RDONLY, copy) == qz::FileCheck::Refused)
-            return 98;
+            return qz::result::handler::Refused;
         // setuid with r-x for owner and others, on purpose; set on the folder
         // reached above, whatever its name leads to by now.
         if (settingsFolder.fd.ok()) chmod(qz::descriptorPath(settingsFolder.fd).c_str(), 04505);
@@ -63,7 +64,7 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
         qz::runShell(qz::shellCommand({"chown", owner, settings}));
         if (settingsFolder.fd.ok() && (!settingsStill.lock(settings) ||
                                        qz::openIn(settingsFolder, cgiName.c_str(), O_RDONLY, copy) == qz::FileCheck::Refused))
-            return 98;
+            return qz::result::handler::Refused;
         qz::runShell(qz::shellCommand({"cp", phpCGIPath, settings + "/."}));
         qz::runShell(qz::shellCommand({"chown", owner, wrapper}));
         qz::runShell(qz::shellCommand({"chmod", "505", wrapper}));

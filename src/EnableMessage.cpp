@@ -55,18 +55,18 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnableMessage", {DomainName, MessageHtml, std::to_string(RetryAfterSeconds)},
                     {"ObjUVHost->pDomain", "MessageHtml", "RetryAfterSeconds"});
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     const std::string folder = qz::maintenanceFolder(DomainName);
     if (!qz::isFolderDomain(DomainName) || !acceptablePage(MessageHtml) || RetryAfterSeconds < 1 ||
         RetryAfterSeconds > 31536000 || !qz::safeConfigText(folder))
-        return 1;
+        return qz::result::website::ValueRefused;
 
     const bool debian = qz::debianModuleLayout(HttpdConfFile);
     const std::string preamble = debian ? std::string() : qz::loadModuleLines(HttpdConfFile, {"rewrite", "headers"});
     qz::LineReader in(HttpdConfFile, 0);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     const std::vector<std::string> lines = maintenanceLines(folder, RetryAfterSeconds);
     bool found = false;
     const bool changed = qz::rewriteSiteBlocks(
@@ -85,23 +85,23 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
     in.close();
     if (!found) {
         rewrite.discard();
-        return 26;
+        return qz::result::website::NotFound;
     }
 
     // The page first, written whole, then the lines that serve it.
     qz::Rewrite page(folder + "/index.html.new", folder + "/index.html");
     if (!makeFolders(DomainName) || !page.open()) {
         rewrite.discard();
-        return 23;
+        return qz::result::ScratchNotWritten;
     }
     page.out().write(MessageHtml);
     if (!page.commit()) {
         rewrite.discard();
-        return 23;
+        return qz::result::ScratchNotWritten;
     }
     chmod((folder + "/index.html").c_str(), 0644);
     if (!changed) rewrite.discard();
-    else if (!rewrite.commit()) return 23;
+    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     if (debian) qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"});
-    return 96;
+    return qz::result::website::Done;
 }

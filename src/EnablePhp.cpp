@@ -8,8 +8,8 @@
 int CQZWebsite::EnablePhp(std::string DomainName, std::string Module) {
     const qz::OperationLock lock;
     // No configuration named: nothing is created, not even the scratch file.
-    if (qz::isEmpty(HttpdConfFile)) return 21;
-    if (!qz::isTagSafe(Module)) return 98;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
+    if (!qz::isTagSafe(Module)) return qz::result::handler::Refused;
     const std::string conf = HttpdConfFile;
     const std::vector<std::string> block = {"\t<IfModule " + Module + ".c>",
                                             "\t\tAddHandler application/x-httpd-php .php", "\t</IfModule>"};

@@ -168,25 +168,26 @@ bool proxyFcgiLoaded(const std::string& conf) {
 int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "EnablePhpFpm", {DomainName, PhpVersion}, {"DomainName", "PhpVersion"});
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     const std::string conf = HttpdConfFile;
     qz::fpm::SiteConf site;
     if (!site.read(HttpdConfFile, DomainName)) {
         qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
-    if (!qz::fpm::validVersion(PhpVersion) || !qz::fpm::onPath("php-fpm" + PhpVersion)) return 2;
-    if (!site.found || !qz::fpm::validDomain(DomainName)) return 1;
-    if (site.otherHandler) return 3;
-    if (poolNameTaken(DomainName)) return 4;
+    if (!qz::fpm::validVersion(PhpVersion) || !qz::fpm::onPath("php-fpm" + PhpVersion))
+        return qz::result::phpFpm::BadVersion;
+    if (!site.found || !qz::fpm::validDomain(DomainName)) return qz::result::phpFpm::NoSite;
+    if (site.otherHandler) return qz::result::phpFpm::OtherHandler;
+    if (poolNameTaken(DomainName)) return qz::result::phpFpm::PoolNameTaken;
 
     const std::string folder = qz::siteFolder(site.documentRoot, DomainName);
     struct stat owner;
     if (folder.empty() || !qz::fpm::writablePath(site.documentRoot) || !siteOwner(folder, site.documentRoot, owner))
-        return 1;
+        return qz::result::phpFpm::NoSite;
     const std::string user = accountName("/etc/passwd", owner.st_uid, false);
     const std::string group = accountName("/etc/group", owner.st_gid, true);
-    if (user.empty() || group.empty()) return 1;
+    if (user.empty() || group.empty()) return qz::result::phpFpm::NoSite;
     std::string apacheUser, apacheGroup;
     if (!getApacheUserGroup(apacheUser, apacheGroup)) qz::sayLine("Apache's run group not found");
 
@@ -216,29 +217,29 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
         }
     };
     qz::Rewrite poolWrite(pool + ".qztmp", pool);
-    if (!poolWrite.open()) return 23;
+    if (!poolWrite.open()) return qz::result::ScratchNotWritten;
     poolWrite.out().write(poolText(DomainName, user, group, apacheGroup, socket, folder));
-    if (!poolWrite.commit()) return 23;
+    if (!poolWrite.commit()) return qz::result::ScratchNotWritten;
     if (!poolsAccepted(PhpVersion)) {
         restorePool();
-        return 5;
+        return qz::result::phpFpm::CheckFailed;
     }
     // Loading the module may rewrite the configuration: it is read again.
     if (!proxyFcgiLoaded(conf)) {
         qz::sayLine("proxy_fcgi could not be loaded");
         restorePool();
-        return 5;
+        return qz::result::phpFpm::CheckFailed;
     }
     site = qz::fpm::SiteConf();
     if (!site.read(HttpdConfFile, DomainName)) {
         restorePool();
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
     bool changed = false;
     if (!qz::fpm::writeLines(qz::str(TEMPFILE), conf, site.edited(socket, changed))) {
         restorePool();
-        return 23;
+        return qz::result::ScratchNotWritten;
     }
     qz::fpm::removePools(DomainName, PhpVersion);
-    return 96;
+    return qz::result::phpFpm::Done;
 }

@@ -76,7 +76,7 @@ bool readSection(qz::LineReader& in, SDDir& dir) {
 char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     using namespace qz;
     // Without a record there is no website to look up.
-    if (ObjDDir == nullptr) return 26;
+    if (ObjDDir == nullptr) return qz::result::NoSuchWebsite;
     SDDir& dir = *ObjDDir;
     const std::string domain = field(dir.DomainName);
     const std::string dirPath = field(dir.DirPath);
@@ -117,16 +117,16 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
                 return 1;
             }
             if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;
-            if (!readSection(in, dir) && in.tooLong()) return 22;
-            return 'V';
+            if (!readSection(in, dir) && in.tooLong()) return qz::result::ConfigNotOpened;
+            return qz::result::vdir::Found;
         } else if (startsWithNoCase(p, "</VirtualHost")) {
-            if (flag == 2) return 'V';  // the site's block has no section for the folder
+            if (flag == 2) return qz::result::vdir::Found;  // the site's block has no section for the folder
             flag = 0;
         }
     }
-    if (in.tooLong()) return 22;
+    if (in.tooLong()) return qz::result::ConfigNotOpened;
     // The end of the file without a block of the site: the result of a
     // website lookup that finds none. A block of the site left open at the
     // end reads as one without the section.
-    return flag == 2 ? 'V' : 26;
+    return flag == 2 ? qz::result::vdir::Found : qz::result::NoSuchWebsite;
 }

@@ -9,7 +9,7 @@
 char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     qz::sayLine("CQZWebsite::GetWebsiteInfo");
     // Without a record there is no domain to look up.
-    if (ObjUVHost == nullptr) return 26;
+    if (ObjUVHost == nullptr) return qz::result::website::NotFound;
     UpdateVHost& info = *ObjUVHost;
     const std::string domain = qz::str(info.pDomain);
     qz::trackMethod(TrackManager, "GetWebsiteInfo", {domain}, {"ObjUVHost->pDomain"});
@@ -22,10 +22,10 @@ char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
 
     if (!found) {
         info.pDomain = nullptr;
-        return 26;
+        return qz::result::website::NotFound;
     }
     struct stat st;
-    if (stat(docRoot.c_str(), &st) != 0) return 27;
+    if (stat(docRoot.c_str(), &st) != 0) return qz::result::website::FoundNoDocumentRoot;
     info.AccessMode = st.st_mode;
-    return 25;
+    return qz::result::website::Found;
 }

@@ -21,12 +21,12 @@ char CQZWebsite::GetWebsiteStatus(std::string szDomainName) {
         } else if (inBlock && w.is("ServerName")) {
             if (strcasecmp(w.rest, szDomainName.c_str()) == 0) {
                 qz::sayLine(w.rest);
-                return commented ? 33 : 34;
+                return commented ? qz::result::website::StatusStopped : qz::result::website::StatusRunning;
             }
             inBlock = false;
         } else if (w.word.find("</VirtualHost>") != std::string_view::npos) {
             inBlock = false;
         }
     }
-    return 1;
+    return qz::result::website::StatusNoSuchSite;
 }

@@ -39,7 +39,7 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
     Rewrite rewrite(scratch, conf);
     const bool scratchOpen = rewrite.open();
     LineReader in(conf, limit);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     OutFile& out = rewrite.out();
     while (in.getline()) {
         if (in.empty()) continue;
@@ -49,10 +49,10 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
         else
             body(WordLine(p), in.view(), out);
     }
-    if (in.tooLong()) return 21;
+    if (in.tooLong()) return qz::result::handler::ConfigNotOpened;
     in.close();
     if (scratchOpen) static_cast<void>(rewrite.commit());
-    return 0;
+    return qz::result::handler::Rewritten;
 }
 
 // The insertion after a site's first CustomLog line: `conf` is copied into
@@ -69,9 +69,9 @@ template <class Guard>
 int insertAfterCustomLog(const std::string& conf, const std::string& scratch, const std::string& match,
                          Guard&& guard, const std::vector<std::string>& block, bool insert = true) {
     Rewrite rewrite(scratch, conf);
-    if (!rewrite.open()) return 23;
+    if (!rewrite.open()) return qz::result::ScratchNotWritten;
     LineReader in(conf, 0);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     OutFile& out = rewrite.out();
     bool inSite = false;
     bool done = false;
@@ -94,8 +94,8 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
         out.writeLine(in.view());
     }
     in.close();
-    if (done && !rewrite.commit()) return 23;
-    return 96;
+    if (done && !rewrite.commit()) return qz::result::ScratchNotWritten;
+    return qz::result::handler::Done;
 }
 
 // The site folder inside a document root: the root cut just after the first

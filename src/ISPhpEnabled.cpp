@@ -6,9 +6,9 @@
 #include <strings.h>
 
 int CQZWebsite::ISPhpEnabled(std::string DomainName) {
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     qz::LineReader in(HttpdConfFile, 2048);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     int count = 0;  // <VirtualHost> lines since the last ServerName or closing
     bool site = false;
     // A line over the limit fails the stream and ends the scan.
@@ -31,25 +31,25 @@ int CQZWebsite::ISPhpEnabled(std::string DomainName) {
             qz::sayLine(name);
             if (qz::startsWithNoCase(name.c_str(), "mod_php")) {
                 qz::sayLine("dso enabled");
-                return 1;
+                return qz::result::handler::ModPhp;
             }
             if (strcasecmp(name.c_str(), "mod_suphp") == 0) {
                 qz::sayLine("suphp enabled");
-                return 2;
+                return qz::result::handler::SuPhp;
             }
             if (strcasecmp(name.c_str(), "mod_fcgid") == 0) {
                 qz::sayLine("fcgid enabled");
-                return 3;
+                return qz::result::handler::Fcgid;
             }
         } else if (w.is("SetHandler") && site && qz::startsWithNoCase(w.rest, "\"proxy:unix:") &&
                    strstr(w.rest, "|fcgi://") != nullptr) {
             // The section that hands .php files to the site's PHP-FPM pool.
             qz::sayLine("fpm enabled");
-            return 4;
+            return qz::result::handler::PhpFpm;
         } else if (w.is("</VirtualHost>")) {
-            if (site) return 0;
+            if (site) return qz::result::handler::NoPhp;
             count = 0;
         }
     }
-    return 0;
+    return qz::result::handler::NoPhp;
 }

@@ -44,7 +44,7 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
         else if (chdir(apache2.c_str()) == 0)
             serverRoot = apache2;
         else
-            return 28;
+            return qz::result::website::Listed;
     }
 
     for (const std::string& entry : includes) {
@@ -58,5 +58,5 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
             VHostsInIncFile(path, DomainList);
         }
     }
-    return 28;
+    return qz::result::website::Listed;
 }

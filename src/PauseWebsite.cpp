@@ -1,4 +1,5 @@
 // CQZWebsite::PauseWebsite: kept in the interface; it does nothing.
 #include "CQZWebsite.h"
+#include "QZResults.h"
 
-char CQZWebsite::PauseWebsite(const char* /*Name*/) { return 0; }
+char CQZWebsite::PauseWebsite(const char* /*Name*/) { return qz::result::website::NothingDone; }

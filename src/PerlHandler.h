@@ -38,7 +38,7 @@ struct PerlSiteScan {
 // following the site.
 template <class Body>
 int rewritePerlSite(const char* httpdConfFile, const std::string& domain, Body&& body) {
-    if (isEmpty(httpdConfFile)) return 21;
+    if (isEmpty(httpdConfFile)) return qz::result::handler::ConfigNotOpened;
     std::string documentRoot;
     ApacheHelper().Apache_getDirectiveInVH(httpdConfFile, domain, "DocumentRoot", documentRoot, true);
     PerlSiteScan scan(domain, documentRoot);

@@ -47,7 +47,7 @@ Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::str
 
 int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName) {
     const qz::OperationLock lock;
-    if (qz::hasControlChar(moduleName)) return 4;
+    if (qz::hasControlChar(moduleName)) return qz::result::handler::AddModuleNoPlace;
     qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
     const std::string scratch = qz::str(TEMPFILE);
 
@@ -68,15 +68,15 @@ int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName
     for (std::string_view keyword : {"LoadModule", "<VirtualHost"}) {
         switch (copyWithEntry(apacheConfFile, scratch, keyword, php != std::string::npos, entry)) {
         case Pass::Placed:
-            return 0;
+            return qz::result::handler::Rewritten;
         case Pass::NoInput:
-            return 1;
+            return qz::result::handler::AddModuleFileNotOpened;
         case Pass::NoScratch:
-            return 2;
+            return qz::result::handler::AddModuleScratchNotOpened;
         case Pass::NotPlaced:
             break;
         }
     }
     std::remove(scratch.c_str());
-    return 4;
+    return qz::result::handler::AddModuleNoPlace;
 }

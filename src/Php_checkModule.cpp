@@ -6,10 +6,10 @@
 
 int CQZWebsite::Php_checkModule(std::string HttpdConfFile, std::string moduleName) {
     qz::LineReader in(HttpdConfFile, 0);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::ServerModuleLine lines;
     while (in.getline()) {
-        if (lines.loads(qz::handlerForm(in.view()), moduleName)) return 1;
+        if (lines.loads(qz::handlerForm(in.view()), moduleName)) return qz::result::handler::ModuleLoaded;
     }
-    return 0;
+    return qz::result::handler::ModuleNotLoaded;
 }

@@ -14,7 +14,7 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
     const bool scratchOpen = !scratch.empty() && rewrite.openAppend();
     qz::OutFile& out = rewrite.out();
     qz::LineReader in(apacheConfFile, 0);
-    if (!in.isOpen()) return 21;
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::ServerModuleLine lines;
     while (in.getline()) {
         if (!lines.loads(qz::handlerForm(in.view()), moduleName)) out.writeLine(in.view());
@@ -24,5 +24,5 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
     // over the configuration (mv would put an older or a short file there);
     // the result stays 0.
     if (scratchOpen) static_cast<void>(rewrite.commit());
-    return 0;
+    return qz::result::handler::Rewritten;
 }

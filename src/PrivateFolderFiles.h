@@ -40,7 +40,7 @@ struct PrivateFolderFiles {
     // The result of every private folder operation for a refused request:
     // a control character in a value, a ".." in the path, or a folder or
     // file of the folder that is a link, a FIFO, a hard link or no folder.
-    static constexpr int kRefused = 1607;
+    static constexpr int kRefused = qz::result::privateFolder::Refused;
 
     // The folder reached as openFolder reaches it, once the values passed the
     // checks, and held still by `still` while the operation runs htpasswd on

@@ -51,10 +51,10 @@ LineReader::LineReader(const char* path, size_t limit) : limit_(limit) {
 }
 
 int configurationUnreadable(const char* httpdConfFile, const LineReader& in, const char* message) {
-    if (isEmpty(httpdConfFile)) return 21;
+    if (isEmpty(httpdConfFile)) return qz::result::NoConfigFile;
     if (in.isOpen()) return 0;
     if (message != nullptr) sayLine(message);
-    return 22;
+    return qz::result::ConfigNotOpened;
 }
 
 LineReader::~LineReader() {

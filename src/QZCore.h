@@ -5,6 +5,7 @@
 #define QZ_CORE_H
 
 #include "CQZTrackManager.h"
+#include "QZResults.h"
 #include "QZTypes.h"
 
 #include <cctype>

@@ -9,15 +9,15 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
     std::string value;
     for (const std::string& path : Paths) value += (value.empty() ? "" : ":") + path;
     qz::trackMethod(TrackManager, "SetPhpOpenBasedir", {DomainName, value}, {"DomainName", "Paths"});
-    if (qz::isEmpty(HttpdConfFile)) return 21;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     qz::fpm::SiteConf site;
     if (!site.read(HttpdConfFile, DomainName)) {
         qz::sayLine("Error while opening HttpdConfFile");
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
-    if (!site.found) return 1;
+    if (!site.found) return qz::result::phpFpm::NoSite;
     for (const std::string& path : Paths)
-        if (!qz::fpm::writablePath(path)) return 6;
+        if (!qz::fpm::writablePath(path)) return qz::result::phpFpm::PathRefused;
 
     // The site's pools, of whichever versions hold one.
     int pools = 0;
@@ -27,7 +27,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
         if (!qz::fpm::validDomain(DomainName) || !in.isOpen()) continue;
         ++pools;
         qz::Rewrite rewrite(pool + ".qztmp", pool);
-        if (!rewrite.open()) return 23;
+        if (!rewrite.open()) return qz::result::ScratchNotWritten;
         // The setting keeps its place; a pool without one gets it at the end.
         const std::string setting = "php_admin_value[open_basedir] = \"" + value + "\"";
         bool written = value.empty();
@@ -41,13 +41,14 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
         }
         if (!written) rewrite.out().writeLine(setting);
         in.close();
-        if (!rewrite.commit()) return 23;
+        if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     }
-    if (pools > 0) return 96;
+    if (pools > 0) return qz::result::phpFpm::Done;
 
     int blocks = 0;
     const std::vector<std::string> lines = site.withModuleBasedir(value, blocks);
-    if (blocks == 0) return 7;
-    if (lines != site.lines && !qz::fpm::writeLines(qz::str(TEMPFILE), HttpdConfFile, lines)) return 23;
-    return 96;
+    if (blocks == 0) return qz::result::phpFpm::NoPoolNorModule;
+    if (lines != site.lines && !qz::fpm::writeLines(qz::str(TEMPFILE), HttpdConfFile, lines))
+        return qz::result::ScratchNotWritten;
+    return qz::result::phpFpm::Done;
 }

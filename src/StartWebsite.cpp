@@ -10,5 +10,5 @@ char CQZWebsite::StartWebsite(const char* DomainName) {
     // Reported under the stop operation's name, as the panel expects.
     qz::trackMethod(TrackManager, "StopWebsite", {qz::str(DomainName)}, {"DomainName"});
     const int failed = qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Started);
-    return failed != 0 ? static_cast<char>(failed) : 29;
+    return failed != 0 ? static_cast<char>(failed) : qz::result::website::Started;
 }

@@ -9,5 +9,5 @@ char CQZWebsite::StopWebsite(const char* DomainName) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "StopWebsite", {qz::str(DomainName)}, {"DomainName"});
     const int failed = qz::switchWebsite(HttpdConfFile, TEMPFILE, DomainName, qz::SwitchTo::Stopped);
-    return failed != 0 ? static_cast<char>(failed) : 30;
+    return failed != 0 ? static_cast<char>(failed) : qz::result::website::Stopped;
 }

@@ -80,12 +80,13 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     const qz::OperationLock lock;
     using namespace qz;
     // Without a record there is nothing to write; nothing is touched.
-    if (ObjDDir == nullptr) return 'W';
+    if (ObjDDir == nullptr) return qz::result::vdir::Refused;
     const SDDir& dir = *ObjDDir;
     // A record that could inject a line or lead outside the site, or whose
     // password file a customer has made a link, is refused before anything is
     // read, written or run.
-    if (!isAcceptable(dir, WebadminName, WebadminPass) || !passwordFileUsable(passwordFileOf(dir))) return 'W';
+    if (!isAcceptable(dir, WebadminName, WebadminPass) || !passwordFileUsable(passwordFileOf(dir)))
+        return qz::result::vdir::Refused;
     const std::string domain = field(dir.DomainName);
     const std::string dirPath = field(dir.DirPath);
     trackMethod(TrackManager, "UpdateVirtualDirectory",
@@ -100,7 +101,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) {
         sayLine("Error opening TEMPFILE file");
-        return 23;
+        return qz::result::ScratchNotWritten;
     }
     OutFile& out = rewrite.out();
     sayLine("ObjDDir->Order=" + std::string(1, dir.Order));
@@ -116,7 +117,8 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     };
     int state = Outside;
     std::string fullPath;
-    return rewriteConfiguration(in, rewrite, 'Y', [&](const LineReader& line, const char* p) -> char {
+    const char done = qz::result::vdir::Updated;
+    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
         if (state == OldSection) {
             if (startsWithNoCase(p, "</Directory>")) state = Written;
             return 0;
@@ -133,9 +135,9 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
         } else if (startsWithNoCase(p, "<Directory") && state == Site) {
             std::string path;
             const PathForm form = directoryPath(p, path);
-            if (form == PathForm::Unterminated) return 'W';
+            if (form == PathForm::Unterminated) return qz::result::vdir::Refused;
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
-                if (!writeSection(out, request, fullPath, Placement::Replacing)) return 'W';
+                if (!writeSection(out, request, fullPath, Placement::Replacing)) return qz::result::vdir::Refused;
                 state = OldSection;
             } else {
                 copyDirectoryOpening(out, line, form, path);
@@ -143,7 +145,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
             return 0;
         } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {
             if (state == Site) {
-                if (!writeSection(out, request, fullPath, Placement::Appending)) return 'W';
+                if (!writeSection(out, request, fullPath, Placement::Appending)) return qz::result::vdir::Refused;
                 state = Written;
             } else {
                 fullPath.clear();

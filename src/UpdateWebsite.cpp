@@ -359,7 +359,7 @@ void applyMode(const std::string& folder, mode_t mode) {
 }  // namespace
 
 char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
-    if (ObjUVHost == nullptr || ObjUVHost->pDomain == nullptr) return 26;
+    if (ObjUVHost == nullptr || ObjUVHost->pDomain == nullptr) return qz::result::website::NotFound;
     UpdateVHost& wanted = *ObjUVHost;
     const std::string domain = wanted.pDomain;
     const qz::OperationLock lock;
@@ -373,8 +373,8 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
         if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
         const bool found = qz::readWebsiteInfo(in, domain, base, docRoot, false);
         // A line too long to read would hide the rest of the block.
-        if (in.tooLong()) return 22;
-        if (!found) return 26;
+        if (in.tooLong()) return qz::result::ConfigNotOpened;
+        if (!found) return qz::result::website::NotFound;
     }
 
     // What each list asks, every added entry checked before anything is written.
@@ -388,7 +388,7 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
         const NameValueVector& pairs = qz::pairsOf(wanted, kind);
         for (size_t w = 0; w < pairs.size(); ++w) {
             const bool added = plan.keptAt[w] < 0;
-            if (added && !acceptable(kind, pairs[w])) return 1;
+            if (added && !acceptable(kind, pairs[w])) return qz::result::website::ValueRefused;
             plan.text.push_back(added ? pairLine(kind, pairs[w]) : std::string());
         }
         if (!plan.same) plans.push_back(std::move(plan));
@@ -399,7 +399,7 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
         planFor(plan, qz::wordsOf(base, kind));
         for (size_t w = 0; w < plan.keys.size(); ++w) {
             if (plan.keptAt[w] >= 0) continue;
-            if (!isWord(plan.keys[w])) return 1;
+            if (!isWord(plan.keys[w])) return qz::result::website::ValueRefused;
             if (kind == InfoKind::ServerAlias) addedAliases.push_back(plan.keys[w]);
         }
         if (!plan.same) plans.push_back(std::move(plan));
@@ -407,23 +407,23 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     // Document roots, paired with the base's in order.
     std::map<std::string, std::string> newRoots;
     std::map<std::string, bool> rootMoved;
-    if (wanted.DocRootPath.size() != base.DocRootPath.size()) return 1;
+    if (wanted.DocRootPath.size() != base.DocRootPath.size()) return qz::result::website::ValueRefused;
     for (size_t i = 0; i < base.DocRootPath.size(); ++i) {
         const std::string &from = base.DocRootPath[i], &to = wanted.DocRootPath[i];
         if (from == to) continue;
-        if (!acceptablePath(to)) return 1;
+        if (!acceptablePath(to)) return qz::result::website::ValueRefused;
         auto [it, inserted] = newRoots.emplace(from, to);
-        if (!inserted && it->second != to) return 1;
+        if (!inserted && it->second != to) return qz::result::website::ValueRefused;
     }
     std::string modeFolder = wanted.DocRootPath.empty() ? docRoot : wanted.DocRootPath.back();
     if (wanted.DirPath != nullptr && strlen(wanted.DirPath) >= 3) modeFolder = wanted.DirPath;
-    if (wanted.AccessMode != 0 && !acceptablePath(modeFolder)) return 1;
+    if (wanted.AccessMode != 0 && !acceptablePath(modeFolder)) return qz::result::website::ValueRefused;
 
     if (!plans.empty() || !newRoots.empty()) {
         qz::LineReader in(HttpdConfFile, 0);
         if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
         qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-        if (TEMPFILE == nullptr || !rewrite.open()) return 23;
+        if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
         StringVector others;
         bool found = false;
         const bool changed = qz::rewriteSiteBlocks(
@@ -449,17 +449,17 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
         // A root read from another site's block (before its ServerName) is not this site's to change.
         if (rootMoved.size() != newRoots.size()) {
             rewrite.discard();
-            return 1;
+            return qz::result::website::ValueRefused;
         }
         for (const std::string& alias : addedAliases)
             for (const std::string& name : others)
                 if (qz::equalsNoCase(alias.c_str(), name.c_str())) {
                     rewrite.discard();
-                    return 3;
+                    return qz::result::website::AliasTaken;
                 }
         if (!changed) rewrite.discard();
-        else if (!rewrite.commit()) return 23;
+        else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     }
     if (wanted.AccessMode != 0) applyMode(modeFolder, wanted.AccessMode);
-    return 96;
+    return qz::result::website::Done;
 }

@@ -31,24 +31,24 @@ char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
     const std::string login = qz::str(UserName);
     const std::string password = qz::str(Passwd);
     qz::trackMethod(TrackManager, "UserCreate", {login, password}, {"UserName", "Passwd"});
-    if (!qz::isWebLogin(login) || qz::hasControlChar(password)) return 'N';
+    if (!qz::isWebLogin(login) || qz::hasControlChar(password)) return qz::result::webUser::Refused;
 
     const std::string file = qz::webUserFile(*this);
     // A folder opens for reading here and fails only when opened for writing.
     if (!std::ifstream(file).is_open()) {
         qz::sayLine("Error opening passwd file");
-        return 'N';
+        return qz::result::webUser::Refused;
     }
     qz::OutFile out;
     // A line that cannot be written whole is taken back, as a file that
     // cannot be written is not written.
     const auto notWritten = []() {
         qz::sayLine("Error opening file");
-        return 'N';
+        return qz::result::webUser::Refused;
     };
     if (!out.openAppendTarget(file.c_str())) return notWritten();
     // A last line without its newline still ends before the new user's line.
     if (endsWithoutNewline(file)) out.write("\n");
     out.writeLine(login + ":" + password);
-    return out.finish() ? 'M' : notWritten();
+    return out.finish() ? qz::result::webUser::Added : notWritten();
 }

@@ -9,13 +9,13 @@ char CQZUsers::UserDelete(const char* UserName) {
     const qz::OperationLock lock;
     const std::string login = qz::str(UserName);
     qz::trackMethod(TrackManager, "UserDelete", {login}, {"UserName"});
-    if (!qz::isWebLogin(login)) return 'N';
+    if (!qz::isWebLogin(login)) return qz::result::webUser::Refused;
 
     // The key ends with the ":", so deleting "bo" keeps "bob".
     switch (qz::rewriteWebUsers(*this, login + ":", nullptr).result) {
-        case qz::WebUserRewrite::kFileNotOpened: return 'N';
-        case qz::WebUserRewrite::kScratchNotOpened: return 23;
+        case qz::WebUserRewrite::kFileNotOpened: return qz::result::webUser::Refused;
+        case qz::WebUserRewrite::kScratchNotOpened: return qz::result::ScratchNotWritten;
         case qz::WebUserRewrite::kDone: break;
     }
-    return 'O';  // also when the user was not there
+    return qz::result::webUser::Deleted;  // also when the user was not there
 }

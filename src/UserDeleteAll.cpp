@@ -11,5 +11,5 @@ char CQZUsers::UserDeleteAll() {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "UserDeleteAll", {""}, {""});
     std::remove(qz::webUserFile(*this).c_str());
-    return 'P';  // whether or not there was a file to delete
+    return qz::result::webUser::AllDeleted;  // whether or not there was a file to delete
 }

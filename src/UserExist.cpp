@@ -17,9 +17,9 @@ char CQZUsers::UserExist(StringVector* List) {
     if (!in.isOpen()) {
         // A folder opens as a stream, but its first read fails: that empty
         // read has no ":" and ends the count before it starts.
-        if (std::ifstream(file).is_open()) return 'Q';
+        if (std::ifstream(file).is_open()) return qz::result::webUser::Counted;
         qz::sayLine("Error opening HttpdConfFile file");
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
     // A line over the limit fails the stream; the next read is then empty,
     // has no ":", and ends the count.
@@ -28,5 +28,5 @@ char CQZUsers::UserExist(StringVector* List) {
         if (in.view().find(':') == std::string_view::npos) break;
         if (List != nullptr) List->emplace_back();
     }
-    return 'Q';
+    return qz::result::webUser::Counted;
 }

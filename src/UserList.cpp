@@ -13,10 +13,10 @@ char CQZUsers::UserList(StringVector* List) {
     qz::trackMethod(TrackManager, "UserList", {""}, {""});
 
     qz::LineReader in(qz::webUserFile(*this), qz::kWebUserLineLimit);
-    if (!in.isOpen()) return 22;
+    if (!in.isOpen()) return qz::result::ConfigNotOpened;
     while (in.nextUntilEof()) {
         const std::string_view line = in.view();
         if (List != nullptr) List->emplace_back(line.substr(0, line.find(':')));
     }
-    return 'R';
+    return qz::result::webUser::Listed;
 }

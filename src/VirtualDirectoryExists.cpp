@@ -31,5 +31,5 @@ char CQZVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
         return strcasecmp(path.c_str(), dirPath.c_str()) == 0;
     });
     // 1 also for a "<Directory" path without its closing quote.
-    return found ? 1 : 0;
+    return found ? qz::result::vdir::Present : qz::result::vdir::Absent;
 }

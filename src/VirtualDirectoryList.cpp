@@ -20,5 +20,5 @@ char CQZVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
         DDirList->push_back(alias.alias.empty() ? std::string() : alias.alias.substr(1));
         return false;
     });
-    return 0;
+    return qz::result::vdir::Listed;
 }

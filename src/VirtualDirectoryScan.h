@@ -94,9 +94,9 @@ char rewriteConfiguration(LineReader& in, Rewrite& rewrite, char done, Body&& bo
         }
         if (const char result = body(in, skipSpace(line))) return abandonRewrite(in, rewrite, result);
     }
-    if (in.tooLong()) return abandonRewrite(in, rewrite, 22);
+    if (in.tooLong()) return abandonRewrite(in, rewrite, qz::result::ConfigNotOpened);
     in.close();
-    return rewrite.commit() ? done : 23;
+    return rewrite.commit() ? done : qz::result::ScratchNotWritten;
 }
 
 }  // namespace qz

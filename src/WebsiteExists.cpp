@@ -19,11 +19,11 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
         } else if (!inBlock) {
             continue;
         } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (qz::serverNameIs(p, domain)) return 31;
+            if (qz::serverNameIs(p, domain)) return qz::result::website::Exists;
             inBlock = false;  // one ServerName decides the block
         } else if (qz::startsWithNoCase(p, "</VirtualHost>")) {
             inBlock = false;
         }
     }
-    return 32;
+    return qz::result::website::DoesNotExist;
 }

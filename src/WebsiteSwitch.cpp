@@ -29,7 +29,7 @@ int switchWebsite(const char* httpdConfFile, const char* scratch, const char* do
     LineReader in(httpdConfFile, 0);
     if (!in.isOpen()) {
         sayLine("Error while opening HttpdConfFile");
-        return 22;
+        return qz::result::ConfigNotOpened;
     }
     OutFile& out = rewrite.out();
     const std::string name = str(domain);
@@ -75,7 +75,7 @@ int switchWebsite(const char* httpdConfFile, const char* scratch, const char* do
     }
     // A block still open at the end of the file is not written back.
     in.close();
-    if (changed && scratchOpen && !rewrite.commit()) return 23;
+    if (changed && scratchOpen && !rewrite.commit()) return qz::result::ScratchNotWritten;
     return 0;
 }
 

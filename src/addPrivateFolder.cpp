@@ -29,15 +29,15 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
     if (accessState == qz::FileCheck::Missing) {
         if (!folder.fd.ok() || qz::openIn(folder, ".htaccess", O_WRONLY | O_CREAT | O_TRUNC, access) !=
                                    qz::FileCheck::Regular)
-            return 1601;
+            return qz::result::privateFolder::AddFailed;
         std::string text;
         for (const auto& directive : files.directives()) text += directive.line() + "\n";
         // Written whole and on disk, or not left at all.
         if (!qz::writeAll(access, text) || fsync(access.get()) != 0) {
             unlinkat(folder.fd.get(), ".htaccess", 0);
-            return 1601;
+            return qz::result::privateFolder::AddFailed;
         }
-        if (fchmod(access.get(), 0444) != 0) return 1601;
+        if (fchmod(access.get(), 0444) != 0) return qz::result::privateFolder::AddFailed;
     } else {
         // Lines already there stay as they are: another realm keeps its
         // AuthName line and gets this one after it. The checked file is
@@ -53,9 +53,9 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
     // -c creates the password file; without it the user is added or updated.
     const char* option = passwordState == qz::FileCheck::Regular ? "-b" : "-cb";
     qz::ShellPipe command(files.htpasswd(option, userName) + " " + qz::shellQuoted(userPasswd));
-    if (command.get() == nullptr) return 1601;
+    if (command.get() == nullptr) return qz::result::privateFolder::AddFailed;
     command.close();  // the tool's exit status is not examined
     // The file the tool left, checked again before its mode is set.
     if (files.open(folder, ".htpasswd", passwords) == qz::FileCheck::Regular) fchmod(passwords.get(), 0444);
-    return 1602;
+    return qz::result::privateFolder::Added;
 }

@@ -34,7 +34,7 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
         const std::string commandLine = files.htpasswd("-D", userName);
         qz::sayLine("command=" + commandLine);
         qz::ShellPipe command(commandLine);
-        if (command.get() == nullptr) return 1604;
+        if (command.get() == nullptr) return qz::result::privateFolder::DeleteFailed;
         // The fixed pause given to htpasswd. The command is then waited for
         // and closed, rather than left running with its pipe open.
         std::this_thread::sleep_for(std::chrono::seconds(2));
@@ -45,9 +45,9 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
         switch (files.open(folder, ".htpasswd", passwords)) {
             case qz::FileCheck::Refused: return files.kRefused;
             case qz::FileCheck::Regular: break;
-            default: return 1604;
+            default: return qz::result::privateFolder::DeleteFailed;
         }
-        if (fstat(passwords.get(), &st) != 0) return 1604;
+        if (fstat(passwords.get(), &st) != 0) return qz::result::privateFolder::DeleteFailed;
         if (st.st_size < 1)
             unlinkat(folder.fd.get(), ".htpasswd", 0);
         else
@@ -64,5 +64,5 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
                 params.delParamFromFile(files.access, directive.name, directive.value, qz::kDirectiveSeparator,
                                         qz::kDirectiveComment);
     }
-    return 1603;
+    return qz::result::privateFolder::Deleted;
 }

@@ -33,7 +33,7 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
         const int deleted = deletePrivateFolder(oldFolderPath, userName);
         if (deleted != 1603) return deleted;
         const int added = addPrivateFolder(newFolderPath, userName, userPasswd);
-        return added == 1602 ? 1605 : added;
+        return added == qz::result::privateFolder::Added ? qz::result::privateFolder::Edited : added;
     }
 
     const qz::PrivateFolderFiles files(oldFolderPath);
@@ -44,10 +44,11 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
     switch (files.open(folder, ".htpasswd", passwords)) {
         case qz::FileCheck::Refused: return files.kRefused;
         case qz::FileCheck::Regular: break;
-        default: return 1606;
+        default: return qz::result::privateFolder::EditFailed;
     }
-    if (!runPrinted(files.htpasswd("-D", userName))) return 1501;
+    if (!runPrinted(files.htpasswd("-D", userName))) return qz::result::privateFolder::EditNotStarted;
     // Two blanks before the password, as the panel has always written it.
-    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::shellQuoted(userPasswd))) return 1606;
-    return 1605;
+    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::shellQuoted(userPasswd)))
+        return qz::result::privateFolder::EditFailed;
+    return qz::result::privateFolder::Edited;
 }
