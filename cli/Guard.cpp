@@ -63,12 +63,11 @@ MachineLock::MachineLock(const std::string& root) {
     const std::string file = folder + "/qzapache.lock";
     fd_ = qz::openLockFile(file);
     if (fd_ < 0) throw systemError("cannot open the lock " + file);
-    while (flock(fd_, LOCK_EX) != 0)
-        if (errno != EINTR) {
-            const std::runtime_error error = systemError("cannot lock " + file);
-            close(fd_);
-            throw error;
-        }
+    if (qz::lockExclusive(fd_) != 0) {
+        const std::runtime_error error = systemError("cannot lock " + file);
+        close(fd_);
+        throw error;
+    }
     // flock locks belong to an open file: the library opening the lock file
     // again would wait for this one for ever. The variable lends it this one
     // (the library checks that it names the lock file and holds its lock).

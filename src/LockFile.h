@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,6 +38,15 @@ inline int openLockFile(const std::string& path) {
     }
     errno = EPERM;
     return -1;
+}
+
+// Waits for the exclusive flock of `fd`, again after a signal. 0, or -1 with
+// errno set.
+inline int lockExclusive(int fd) {
+    int result;
+    while ((result = flock(fd, LOCK_EX)) != 0 && errno == EINTR) {
+    }
+    return result;
 }
 
 }  // namespace qz

@@ -64,12 +64,10 @@ void acquire(Holder& h) {
         sayLine("Cannot open the lock file " + file + ": " + std::strerror(errno));
         return;
     }
-    while (flock(h.fd, LOCK_EX) != 0) {
-        if (errno == EINTR) continue;
+    if (lockExclusive(h.fd) != 0) {
         sayLine("Cannot lock the lock file " + file + ": " + std::strerror(errno));
         ::close(h.fd);
         h.fd = -1;
-        return;
     }
 }
 
