@@ -2,7 +2,7 @@
 // lock, the copies kept for --verify and the syntax check, and the library's
 // and its tools' output kept off the program's own.
 #include "Cli.h"
-#include "LockFile.h"
+#include "core/LockFile.h"
 
 #include <cerrno>
 #include <climits>

@@ -1,6 +1,6 @@
 // The shared primitives: the line reader against std::istream::getline, the
 // shell quoting rule and system paths.
-#include "QZCore.h"
+#include "core/QZCore.h"
 #include "QZTestFixture.h"
 
 #include <fstream>

@@ -1,8 +1,0 @@
-// Whether the server runs CloudLinux.
-#include "QZCommon.h"
-
-#include "QZCore.h"
-
-#include <unistd.h>
-
-bool ISCloudLinux() { return access(qz::sysPath("/etc/CloudLinux-release").c_str(), F_OK) == 0; }

@@ -1,0 +1,227 @@
+#include "core/SafePath.h"
+
+#include <cerrno>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qz {
+
+void Fd::reset(int fd) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+}
+
+namespace {
+
+// The folders a FolderLock holds: root's for now, but still the customer's
+// as far as trust goes.
+std::mutex heldMutex;
+std::set<std::pair<dev_t, ino_t>>& heldFolders() {
+    static std::set<std::pair<dev_t, ino_t>> held;
+    return held;
+}
+
+bool isHeld(const struct stat& st) {
+    std::lock_guard<std::mutex> guard(heldMutex);
+    return heldFolders().count({st.st_dev, st.st_ino}) != 0;
+}
+
+void markHeld(const struct stat& st, bool held) {
+    std::lock_guard<std::mutex> guard(heldMutex);
+    if (held)
+        heldFolders().insert({st.st_dev, st.st_ino});
+    else
+        heldFolders().erase({st.st_dev, st.st_ino});
+}
+
+// Only root, or the user running the library, can have put entries there.
+bool onlyOwnerWrites(const struct stat& st) {
+    return (st.st_uid == 0 || st.st_uid == geteuid()) && (st.st_mode & (S_IWGRP | S_IWOTH)) == 0 && !isHeld(st);
+}
+
+bool isTrusted(int fd) {
+    struct stat st;
+    return fstat(fd, &st) == 0 && onlyOwnerWrites(st);
+}
+
+}  // namespace
+
+bool isRefusal(int error) { return error == ELOOP || error == ENOTDIR || error == EPERM || error == ENXIO; }
+
+namespace {
+
+// The folders of `path` as openFolder walks them: each one's identity, and a
+// descriptor of each one others can write (with its owner and mode).
+struct Walk {
+    std::vector<std::pair<dev_t, ino_t>> chain;
+    std::vector<std::pair<int, struct stat>> writable;  // descriptors owned by the caller
+};
+
+bool walk(const std::string& path, SafeFolder& folder, Walk* seen) {
+    const bool absolute = !path.empty() && path[0] == '/';
+    Fd current(::open(absolute ? "/" : ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!current.ok()) return false;
+    bool trusted = isTrusted(current.get());
+    auto note = [&](bool isTrusted) {
+        if (seen == nullptr) return;
+        struct stat st;
+        if (fstat(current.get(), &st) != 0) return;
+        seen->chain.emplace_back(st.st_dev, st.st_ino);
+        if (!isTrusted) seen->writable.emplace_back(dup(current.get()), st);
+    };
+    note(trusted);
+    for (size_t start = 0; start <= path.size();) {
+        size_t end = path.find('/', start);
+        if (end == std::string::npos) end = path.size();
+        const std::string part = path.substr(start, end - start);
+        start = end + 1;
+        if (part.empty() || part == ".") continue;
+        if (part == "..") {
+            errno = EPERM;
+            return false;
+        }
+        Fd next(::openat(current.get(), part.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | (trusted ? 0 : O_NOFOLLOW)));
+        if (!next.ok()) return false;
+        current = std::move(next);
+        trusted = isTrusted(current.get());
+        note(trusted);
+    }
+    folder.fd = std::move(current);
+    folder.trusted = trusted;
+    return true;
+}
+
+}  // namespace
+
+bool openFolder(const std::string& path, SafeFolder& folder) { return walk(path, folder, nullptr); }
+
+bool openEntry(const std::string& path, Fd& entry) {
+    entry.reset();
+    std::string trimmed = path;
+    while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.pop_back();
+    const size_t slash = trimmed.rfind('/');
+    const std::string name = slash == std::string::npos ? trimmed : trimmed.substr(slash + 1);
+    SafeFolder folder;
+    if (!openFolder(slash == std::string::npos ? "." : trimmed.substr(0, slash + 1), folder)) return false;
+    if (name.empty() || name == ".") {
+        entry = std::move(folder.fd);
+        return true;
+    }
+    if (name == "..") {
+        errno = EPERM;
+        return false;
+    }
+    Fd fd(::openat(folder.fd.get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat st;
+    if (!fd.ok() || fstat(fd.get(), &st) != 0) return false;
+    if (!S_ISDIR(st.st_mode) && !(S_ISREG(st.st_mode) && st.st_nlink == 1)) {
+        errno = S_ISLNK(st.st_mode) ? ELOOP : EPERM;
+        return false;
+    }
+    entry = std::move(fd);
+    return true;
+}
+
+bool FolderLock::lock(const std::string& folderPath) {
+    release();
+    SafeFolder folder;
+    // Only root can hold a folder, and only root needs to: a caller that is
+    // not root, led by a link, could write nothing it could not write itself.
+    if (geteuid() != 0) return openFolder(folderPath, folder) || !isRefusal(errno);
+    Walk first;
+    const bool walked = walk(folderPath, folder, &first);
+    const int walkError = errno;
+    std::vector<Held> found;  // every descriptor owned at once, closed whatever happens
+    for (auto& [fd, st] : first.writable) found.push_back({Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777, st});
+    for (Held& held : found) {
+        if (!walked || !held.fd.ok()) continue;
+        const int ownedByRoot = fchownat(held.fd.get(), "", 0, static_cast<gid_t>(-1), AT_EMPTY_PATH);
+        const bool locked = ownedByRoot == 0 &&
+                            chmod(descriptorPath(held.fd).c_str(), held.mode & ~(S_IWGRP | S_IWOTH)) == 0;
+        const bool kept = ownedByRoot == 0;
+        if (kept) {
+            markHeld(held.st, true);
+            held_.push_back(std::move(held));
+        }
+        if (!locked) {
+            const int error = errno;
+            release();
+            errno = error;
+            return false;
+        }
+    }
+    if (!walked) {
+        errno = walkError;
+        return false;
+    }
+    Walk again;
+    const bool same = walk(folderPath, folder, &again) && again.chain == first.chain;
+    for (auto& entry : again.writable) Fd closed(entry.first);
+    if (!same) {
+        release();
+        errno = EAGAIN;
+        return false;
+    }
+    return true;
+}
+
+void FolderLock::release() {
+    // The deepest folder first: each gets its owner, then its mode, back.
+    for (auto held = held_.rbegin(); held != held_.rend(); ++held) {
+        markHeld(held->st, false);
+        if (fchownat(held->fd.get(), "", held->uid, held->gid, AT_EMPTY_PATH) != 0) continue;
+        (void)chmod(descriptorPath(held->fd).c_str(), held->mode);
+    }
+    held_.clear();
+}
+
+FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode) {
+    file.reset();
+    const int base = (flags & ~(O_CREAT | O_TRUNC | O_EXCL)) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
+    Fd fd(::openat(folder.fd.get(), name, base));
+    if (!fd.ok() && errno == ENOENT && (flags & O_CREAT) != 0)
+        fd.reset(::openat(folder.fd.get(), name, base | O_CREAT | O_EXCL, mode));
+    if (!fd.ok()) return errno == ENOENT ? FileCheck::Missing : isRefusal(errno) ? FileCheck::Refused : FileCheck::Unopened;
+    struct stat st;
+    if (fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_nlink != 1)
+        return FileCheck::Refused;
+    const int status = fcntl(fd.get(), F_GETFL);
+    if (status < 0 || fcntl(fd.get(), F_SETFL, status & ~O_NONBLOCK) != 0) return FileCheck::Refused;
+    if ((flags & O_TRUNC) != 0 && ftruncate(fd.get(), 0) != 0) return FileCheck::Refused;
+    file = std::move(fd);
+    return FileCheck::Regular;
+}
+
+FileCheck openFile(const std::string& path, int flags, Fd& file, mode_t mode) {
+    file.reset();
+    const size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    if (name.empty() || name == "." || name == "..") return FileCheck::Refused;
+    SafeFolder folder;
+    if (!openFolder(slash == std::string::npos ? "." : path.substr(0, slash + 1), folder))
+        return errno == ENOENT ? FileCheck::Missing : isRefusal(errno) ? FileCheck::Refused : FileCheck::Unopened;
+    return openIn(folder, name.c_str(), flags, file, mode);
+}
+
+FileCheck checkFile(const std::string& path) {
+    Fd file;
+    return openFile(path, O_RDONLY, file);
+}
+
+std::string descriptorPath(const Fd& fd) { return "/proc/self/fd/" + std::to_string(fd.get()); }
+
+bool writeAll(const Fd& file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t put = ::write(file.get(), text.data(), text.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        text.remove_prefix(static_cast<size_t>(put));
+    }
+    return true;
+}
+
+}  // namespace qz

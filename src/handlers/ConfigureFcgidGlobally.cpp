@@ -1,0 +1,54 @@
+// CQZWebsite::ConfigureFcgidGlobally: the server-level mod_fcgid settings.
+#include "CQZWebsite.h"
+
+#include "ApacheHelper.h"
+#include "toolkit/DirectiveScan.h"
+#include "core/QZLock.h"
+#include "core/Validate.h"
+
+int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Module) {
+    const qz::OperationLock lock;
+    qz::trackMethod(TrackManager, "ConfigureFcgidGlobally", {HttpdConfFile, Module}, {"HttpdConfFile", "Module"});
+    if (!qz::isTagSafe(Module)) return qz::result::handler::FcgidModuleRefused;
+    ApacheHelper helper;
+    std::string socketPath, sharememPath;
+    helper.Apache_getDirectiveValue(HttpdConfFile, "SocketPath", socketPath, false);
+    helper.Apache_getDirectiveValue(HttpdConfFile, "SharememPath", sharememPath, false);
+    qz::sayLine("SocketPath=" + socketPath);
+    qz::sayLine("SharememPath=" + sharememPath);
+    if (!socketPath.empty() || !sharememPath.empty()) return qz::result::handler::Rewritten;
+
+    const std::string block = "<IfModule " + Module + ".c>\n"
+                              "\tSocketPath /tmp/mod_fcgid/\n"
+                              "\tSharememPath /tmp/mod_fcgid/fcgid_shm\n"
+                              "</IfModule>";
+    const std::string folder = qz::sysPath("/tmp/mod_fcgid");
+
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (!in.isOpen()) return qz::result::handler::FcgidFileNotOpened;
+    qz::Rewrite rewrite(HttpdConfFile + ".efcgid", HttpdConfFile);
+    if (!rewrite.open()) return qz::result::handler::FcgidScratchNotOpened;
+    qz::OutFile& out = rewrite.out();
+    // Every column-1 Include line gets its own block: earlier blocks are not
+    // looked for.
+    bool written = false;
+    while (in.getline()) {
+        if (qz::startsWithNoCase(in.c_str(), "Include")) {
+            out.writeLine(block);
+            qz::runShell(qz::shellCommand({"mkdir", folder}));
+            qz::runShell(qz::shellCommand({"chmod", "777", folder}));
+            written = true;
+        }
+        out.writeLine(in.view());
+    }
+    // A line over 2999 characters ends the copy: the configuration is left as
+    // it is (neither moved over nor appended to) and 1 is returned, since a
+    // copy cut short would lose the rest of the file.
+    if (in.tooLong()) return qz::result::handler::FcgidFileNotOpened;
+    in.close();
+    if (written) return rewrite.commit() ? qz::result::handler::Rewritten : qz::result::handler::FcgidScratchNotOpened;
+    // No Include line: the block goes at the end; the scratch copy stays.
+    rewrite.out().close();
+    return qz::appendLine(HttpdConfFile, block) ? qz::result::handler::Rewritten
+                                                : qz::result::handler::FcgidFileNotOpened;
+}

@@ -1,0 +1,77 @@
+// CQZWebsite::DisableFcgid: removes a site's mod_fcgid block and its PHP CGI
+// copy.
+#include "CQZWebsite.h"
+
+#include "ApacheHelper.h"
+#include "handlers/HandlerScan.h"
+#include "core/QZLock.h"
+#include "core/SafePath.h"
+#include "core/Validate.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
+
+int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI) {
+    const qz::OperationLock lock;
+    qz::trackMethod(TrackManager, "DisableFcgid", {DomainName, ModuleName, PHPCGI},
+                    {"DomainName", "ModuleName", "PHPCGI"});
+    // The CGI copy is named inside the site folder: no ".." leads out of it.
+    if (!qz::isHostName(DomainName) || qz::hasControlChar(PHPCGI) || qz::hasDotDot(PHPCGI))
+        return qz::result::handler::Refused;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
+    const std::string conf = HttpdConfFile;
+    // The block is found by ModuleName itself; ModuleName + ".c" would find
+    // the same mod_fcgid block.
+    const std::string match = "ServerName " + DomainName;
+    qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
+    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
+    qz::LineReader in(conf, 0);
+    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
+    qz::OutFile& out = rewrite.out();
+
+    constexpr int kMaxBlockLines = 10;  // after the opening line, the closing one included
+    int consumed = 0;                   // counted over the whole call
+    bool inSite = false, found = false, error = false;
+    while (in.getline()) {
+        const std::string_view line = qz::handlerForm(in.view());
+        if (inSite && line.size() == 14 && qz::startsWithNoCase(line.data(), "</VirtualHost>")) inSite = false;
+        if (line == match) inSite = true;
+        if (inSite && qz::contains(line, "IfModule") && qz::contains(line, ModuleName)) {
+            found = true;
+            while (in.getline()) {
+                if (++consumed > kMaxBlockLines) {
+                    error = true;
+                    break;
+                }
+                if (qz::handlerForm(in.view()) == "</IfModule>") break;
+            }
+            inSite = false;
+            continue;
+        }
+        out.writeLine(in.view());
+    }
+    in.close();
+    if (!found || error) return error ? qz::result::handler::BlockTooLong : qz::result::handler::Done;
+    if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+
+    ApacheHelper helper;
+    std::string documentRoot;
+    helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
+    const std::string site = qz::siteFolder(documentRoot, DomainName);
+    // Only a named file inside a known site folder is deleted: an empty name
+    // would remove the folder itself if it were empty. Its folder is reached
+    // without a link a customer could plant, and the name is removed there
+    // (a link by that name goes, never what it points at).
+    if (site.empty() || PHPCGI.empty()) return qz::result::handler::Done;
+    const std::string target = site + "/" + PHPCGI;
+    const size_t slash = target.rfind('/');
+    const std::string name = target.substr(slash + 1);
+    qz::SafeFolder folder;
+    if (!qz::openFolder(target.substr(0, slash + 1), folder))
+        return errno == ENOENT ? qz::result::handler::Done : qz::result::handler::Refused;
+    if (!name.empty()) unlinkat(folder.fd.get(), name.c_str(), 0);
+    return qz::result::handler::Done;
+}

@@ -1,0 +1,82 @@
+// CQZWebsite::Php_addModule: adds the LoadModule line of the PHP module.
+#include "CQZWebsite.h"
+
+#include "discovery/ApacheDiscovery.h"
+#include "core/QZCore.h"
+#include "core/QZLock.h"
+#include "core/Validate.h"
+
+#include <cstdio>
+
+namespace {
+
+enum class Pass { Placed, NotPlaced, NoInput, NoScratch };
+
+// One pass: the configuration copied into the scratch file without its empty
+// lines, with the line `entry()` builds (once the two files are open) before
+// the first line that starts in column 1 with `keyword` (ignoring case); the
+// copy is moved over the configuration when the entry went in. With `place`
+// false nothing is placed. A line over 2999 characters ends the copy: the
+// configuration is left as it is and the pass counts as unreadable (1), since
+// a copy cut short would lose the rest of the file.
+template <class Entry>
+Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::string_view keyword, bool place,
+                   Entry&& entry) {
+    qz::LineReader in(conf, 3000);
+    if (!in.isOpen()) return Pass::NoInput;
+    qz::Rewrite rewrite(scratch, conf);
+    if (scratch.empty() || !rewrite.open()) return Pass::NoScratch;
+    qz::OutFile& out = rewrite.out();
+    const std::string line = entry();
+    bool placed = false;
+    while (in.getline()) {
+        if (in.empty()) continue;
+        if (place && !placed && qz::startsWithNoCase(in.c_str(), keyword)) {
+            out.writeLine(line);
+            placed = true;
+        }
+        out.writeLine(in.view());
+    }
+    if (in.tooLong()) return Pass::NoInput;
+    in.close();
+    if (!placed) return Pass::NotPlaced;
+    return rewrite.commit() ? Pass::Placed : Pass::NoScratch;
+}
+
+}  // namespace
+
+int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName) {
+    const qz::OperationLock lock;
+    if (qz::hasControlChar(moduleName)) return qz::result::handler::AddModuleNoPlace;
+    qz::runShell(qz::shellCommand({"cp", apacheConfFile, apacheConfFile + ".qzbackup.rt"}));
+    const std::string scratch = qz::str(TEMPFILE);
+
+    // Built in each pass: the modules folder as a LoadModule line names it,
+    // and the module's name from its "php" to its first "." (php5 for
+    // libphp5.so).
+    // A file name without "php" names no PHP module: it is placed nowhere,
+    // as when the configuration has no place for it (4).
+    const size_t php = moduleName.find("php");
+    auto entry = [&]() {
+        const std::string modulePath = qz::loadModuleFolder(getApacheModulesDir(apacheConfFile));
+        if (php == std::string::npos) return std::string();
+        const size_t dot = moduleName.find('.');
+        const size_t length = dot == std::string::npos || dot < php ? std::string::npos : dot - php;
+        return "LoadModule " + moduleName.substr(php, length) + "_module " + modulePath + "/" + moduleName;
+    };
+
+    for (std::string_view keyword : {"LoadModule", "<VirtualHost"}) {
+        switch (copyWithEntry(apacheConfFile, scratch, keyword, php != std::string::npos, entry)) {
+        case Pass::Placed:
+            return qz::result::handler::Rewritten;
+        case Pass::NoInput:
+            return qz::result::handler::AddModuleFileNotOpened;
+        case Pass::NoScratch:
+            return qz::result::handler::AddModuleScratchNotOpened;
+        case Pass::NotPlaced:
+            break;
+        }
+    }
+    std::remove(scratch.c_str());
+    return qz::result::handler::AddModuleNoPlace;
+}

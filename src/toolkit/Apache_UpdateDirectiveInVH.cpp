@@ -1,0 +1,32 @@
+// ApacheHelper::Apache_UpdateDirectiveInVH: replaces a directive line in every
+// <VirtualHost> block of a domain.
+#include "ApacheHelper.h"
+
+#include "toolkit/DirectiveScan.h"
+#include "core/QZLock.h"
+#include "core/Validate.h"
+
+int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
+                                             std::string value, bool valueQuoted) {
+    const qz::OperationLock lock;
+    if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value)))
+        return qz::result::toolkit::Refused;
+    using namespace qz;
+    const std::string replacement =
+        valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;
+    DomainBlockScan block(domainName, kReadForm);
+    const RewriteFailures failures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                   result::toolkit::DirectiveNotFound};
+    return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, failures,
+                        [&](LineReader& line, ScratchRewrite& scratch, bool& replaced) {
+                            const char* p = skipSpace(line.c_str());
+                            if (!block.examine(p) && block.inDomain && startsWithNoCase(p, directive)) {
+                                scratch.writeLine(replacement);
+                                replaced = true;
+                                block.inDomain = false;  // later lines of this block stay as they are
+                                return Next::Line;
+                            }
+                            scratch.writeLine(line.view());
+                            return Next::Line;
+                        });
+}

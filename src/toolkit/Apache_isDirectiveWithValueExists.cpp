@@ -1,0 +1,40 @@
+// ApacheHelper::Apache_isDirectiveWithValueExists: whether a server-level line
+// gives a directive exactly a value.
+#include "ApacheHelper.h"
+
+#include "toolkit/DirectiveScan.h"
+
+bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile, std::string directive,
+                                                     std::string value, bool isValueQuoted) {
+    using namespace qz;
+    if (directive.empty()) return false;
+    LineReader in(apacheConfFile, plans::kServerScan.limit);
+    if (!in.isOpen()) return false;
+
+    bool exists = false;
+    scanLines(in, plans::kServerScan, [&](LineReader& line) {
+        const char* p = skipSpace(line.c_str());
+        if (isComment(p)) return Next::Line;
+        // A bare "<VirtualHost>" opens nothing here; it goes on to the
+        // directive test like any other line.
+        if (startsWithNoCase(p, "<VirtualHost") && !startsWithNoCase(p, "<VirtualHost>")) {
+            skipVirtualHost(in, plans::kServerScan.limit);
+            return Next::Line;
+        }
+        if (!startsWithNoCase(p, directive)) return Next::Line;
+        if (!isValueQuoted) {
+            sayLine("without quotes");
+            if (value != valueAfter(p, directive.size())) return Next::Line;
+            sayLine("found");
+            exists = true;
+            return Next::Stop;
+        }
+        std::string quoted;
+        if (!firstQuoted(line.c_str(), quoted)) return Next::Line;
+        sayLine("returning with quote");
+        if (quoted != value) return Next::Line;
+        exists = true;
+        return Next::Stop;
+    });
+    return exists;
+}

@@ -1,0 +1,74 @@
+// ApacheHelper::Apache_writeDirective: inserts a line next to the first
+// server-level line that starts with a reference, else before a line number,
+// else at the end of the file.
+#include "ApacheHelper.h"
+
+#include "toolkit/DirectiveScan.h"
+#include "core/QZLock.h"
+#include "core/Validate.h"
+
+namespace {
+
+using namespace qz;
+
+constexpr FilePlan kWriteDirective{".qzbackup.rt", ".wd", plans::kServerLimit, LoopEnd::StreamFailure,
+                                   EmptyLines::Skipped};
+// The numbered pass counts empty lines (and drops them).
+constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::StreamFailure, EmptyLines::Handed};
+
+// First pass: copies the file and places `entry` beside the first server-level
+// line that starts with `reference`. The opening and closing lines of a
+// <VirtualHost> block belong to the block and are never the reference.
+// 0 placed, 1 / 2 a file did not open (2 also: the scratch file could not be
+// written whole), -1 no reference.
+int writeByReference(const std::string& file, const std::string& entry, const std::string& reference,
+                     bool beforeReference) {
+    LineReader in(file, kWriteDirective.limit);
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
+    ScratchRewrite scratch(file, kWriteDirective.scratchSuffix);
+    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
+
+    ServerLevel level;
+    switch (copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
+                        [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); })) {
+        case Placing::Placed: return 0;
+        case Placing::NotWritten: return qz::result::toolkit::ScratchNotOpened;
+        case Placing::NoPlace: break;
+    }
+    return -1;
+}
+
+// Second pass: `entry` goes before line number `lineCount` (1 for the first
+// line, empty lines counted). An empty line with that number is dropped, and
+// the entry with it.
+int writeAtLine(const std::string& file, const std::string& entry, int lineCount) {
+    LineReader in(file, kWriteAtLine.limit);
+    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
+    ScratchRewrite scratch(file, kWriteAtLine.scratchSuffix);
+    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
+
+    int number = 0;
+    scanLines(in, kWriteAtLine, [&](LineReader& line) {
+        ++number;
+        if (line.empty()) return Next::Line;
+        if (number == lineCount) scratch.writeLine(entry);
+        scratch.writeLine(line.view());
+        return Next::Line;
+    });
+    in.close();
+    return scratch.commit() ? qz::result::toolkit::Done : qz::result::toolkit::ScratchNotOpened;
+}
+
+}  // namespace
+
+int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
+                                        bool beforeReference, int lineCount) {
+    const qz::OperationLock lock;
+    if (!qz::isLineValue(entry)) return qz::result::toolkit::Refused;
+    makeBackup(apacheConfFile, kWriteDirective);
+    const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
+    if (byReference >= 0) return byReference;
+    if (lineCount == -1)
+        return appendLine(apacheConfFile, entry) ? qz::result::toolkit::Done : qz::result::toolkit::FileNotOpened;
+    return writeAtLine(apacheConfFile, entry, lineCount);
+}

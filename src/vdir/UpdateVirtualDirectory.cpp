@@ -1,0 +1,158 @@
+// CQZVirtualDirectory::UpdateVirtualDirectory: writes a folder's <Directory>
+// section of a website afresh, or adds one to the website's block.
+#include "CQZVirtualDirectory.h"
+
+#include "ApacheHelper.h"
+#include "core/QZCore.h"
+#include "vdir/VirtualDirectoryScan.h"
+#include "vdir/VirtualDirectorySection.h"
+#include "core/QZLock.h"
+
+#include <cstring>
+#include <strings.h>
+
+namespace {
+
+constexpr const char* kRailsLines[] = {
+    "\t\tAllowOverride none",
+    "\t\tAddHandler fastcgi-script .fcgi",
+    "\t\tRewriteEngine On",
+    "\t\tRewriteRule ^$ index.html [QSA]",
+    "\t\tRewriteRule ^([^.]+)$ $1.html [QSA]",
+    "\t\tRewriteCond %{REQUEST_FILENAME} !-f",
+    "\t\tRewriteRule ^(.*)$ dispatch.fcgi [QSA,L]",
+};
+
+struct Request {
+    const SDDir& dir;
+    const char* httpdConfFile;
+    const std::string& domain;
+    bool requireSyntax;
+    const std::string& webadminName;
+    const std::string& webadminPass;
+};
+
+// The authentication lines and the password file, owned by the local part of
+// the block's ServerAdmin address when it has one. False when the password
+// file is not one to use (see ensurePasswordFile).
+bool protect(qz::OutFile& out, const Request& request) {
+    using namespace qz;
+    const std::string authFile = passwordFileOf(request.dir);
+    writeAuthLines(out, authFile);
+    FolderLock still;  // the password file's folder, while htpasswd and chown run
+    if (!holdStill(still, field(request.dir.WebAdminPath) + "/" + field(request.dir.DomainName))) return false;
+    if (!ensurePasswordFile(authFile) || !addWebadminLogin(authFile, request.webadminName, request.webadminPass))
+        return false;
+    std::string admin;
+    ApacheHelper helper;
+    helper.Apache_getDirectiveInVH(request.httpdConfFile, request.domain, "ServerAdmin", admin, false);
+    const size_t at = admin.find('@');
+    if (at == std::string::npos || at == 0) return true;
+    return chownPasswordFile(admin.substr(0, at), authFile);
+}
+
+enum class Placement {
+    Replacing,  // in place of the folder's old section
+    Appending,  // at the end of a block that had none
+};
+
+// The section for `fullPath`. Appended sections are protected when anonymous
+// access is '0', replacing ones when it is '1', and only replacing ones get
+// the Rails lines: both as the panel relies on. False as protect() says.
+bool writeSection(qz::OutFile& out, const Request& request, const std::string& fullPath, Placement placement) {
+    using namespace qz;
+    const SDDir& dir = request.dir;
+    const bool replacing = placement == Placement::Replacing;
+    out.writeLine(directoryOpening(fullPath));
+    if (dir.PerlEnabled == '1') out.writeLine(kCgiHandlerLine);
+    writeAccessLines(out, dir, request.requireSyntax);
+    writeOptionsLine(out, dir.Options);
+    if (dir.AnonAccess == (replacing ? '1' : '0') && !protect(out, request)) return false;
+    if (replacing && dir.RubyOnRails == '1')
+        for (const char* line : kRailsLines) out.writeLine(line);
+    out.writeLine("\t</Directory>");
+    return true;
+}
+
+}  // namespace
+
+char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string WebadminName, std::string WebadminPass) {
+    const qz::OperationLock lock;
+    using namespace qz;
+    // Without a record there is nothing to write; nothing is touched.
+    if (ObjDDir == nullptr) return qz::result::vdir::Refused;
+    const SDDir& dir = *ObjDDir;
+    // A record that could inject a line or lead outside the site, or whose
+    // password file a customer has made a link, is refused before anything is
+    // read, written or run.
+    if (!isAcceptable(dir, WebadminName, WebadminPass) || !passwordFileUsable(passwordFileOf(dir)))
+        return qz::result::vdir::Refused;
+    const std::string domain = field(dir.DomainName);
+    const std::string dirPath = field(dir.DirPath);
+    trackMethod(TrackManager, "UpdateVirtualDirectory",
+                {domain, dirPath, field(dir.Allow), field(dir.Deny), field(dir.WebAdminPath)},
+                {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny",
+                 "ObjDDir->WebAdminPath"});
+
+    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
+    if (int failed = configurationUnreadable(HttpdConfFile, in, kConfigurationNotOpened)) return failed;
+    // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
+    // a customer planted there would otherwise have root write through it.
+    Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
+    if (TEMPFILE == nullptr || !rewrite.open()) {
+        sayLine("Error opening TEMPFILE file");
+        return qz::result::ScratchNotWritten;
+    }
+    OutFile& out = rewrite.out();
+    sayLine("ObjDDir->Order=" + std::string(1, dir.Order));
+    sayLine("ObjDDir->Allow=" + field(dir.Allow));
+    const Request request{dir, HttpdConfFile, domain, apacheUsesRequire(), WebadminName, WebadminPass};
+
+    enum State {
+        Written = -1,  // the new section is in: the rest is copied unexamined
+        Outside = 0,   // outside a block, or in another site's
+        Unnamed = 1,   // in a block before its ServerName
+        Site = 2,      // in the site's first block
+        OldSection = 3,
+    };
+    int state = Outside;
+    std::string fullPath;
+    const char done = qz::result::vdir::Updated;
+    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
+        if (state == OldSection) {
+            if (startsWithNoCase(p, "</Directory>")) state = Written;
+            return 0;
+        }
+        if (startsWithNoCase(p, "<VirtualHost") && state != Written) {
+            state = Unnamed;
+        } else if (startsWithNoCase(p, "ServerName") && state == Unnamed) {
+            state = serverNameIs(p, domain) ? Site : Outside;
+            if (state == Site) {
+                fullPath += dirPath;
+            } else {
+                fullPath.clear();
+            }
+        } else if (startsWithNoCase(p, "<Directory") && state == Site) {
+            std::string path;
+            const PathForm form = directoryPath(p, path);
+            if (form == PathForm::Unterminated) return qz::result::vdir::Refused;
+            if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
+                if (!writeSection(out, request, fullPath, Placement::Replacing)) return qz::result::vdir::Refused;
+                state = OldSection;
+            } else {
+                copyDirectoryOpening(out, line, form, path);
+            }
+            return 0;
+        } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {
+            if (state == Site) {
+                if (!writeSection(out, request, fullPath, Placement::Appending)) return qz::result::vdir::Refused;
+                state = Written;
+            } else {
+                fullPath.clear();
+                state = Outside;
+            }
+        }
+        out.writeLine(line.view());
+        return 0;
+    });
+}

@@ -1,0 +1,199 @@
+// CQZWebsite::CreateWebsite: a new <VirtualHost> block and the site's folders.
+#include "CQZWebsite.h"
+
+#include "QZCommon.h"
+#include "core/QZCore.h"
+#include "core/SafePath.h"
+#include "core/Validate.h"
+#include "website/WebsiteEntry.h"
+#include "core/QZLock.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool IsPortEnabled = false;
+
+namespace {
+
+struct Site {
+    std::string ip, puny, port;
+    bool ipv6;
+    char ipSwitch;
+};
+
+// Prints what a NameVirtualHost line says about the requested address; true
+// when it is that address's own line. A line naming the port sets
+// IsPortEnabled.
+bool isOwnNameVirtualHost(const char* value, const Site& site) {
+    const std::string word(value, strcspn(value, " \t\r\n\v\f"));
+    if (!site.ipv6) {
+        qz::sayLine("Requested IP is IPV4");
+        if (word == site.ip + ":" + site.port) {
+            qz::sayLine("IPV4 NameVirtualHost found with port");
+            IsPortEnabled = true;
+            return true;
+        }
+        if (word == site.ip || word == site.ip + ":*") {
+            qz::sayLine("IPV4 NameVirtualHost found without port");
+            return true;
+        }
+        return false;
+    }
+    qz::sayLine("Requested IP is IPV6");
+    if (word.empty() || word[0] != '[') return false;
+    qz::sayLine("Picked IP is IPV6");
+    const bool withPort = word == "[" + site.ip + "]:" + site.port;
+    if (!withPort && word != "[" + site.ip + "]:*") return false;
+    qz::sayLine("IPV6 NameVirtualHost found");
+    if (withPort) IsPortEnabled = true;
+    return true;
+}
+
+// The NameVirtualHost line for an address that has none yet, preceded by an
+// empty line. Writing it turns IsPortEnabled on.
+std::string nameVirtualHostLine(const Site& site) {
+    IsPortEnabled = true;
+    const std::string address = site.ipv6 ? "[" + site.ip + "]" : site.ip;
+    return "\nNameVirtualHost " + address + ":" + site.port + "\n";
+}
+
+// The site's folder tree under Path + DName, which the caller has made.
+// Stops at the first mkdir that fails.
+bool makeSiteFolders(const VHostEntry& v) {
+    const std::string root = qz::field(v.Path) + qz::field(v.DName);
+    const std::string admin = qz::field(v.ServerAdmin);
+    // An unknown user leaves the owner as it is rather than reading a null entry.
+    const struct passwd* user = getpwnam(qz::field(v.UserName).c_str());
+    const uid_t uid = user ? user->pw_uid : static_cast<uid_t>(-1);
+    const gid_t gid = user ? user->pw_gid : static_cast<gid_t>(-1);
+
+    struct Step {
+        const char* folder;
+        mode_t mkdirMode;
+        mode_t chmodMode;  // 0: the recursive shell commands instead
+    };
+    static const Step steps[] = {
+        {"/www", 04701, 04701},    {"/www/html", 0100, 04701}, {"/www/cgi-bin", 0100, 04701},
+        {"/log", 0100, 0},         {"/log/httpd", 0100, 0},    {"/db", 0100, 04707},
+        {"/special", 0100, 04705},
+    };
+    // Each folder is made in a folder held still (see FolderLock) and then
+    // changed through its descriptor, reached without a link: a customer who
+    // already owns the site folder, "www" or "log" cannot swap what comes
+    // next for a link to a folder of root's. "log" is held from the moment it
+    // is the ServerAdmin's until its "httpd" folder has had its commands.
+    qz::FolderLock rootStill, logStill;
+    if (!rootStill.lock(root) && errno != ENOENT) return false;
+    for (const Step& step : steps) {
+        const std::string folder = root + step.folder;
+        if (mkdir(folder.c_str(), step.mkdirMode) != 0) return false;
+        if (step.chmodMode != 0) {
+            qz::SafeFolder made;
+            if (!qz::openFolder(folder, made)) return false;
+            (void)!chmod(qz::descriptorPath(made.fd).c_str(), step.chmodMode);
+            if (user != nullptr) (void)!fchownat(made.fd.get(), "", uid, gid, AT_EMPTY_PATH);
+        } else {
+            qz::runShell(qz::shellCommand({"chmod", "-R", "505", folder}));
+            qz::runShell(qz::shellCommand({"chown", "-R", qz::panelOwner(admin), folder}));
+            if (strcmp(step.folder, "/log") == 0 && !logStill.lock(folder)) return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
+    const qz::OperationLock lock;
+    // Without a record no site can be made: the code of a site not made.
+    if (objVHost == nullptr) return qz::result::website::FolderNotMade;
+    const VHostEntry& v = *objVHost;
+    qz::trackMethod(TrackManager, "CreateWebsite",
+                    {qz::field(v.DName), qz::field(v.IPAddress), qz::field(v.Path), qz::field(v.Port),
+                     qz::field(v.ServerAdmin)},
+                    {"objVHost->DName", "objVHost->IPAddress", "objVHost->Path", "objVHost->Port",
+                     "objVHost->ServerAdmin"});
+
+    // Every value reaches a line of the block or a folder name: one that is
+    // not a host name, or could end its line or lead out of Path, is refused
+    // before anything is read, written or made.
+    if (!qz::isDomainName(qz::field(v.DName)) || !qz::isHostName(qz::field(v.PunyCode)) ||
+        !qz::isTagSafe(qz::field(v.IPAddress)) || !qz::isDirectiveSafe(qz::field(v.ServerAdmin)) ||
+        !qz::isSafePath(qz::field(v.Path)) || qz::hasControlChar(qz::field(v.UserName)))
+        return qz::result::website::CreateRefused;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
+    Site site;
+    site.ip = qz::field(v.IPAddress);
+    site.puny = qz::field(v.PunyCode);
+    site.port = qz::webServerPort();
+    site.ipv6 = site.ip.find(':') != std::string::npos;
+    site.ipSwitch = v.IPSwitch;
+
+    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
+    const bool scratchOpen = TEMPFILE != nullptr && rewrite.open();
+    qz::LineReader in(HttpdConfFile, 3000);
+    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
+    // Without a scratch file the "mv" would move nothing, or a stale file,
+    // over the configuration.
+    if (!scratchOpen) return qz::result::ScratchNotWritten;
+    qz::OutFile& out = rewrite.out();
+
+    bool atTop = true;             // still in the run of "#" lines that opens the file
+    bool hasNameVirtualHost = false;
+    bool placed = false;           // the block went inside the address's block
+    while (in.nextUntilEof()) {
+        const char* line = in.c_str();
+        if (atTop && line[0] == '#') {
+            if (site.ipSwitch == '0') out.writeLine(in.view());
+            continue;
+        }
+        atTop = false;
+        out.writeLine(in.view());
+        const char* p = qz::skipSpace(line);
+
+        if (qz::startsWithNoCase(p, "NameVirtualHost")) {
+            if (isOwnNameVirtualHost(qz::afterName(p, 15), site)) hasNameVirtualHost = true;
+        } else if (qz::startsWithNoCase(p, "ServerName")) {
+            if (qz::serverNameIs(p, site.puny)) return qz::result::website::NameTaken;
+        } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
+                   strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
+            // The address's own block: read on to its ServerName. A block held
+            // by another site refuses the address; the address's placeholder
+            // block takes the new site right after its ServerName line. The
+            // read ends with the block, so a block without a ServerName never
+            // borrows the next block's.
+            while (in.nextUntilEof()) {
+                out.writeLine(in.view());
+                const char* q = qz::skipSpace(in.c_str());
+                if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
+                if (!qz::startsWithNoCase(q, "ServerName")) continue;
+                if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0)
+                    return qz::result::website::NameTaken;
+                if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));
+                hasNameVirtualHost = true;
+                out.write(qz::websiteEntry(v, HttpdConfFile));
+                placed = true;
+                break;
+            }
+        }
+    }
+    // A line too long to copy would cut the configuration short: it is left
+    // as it is and nothing is created.
+    if (in.tooLong()) return qz::result::ConfigNotOpened;
+    in.close();
+
+    // A scratch file not written whole is not moved: 23, the configuration
+    // as it was (folders made by then stay).
+    if (placed && !rewrite.commit()) return qz::result::ScratchNotWritten;
+    if (!makeSiteFolders(v)) return qz::result::website::FolderNotMade;
+    if (!placed && (site.ipSwitch == '0' || site.ipSwitch == '1')) {
+        if (site.ipSwitch == '1' && !hasNameVirtualHost) out.write(nameVirtualHostLine(site));
+        out.write(qz::websiteEntry(v, HttpdConfFile));
+        if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+    }
+    return qz::result::website::Created;
+}

@@ -1,0 +1,61 @@
+// PrivateFolder::addPrivateFolder: protects a folder and adds a user to it.
+#include "PrivateFolder.h"
+
+#include "FileHandling.h"
+#include "webusers/PrivateFolderFiles.h"
+#include "core/QZCore.h"
+#include "core/QZLock.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName, std::string userPasswd) {
+    const qz::OperationLock lock;
+    qz::trackMethod(TrackManager, "addPrivateFolder", {folderPath, userName, userPasswd},
+                    {"NewPrivateFolderPath", "PrivateFolderUserName", "PrivateFolderUserPasswd"});
+
+    const qz::PrivateFolderFiles files(folderPath);
+    // Nothing in the folder is reached through a link, and nothing is written
+    // into a FIFO, a hard link or a file named by a value with a control
+    // character: each would be refused before anything is written.
+    qz::SafeFolder folder;
+    qz::FolderLock still;
+    if (!files.reach(folderPath, {folderPath, userName}, userPasswd, folder, still)) return files.kRefused;
+    qz::Fd access, passwords;
+    const qz::FileCheck accessState = files.open(folder, ".htaccess", access);
+    const qz::FileCheck passwordState = files.open(folder, ".htpasswd", passwords);
+    if (accessState == qz::FileCheck::Refused || passwordState == qz::FileCheck::Refused) return files.kRefused;
+
+    if (accessState == qz::FileCheck::Missing) {
+        if (!folder.fd.ok() || qz::openIn(folder, ".htaccess", O_WRONLY | O_CREAT | O_TRUNC, access) !=
+                                   qz::FileCheck::Regular)
+            return qz::result::privateFolder::AddFailed;
+        std::string text;
+        for (const auto& directive : files.directives()) text += directive.line() + "\n";
+        // Written whole and on disk, or not left at all.
+        if (!qz::writeAll(access, text) || fsync(access.get()) != 0) {
+            unlinkat(folder.fd.get(), ".htaccess", 0);
+            return qz::result::privateFolder::AddFailed;
+        }
+        if (fchmod(access.get(), 0444) != 0) return qz::result::privateFolder::AddFailed;
+    } else {
+        // Lines already there stay as they are: another realm keeps its
+        // AuthName line and gets this one after it. The checked file is
+        // reached through its descriptor, never by its name again.
+        const std::string checked = qz::descriptorPath(access);
+        FileHandling params;
+        for (const auto& directive : files.directives())
+            if (!params.isParamValueExistsInFile(checked, directive.name, directive.value, qz::kDirectiveSeparator,
+                                                 qz::kDirectiveComment))
+                params.addParamInFile(checked, directive.line());
+    }
+
+    // -c creates the password file; without it the user is added or updated.
+    const char* option = passwordState == qz::FileCheck::Regular ? "-b" : "-cb";
+    qz::ShellPipe command(files.htpasswd(option, userName) + " " + qz::shellQuoted(userPasswd));
+    if (command.get() == nullptr) return qz::result::privateFolder::AddFailed;
+    command.close();  // the tool's exit status is not examined
+    // The file the tool left, checked again before its mode is set.
+    if (files.open(folder, ".htpasswd", passwords) == qz::FileCheck::Regular) fchmod(passwords.get(), 0444);
+    return qz::result::privateFolder::Added;
+}

@@ -1,0 +1,54 @@
+// PrivateFolder::editPrivateFolder: moves a private folder, or gives its user
+// a new password.
+#include "PrivateFolder.h"
+
+#include "webusers/PrivateFolderFiles.h"
+#include "core/QZCore.h"
+#include "core/QZLock.h"
+
+namespace {
+
+// Prints "command=" and the command, then runs it; false when it could not
+// be started.
+bool runPrinted(const std::string& commandLine) {
+    qz::sayLine("command=" + commandLine);
+    qz::ShellPipe command(commandLine);
+    return command.get() != nullptr;  // closed (waited for) on the way out
+}
+
+}  // namespace
+
+int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldFolderPath, std::string userName,
+                                     std::string userPasswd) {
+    const qz::OperationLock lock;
+    qz::trackMethod(TrackManager, "editPrivateFolder", {newFolderPath, oldFolderPath, userName, userPasswd},
+                    {"NewPrivateFolderPath", "OldPrivateFolderPath", "PrivateFolderUserName",
+                     "PrivateFolderUserPasswd"});
+
+    // Both paths and both values are checked before either folder changes.
+    if (!qz::noControlChars({newFolderPath, oldFolderPath, userName}) || qz::hasDotDot(newFolderPath) ||
+        qz::hasDotDot(oldFolderPath) || userPasswd.find('\0') != std::string::npos)
+        return qz::PrivateFolderFiles::kRefused;
+    if (newFolderPath != oldFolderPath) {
+        const int deleted = deletePrivateFolder(oldFolderPath, userName);
+        if (deleted != 1603) return deleted;
+        const int added = addPrivateFolder(newFolderPath, userName, userPasswd);
+        return added == qz::result::privateFolder::Added ? qz::result::privateFolder::Edited : added;
+    }
+
+    const qz::PrivateFolderFiles files(oldFolderPath);
+    qz::SafeFolder folder;
+    qz::Fd passwords;
+    qz::FolderLock still;
+    if (!files.reach(oldFolderPath, {}, "", folder, still)) return files.kRefused;
+    switch (files.open(folder, ".htpasswd", passwords)) {
+        case qz::FileCheck::Refused: return files.kRefused;
+        case qz::FileCheck::Regular: break;
+        default: return qz::result::privateFolder::EditFailed;
+    }
+    if (!runPrinted(files.htpasswd("-D", userName))) return qz::result::privateFolder::EditNotStarted;
+    // Two blanks before the password, as the panel has always written it.
+    if (!runPrinted(files.htpasswd("-b", userName) + "  " + qz::shellQuoted(userPasswd)))
+        return qz::result::privateFolder::EditFailed;
+    return qz::result::privateFolder::Edited;
+}
