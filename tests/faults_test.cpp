@@ -264,6 +264,7 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
         {"UserDelete", users, userLines, 'O', 23, [&] { return int(webUsers().UserDelete("user5")); }},
     };
     writeConf(original);
+    int injected = 0;
     for (const Case& c : cases) {
         const std::string rel = c.file.substr(root_.size());
         // Where the file and the scratch files lie: the file's folder, /etc
@@ -276,12 +277,14 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
         for (const long long limit : {0LL, 1LL, 65535LL, 65536LL, 65537LL, written - 1}) {
             if (limit >= written) continue;
             writeFile(rel, c.before);
+            ++injected;
             EXPECT_EQ(inChild(c.call, limit), c.failure) << c.name << " limit " << limit;
             EXPECT_TRUE(readFile(rel) == c.before) << c.name << " limit " << limit;
             EXPECT_EQ(names(), left) << c.name << " limit " << limit;
         }
         writeConf(original);
     }
+    RecordProperty("injected_failures", injected);
 }
 
 // Rewrites killed with SIGKILL at random moments, 200 times (from the start
