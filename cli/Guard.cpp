@@ -55,6 +55,16 @@ bool writeAll(int fd, const std::string& bytes) {
     return true;
 }
 
+// Puts the entry a rename just made in `path`'s folder on the disk.
+void syncFolderOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    if (fsync(fd) != 0) { /* the file is in place; only its durability is left to the system */ }
+    close(fd);
+}
+
 }  // namespace
 
 MachineLock::MachineLock(const std::string& root) {
@@ -155,7 +165,8 @@ size_t Snapshot::restore() const {
             if (fd >= 0) close(fd);
             if (same) continue;
         }
-        // Written beside the file, then renamed over it, so the file is never half written.
+        // Written beside the file, on the disk before it is renamed over it,
+        // so the file is never half written, not even after a power cut.
         const std::string scratch = copy.path + ".qzapache-restore";
         unlink(scratch.c_str());
         const int fd = open(scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
@@ -163,9 +174,14 @@ size_t Snapshot::restore() const {
         const bool written = writeAll(fd, copy.bytes);
         if (fchown(fd, copy.owner, copy.group) != 0) { /* only root may give a file away; the mode still follows */ }
         const bool moded = fchmod(fd, copy.mode) == 0;
-        close(fd);
-        if (written && moded && rename(scratch.c_str(), copy.path.c_str()) == 0) ++restored;
-        else unlink(scratch.c_str());
+        const bool synced = written && fsync(fd) == 0;
+        const bool closed = close(fd) == 0;
+        if (synced && moded && closed && rename(scratch.c_str(), copy.path.c_str()) == 0) {
+            syncFolderOf(copy.path);
+            ++restored;
+        } else {
+            unlink(scratch.c_str());
+        }
     }
     return restored;
 }

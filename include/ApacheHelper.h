@@ -148,8 +148,11 @@ public:
     // starting with it, such as IncludeOptional) that value; prints
     // "writing entry" and the result of that write, or "entry already
     // exists". The file and the placeholder are written through a symbolic
-    // link. False, after "unable to open file: <path>", when the file cannot
-    // be opened. False at once, with nothing made or printed, for a domain
+    // link. The file is written to "<file>.qzscratch" beside it (beside the
+    // file a link leads to) and renamed over it once whole and on the disk,
+    // keeping the old file's owner and mode. False, after "unable to open
+    // file: <path>", when the file cannot be opened, or when it cannot be
+    // written whole: the old file then stays as it was. False at once, with nothing made or printed, for a domain
     // that is not a host name, or an address or port holding a control
     // character, '"', '<' or '>'.
     bool Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName, std::string ipAddress, std::string port);

@@ -5,7 +5,9 @@
 // removes a file or folder holds an exclusive flock on
 // <system root>/run/lock/qzapache.lock for its whole run, so the callers of
 // several processes and threads take turns; an operation that calls another
-// takes it once. Queries take no lock: files are never rewritten in place.
+// takes it once. Queries take no lock: a file is replaced only by renaming
+// a whole scratch file over it (never deleted first), and appends add whole
+// lines at its end, cut back when they fail.
 // When the lock file cannot be opened, one line says so on standard output
 // and the operation runs unlocked. A scratch file that cannot be written
 // whole (a full disk, an I/O error, a file-size limit) is never moved over

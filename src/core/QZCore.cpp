@@ -430,6 +430,14 @@ void Rewrite::discard() {
     std::remove(scratch_.c_str());
 }
 
+bool replaceByRename(const std::string& scratch, const std::string& target) {
+    bool placed = std::rename(scratch.c_str(), target.c_str()) == 0;
+    if (!placed && errno == EISDIR && std::remove(target.c_str()) == 0)
+        placed = std::rename(scratch.c_str(), target.c_str()) == 0;
+    syncPlaced(target);
+    return placed;
+}
+
 void syncPlaced(const std::string& path) {
     // The file itself: mv copies when the scratch file lay on another file system.
     const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -474,6 +482,11 @@ bool OutFile::openTarget(const char* path) {
     close();
     if (path == nullptr) return false;
     return attach(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), false);
+}
+
+bool OutFile::openDescriptor(int fd) {
+    close();
+    return attach(fd < 0 ? -1 : fcntl(fd, F_DUPFD_CLOEXEC, 0), false);
 }
 
 bool OutFile::openAppendTarget(const char* path) {

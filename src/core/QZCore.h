@@ -239,6 +239,10 @@ public:
     bool openTarget(const char* path);
     // Written at its end, through a symbolic link, like openAppend otherwise.
     bool openAppendTarget(const char* path);
+    // A file the caller opened for writing itself, checked the way it must
+    // be (no link, no FIFO, no hard link): written from the descriptor's
+    // offset through a duplicate of it, so `fd` stays open for the caller.
+    bool openDescriptor(int fd);
     bool isOpen() const { return fd_ >= 0; }
     // True while every write since the open went through.
     bool ok() const { return !failed_; }
@@ -348,6 +352,14 @@ private:
     std::string scratch_, target_;
     OutFile out_;
 };
+
+// Puts a whole scratch file in the place of `target` with rename(2), which
+// replaces the old file at once: a reader finds the old file or the new one,
+// never none. When a folder stands at the target's name, it is removed first
+// (it goes only when empty), as a delete before the rename always did. The
+// file and its folder entry are then put on the disk (syncPlaced). False when
+// the scratch file could not be moved (it then stays where it is).
+bool replaceByRename(const std::string& scratch, const std::string& target);
 
 // Puts a file that was just moved into place, and the folder entry that
 // names it, on the disk. A failure here cannot be undone any more than a

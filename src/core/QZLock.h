@@ -29,9 +29,20 @@ constexpr const char* kLentLockVariable = "QZAPACHE_LOCK_FD";
 // When the lock file cannot be opened or locked at all, one line saying so is
 // printed and the operation runs unlocked, as it always did.
 //
-// Queries that only read take no lock: no operation rewrites a file in
-// place, it writes a scratch file and moves it over the old one, so a reader
-// sees either the old file or the new one, whole.
+// Queries that only read take no lock, since what they can meet is always
+// whole:
+// - A file is replaced only by renaming a scratch file, written whole and
+//   synced, over it: the shell's "mv" for the rewrites (a rename when the
+//   scratch file lies on the file's own file system, as those beside the
+//   configuration do; mv copies otherwise) and rename(2) for the key/value,
+//   redirect and host-header redirect files. A reader sees the old file or
+//   the new one, never none: nothing is deleted before the rename.
+// - Appends (addParamInFile, UserCreate, the toolkit's appends) add whole
+//   lines at the end of the file, and one that fails is cut back to the old
+//   length: a reader may meet the last line while it is written, never an
+//   earlier line changed.
+// - A private folder's new ".htaccess" is written when it is created, and
+//   removed again when that write fails.
 class OperationLock {
 public:
     OperationLock();

@@ -214,14 +214,4 @@ FileCheck checkFile(const std::string& path) {
 
 std::string descriptorPath(const Fd& fd) { return "/proc/self/fd/" + std::to_string(fd.get()); }
 
-bool writeAll(const Fd& file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t put = ::write(file.get(), text.data(), text.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return false;
-        text.remove_prefix(static_cast<size_t>(put));
-    }
-    return true;
-}
-
 }  // namespace qz

@@ -135,9 +135,6 @@ private:
     std::vector<Held> held_;
 };
 
-// Writes the whole text at the file's offset; false on a write error.
-bool writeAll(const Fd& file, std::string_view text);
-
 }  // namespace qz
 
 #endif

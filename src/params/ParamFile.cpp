@@ -55,10 +55,9 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
         std::remove(scratch.c_str());
         return 0;
     }
-    // Replaced in place with the C library calls; their results are not examined.
-    std::remove(filePath.c_str());
-    std::rename(scratch.c_str(), filePath.c_str());
-    syncPlaced(filePath);
+    // The copy is renamed over the file, which a reader then finds old or
+    // new, never missing; the rename's result is not examined.
+    replaceByRename(scratch, filePath);
     return changed;
 }
 

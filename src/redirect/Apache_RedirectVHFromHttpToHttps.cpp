@@ -7,7 +7,12 @@
 #include "redirect/RedirectFile.h"
 #include "core/Validate.h"
 
+#include <climits>
+#include <cstdio>
+#include <string>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -32,6 +37,49 @@ void includeRedirectFolder(ApacheHelper& helper, const std::string& httpdConfFil
     qz::sayLine(std::to_string(helper.Apache_writeDirective(httpdConfFile, "Include qz/*.conf", "Include", false, -1)));
 }
 
+// The file a redirect file's name leads to through its symbolic links (an
+// administrator's link is kept: the file it leads to is replaced), or the
+// name itself when it is no link.
+std::string linkedFile(std::string path) {
+    for (int hops = 0; hops < 40; ++hops) {
+        char target[PATH_MAX];
+        const ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length <= 0 || static_cast<size_t>(length) == sizeof target) break;
+        std::string next(target, static_cast<size_t>(length));
+        if (next[0] != '/') next = path.substr(0, path.rfind('/') + 1) + next;
+        path = next;
+    }
+    return path;
+}
+
+// The seven lines go to a scratch file beside the file, which is renamed
+// over it once they are on the disk: a reader, or a power cut, finds the old
+// file or the new one, whole, and a write that fails leaves the old one. The
+// new file keeps the old one's owner and mode. False when the scratch file
+// cannot be opened or written whole (then deleted), or a folder stands at
+// the file's name.
+bool writeRedirectFile(const std::string& file, const std::vector<std::string>& lines) {
+    const std::string target = linkedFile(file);
+    struct stat old;
+    const bool existed = stat(target.c_str(), &old) == 0;
+    if (existed && S_ISDIR(old.st_mode)) return false;
+    const std::string scratch = target + ".qzscratch";
+    qz::OutFile out;
+    if (!out.open(scratch.c_str())) return false;
+    for (const std::string& line : lines) out.writeLine(line);
+    if (!out.finish()) {
+        std::remove(scratch.c_str());
+        return false;
+    }
+    if (existed) {
+        if (chown(scratch.c_str(), old.st_uid, old.st_gid) != 0) { /* only root gives a file away */ }
+        chmod(scratch.c_str(), old.st_mode & 07777);
+    }
+    if (qz::replaceByRename(scratch, target)) return true;
+    std::remove(scratch.c_str());
+    return false;
+}
+
 }  // namespace
 
 bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, std::string domainName,
@@ -43,24 +91,20 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
     if (!qz::isHostName(domainName) || !qz::isTagSafe(ipAddress) || !qz::isTagSafe(port)) return false;
     const std::string folder = qz::redirectFolder(*this);
     const std::string file = qz::redirectFile(folder, domainName);
-    qz::OutFile out;
+    // With no server root nothing is created: no folder at the top of the
+    // file system, and no Include line that would point nowhere.
+    bool written = false;
     if (!folder.empty()) {
         makeRedirectFolder(*this, folder);
         includeRedirectFolder(*this, httpdConfFile);
-        out.openTarget(file.c_str());
+        written = writeRedirectFile(file, {"<VirtualHost " + ipAddress + ":" + port + ">",
+                                           "\tServerName " + domainName,
+                                           "\tServerAlias www." + domainName,
+                                           "\tRewriteEngine On",
+                                           "\tRewriteCond %{HTTPS} !=on",
+                                           "\tRewriteRule ^/?(.*) https://%{SERVER_NAME}/$1 [R=301,L]",
+                                           "</VirtualHost>"});
     }
-    // With no server root nothing is created: no folder at the top of the
-    // file system, and no Include line that would point nowhere.
-    if (!out.isOpen()) {
-        qz::sayLine("unable to open file: " + file);
-        return false;
-    }
-    out.writeLine("<VirtualHost " + ipAddress + ":" + port + ">");
-    out.writeLine("\tServerName " + domainName);
-    out.writeLine("\tServerAlias www." + domainName);
-    out.writeLine("\tRewriteEngine On");
-    out.writeLine("\tRewriteCond %{HTTPS} !=on");
-    out.writeLine("\tRewriteRule ^/?(.*) https://%{SERVER_NAME}/$1 [R=301,L]");
-    out.writeLine("</VirtualHost>");
-    return out.finish();
+    if (!written) qz::sayLine("unable to open file: " + file);
+    return written;
 }

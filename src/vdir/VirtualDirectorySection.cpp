@@ -80,8 +80,13 @@ bool ensurePasswordFile(const std::string& authFile) {
         case FileCheck::Refused: return false;
         default: break;
     }
-    // Created (or, unreadable, emptied) only once it is known to be a file.
+    // Created (or, unreadable, emptied) only once it is known to be a file,
+    // through the library's output path, so that it is on the disk.
     const FileCheck made = openFile(authFile, O_WRONLY | O_CREAT | O_TRUNC, file);
+    if (made == FileCheck::Regular) {
+        OutFile out;
+        if (!out.openDescriptor(file.get()) || !out.finish()) { /* an empty file: nothing of it can be lost */ }
+    }
     return made != FileCheck::Refused;
 }
 

@@ -41,9 +41,8 @@ void rewriteRedirectAliases(const std::string& domain,
         std::remove(temp.c_str());
         return;
     }
-    std::remove(file.c_str());
-    std::rename(temp.c_str(), file.c_str());
-    syncPlaced(file);
+    // Renamed over the redirect file, which is never missing meanwhile.
+    replaceByRename(temp, file);
 }
 
 }  // namespace qz

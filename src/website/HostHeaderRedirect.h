@@ -19,12 +19,12 @@ enum class RedirectLayout { Debian, RedHat };
 bool isAliasLine(std::string_view line);
 
 // When the domain has a redirect file, copies it to /etc/temp with each alias
-// line replaced by change(line, layout), then deletes the file and renames
-// /etc/temp to its name. The copy runs to the end of the file, so its final
-// empty read adds an empty line at the end. Failures are not looked at: the
-// delete and the rename run whatever the copy found, so an input that cannot
-// be read leaves the file empty, and a scratch file that cannot be written
-// leaves no file (or whatever stood at /etc/temp) in its place.
+// line replaced by change(line, layout), then renames /etc/temp over it (in
+// one step: the file is never missing). The copy runs to the end of the
+// file, so its final empty read adds an empty line at the end. An input that
+// cannot be read leaves the file empty. A scratch file that cannot be opened,
+// or written whole, leaves the redirect file as it was (and no scratch file);
+// nothing tells the caller.
 void rewriteRedirectAliases(const std::string& domain,
                             const std::function<std::string(std::string_view, RedirectLayout)>& change);
 

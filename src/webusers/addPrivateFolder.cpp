@@ -30,10 +30,11 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
         if (!folder.fd.ok() || qz::openIn(folder, ".htaccess", O_WRONLY | O_CREAT | O_TRUNC, access) !=
                                    qz::FileCheck::Regular)
             return qz::result::privateFolder::AddFailed;
-        std::string text;
-        for (const auto& directive : files.directives()) text += directive.line() + "\n";
         // Written whole and on disk, or not left at all.
-        if (!qz::writeAll(access, text) || fsync(access.get()) != 0) {
+        qz::OutFile out;
+        if (out.openDescriptor(access.get()))
+            for (const auto& directive : files.directives()) out.writeLine(directive.line());
+        if (!out.finish()) {
             unlinkat(folder.fd.get(), ".htaccess", 0);
             return qz::result::privateFolder::AddFailed;
         }

@@ -192,53 +192,99 @@ TEST_F(FaultsTest, ConcurrentCallersLoseNothing) {
     EXPECT_EQ(concurrent, sequential);
 }
 
-// A scratch file that cannot grow past a limit, as on a full disk, for a
-// limit at each point of the rewrite (nothing written, a first byte, each
-// side of the buffer's 64 KiB, the last byte): the operation answers as for
-// a scratch file that cannot be opened, the file is byte-identical, and no
-// scratch file stays behind.
+// A file that cannot grow past a limit, as on a full disk, for a limit at
+// each point of the write (nothing written, a first byte, each side of the
+// output buffer's 64 KiB, the last byte; those below the new file's size):
+// one row per operation of every family, each on a file of its own. The
+// operation answers as for a scratch file that cannot be opened, the file
+// is byte-identical, and no scratch file stays behind.
 TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
-    const std::string original = sites(1200);
+    // The server root of the redirect files.
+    fakeCommand("apachectl", "echo 'Server version: Apache/2.4.57 (Unix)'; echo ' -D HTTPD_ROOT=\"" +
+                                 path("/etc/httpd") + "\"'");
+    makeDir("/etc/httpd/qz");
+    makeDir("/vhome/site5.test");
+    // About 190 KB: a CustomLog line for EnablePhp, a <Directory> section
+    // for DeleteVirtualDirectory, the redirect files included.
+    std::string original = "Include qz/*.conf\n" + sites(1200);
+    const auto insertAfter = [&](const std::string& line, const std::string& text) {
+        original.insert(original.find(line) + line.size(), text);
+    };
+    insertAfter("\tServerAdmin admin@site600.test\n", "\tCustomLog logs/site600 combined\n");
+    insertAfter("\tServerAdmin admin@site8.test\n", "\t<Directory \"/srv/old\">\n\t\tOptions None\n\t</Directory>\n");
+    std::string keyLines, userLines;
+    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n";
+    for (int i = 0; i < 8000; ++i) userLines += "user" + std::to_string(i) + ":pw\n";
+    const std::string oldRedirect = "<VirtualHost 10.0.0.9:8080>\n\tServerName site4.test\n</VirtualHost>\n";
     const std::string keys = path("/conf/keys");
+    const std::string users = path("/opt/qz/etc/webusers/passwd.site5.test");
+    const std::string redirect = path("/etc/httpd/qz/site4.test.conf");
+    const auto webUsers = [] { return CQZUsers(nullptr, "/opt/qz", "site5.test", nullptr); };
     struct Case {
         const char* name;
         std::string file;
-        int failure;
+        const std::string& before;
+        int success, failure;
         std::function<int()> call;
     };
     const std::vector<Case> cases = {
-        {"DeleteWebsite", conf_, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site7.test", 0)); }},
-        {"StopWebsite", conf_, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).StopWebsite("site900.test")); }},
-        {"CreateWebsite", conf_, 23, [&] {
+        {"DeleteWebsite", conf_, original, 24, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site7.test", 0)); }},
+        {"StopWebsite", conf_, original, 30, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).StopWebsite("site900.test")); }},
+        {"CreateWebsite", conf_, original, 94, 23, [&] {
              const std::string sites = "/home/" + std::to_string(getpid()) + "/";  // new folders each run
              makeDir(sites + "new.test");
              VHostEntry v = websiteRecord("10.0.0.2", "new.test", "new.test", path(sites), '0');
              return int(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v));
          }},
-        {"Apache_UpdateDirectiveInVH", conf_, 2, [&] {
+        {"AddHostHeader", conf_, original, 0, 1, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).AddHostHeader("site9.test", "alias.site9.test")); }},
+        {"EnablePhp", conf_, original, 96, 23, [&] { return CQZWebsite(nullptr, conf_.c_str()).EnablePhp("site600.test", "mod_php7"); }},
+        {"CreateVirtualDirectory", conf_, original, 'S', 23, [&] {
+             SDDir dir = {};
+             snprintf(dir.DomainName, sizeof dir.DomainName, "site5.test");
+             snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
+             snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/vhome/").c_str());
+             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, 0, "", ""));
+         }},
+        {"DeleteVirtualDirectory", conf_, original, 'U', 23, [&] {
+             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").DeleteVirtualDirectory("/srv/old"));
+         }},
+        {"Apache_UpdateDirectiveInVH", conf_, original, 0, 2, [&] {
              return ApacheHelper().Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false);
          }},
-        {"Apache_writeDirective", conf_, 2, [&] {
+        {"Apache_writeDirective", conf_, original, 0, 2, [&] {
              return ApacheHelper().Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1);
          }},
-        {"delParamFromFile", keys, 0, [&] { return FileHandling().delParamFromFile(keys, "key5", "v", '=', '#'); }},
-        {"addParamInFile", keys, 0, [&] { return FileHandling().addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
+        {"Apache_RedirectVHFromHttpToHttps", redirect, oldRedirect, 1, 0, [&] {
+             return int(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "site4.test", "10.0.0.1", "80"));
+         }},
+        {"delParamFromFile", keys, keyLines, 1, 0, [&] { return FileHandling().delParamFromFile(keys, "key5", "v", '=', '#'); }},
+        {"editParamValueInFile", keys, keyLines, 1, 0, [&] { return FileHandling().editParamValueInFile(keys, "key5", "v", "w", '=', '#'); }},
+        {"addParamInFile", keys, keyLines, 1, 0, [&] { return FileHandling().addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
+        {"UserCreate", users, userLines, 'M', 'N', [&] { return int(webUsers().UserCreate("ann", std::string(70000, 'x').c_str())); }},
+        {"UserDelete", users, userLines, 'O', 23, [&] { return int(webUsers().UserDelete("user5")); }},
     };
-    std::string keyLines;
-    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n";
+    writeConf(original);
+    int injected = 0;
     for (const Case& c : cases) {
-        const std::string before = c.file == conf_ ? original : keyLines;
-        writeFile(c.file.substr(root_.size()), before);
-        ASSERT_NE(inChild(c.call), c.failure) << c.name;  // unlimited, it succeeds
-        const size_t written = readFile(c.file.substr(root_.size())).size();
-        const std::string names = namesIn(path("/conf"));  // with the backups a run leaves
-        for (const long long limit : {0LL, 1LL, 65535LL, 65536LL, 65537LL, static_cast<long long>(written) - 1}) {
-            writeFile(c.file.substr(root_.size()), before);
+        const std::string rel = c.file.substr(root_.size());
+        // Where the file and the scratch files lie: the file's folder, /etc
+        // (the fixed scratch names) and TMPDIR.
+        const auto names = [&] { return namesIn(path(rel.substr(0, rel.rfind('/')))) + namesIn(path("/etc")) + namesIn(path("/tmp")); };
+        writeFile(rel, c.before);
+        ASSERT_EQ(inChild(c.call), c.success) << c.name;  // unlimited, it succeeds
+        const long long written = static_cast<long long>(readFile(rel).size());
+        const std::string left = names();  // with the backups a run leaves
+        for (const long long limit : {0LL, 1LL, 65535LL, 65536LL, 65537LL, written - 1}) {
+            if (limit >= written) continue;
+            writeFile(rel, c.before);
+            ++injected;
             EXPECT_EQ(inChild(c.call, limit), c.failure) << c.name << " limit " << limit;
-            EXPECT_TRUE(readFile(c.file.substr(root_.size())) == before) << c.name << " limit " << limit;
-            EXPECT_EQ(namesIn(path("/conf")), names) << c.name << " limit " << limit;
+            EXPECT_TRUE(readFile(rel) == c.before) << c.name << " limit " << limit;
+            EXPECT_EQ(names(), left) << c.name << " limit " << limit;
         }
+        writeConf(original);
     }
+    RecordProperty("injected_failures", injected);
 }
 
 // Rewrites killed with SIGKILL at random moments, 200 times (from the start
