@@ -1,12 +1,13 @@
 // ApacheHelper::GetCommandOutput: every line a command prints.
 #include "ApacheHelper.h"
 
+#include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-int ApacheHelper::GetCommandOutput(std::string command, std::vector<std::string>& lines) {
+int qz::commandOutput(const std::string& command, std::vector<std::string>& lines) {
     qz::ShellPipe pipe(command);
     if (pipe.get() == nullptr) {
         // The message names "apachectl -V" whatever the command was.
@@ -22,4 +23,8 @@ int ApacheHelper::GetCommandOutput(std::string command, std::vector<std::string>
     free(buf);
     pipe.close();  // pclose, so the command is waited for
     return 0;
+}
+
+int ApacheHelper::GetCommandOutput(std::string command, std::vector<std::string>& lines) {
+    return qz::commandOutput(command, lines);
 }

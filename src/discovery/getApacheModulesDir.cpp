@@ -35,8 +35,8 @@ bool folderOpens(const std::string& folder) {
 
 }  // namespace
 
-std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
-    const std::string serverRoot = qz::serverRootOrConfFolder(*this, httpdConfFile);
+std::string qz::apacheModulesDir(const std::string& httpdConfFile) {
+    const std::string serverRoot = qz::serverRootOrConfFolder(httpdConfFile);
 
     std::string result;
     qz::LineReader in(httpdConfFile, 3000);
@@ -69,3 +69,5 @@ std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) {
     }
     return result;
 }
+
+std::string CQZWebsite::getApacheModulesDir(std::string httpdConfFile) { return qz::apacheModulesDir(httpdConfFile); }

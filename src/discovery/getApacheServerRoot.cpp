@@ -2,6 +2,7 @@
 // HTTPD_ROOT that apachectl reports.
 #include "CQZWebsite.h"
 
+#include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
 
 namespace {
@@ -45,8 +46,10 @@ std::string httpdRootFromApachectl() {
 
 }  // namespace
 
-std::string CQZWebsite::getApacheServerRoot(std::string apacheConfFile) {
-    std::string root = serverRootInFile(apacheConfFile);
+std::string qz::apacheServerRoot(const std::string& conf) {
+    std::string root = serverRootInFile(conf);
     if (root.empty()) root = httpdRootFromApachectl();
     return root;
 }
+
+std::string CQZWebsite::getApacheServerRoot(std::string apacheConfFile) { return qz::apacheServerRoot(apacheConfFile); }

@@ -1,7 +1,7 @@
 // getApacheUserGroup: the user and group Apache runs its children as.
 #include "QZCommon.h"
 
-#include "ApacheHelper.h"
+#include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
 
 namespace {
@@ -65,8 +65,7 @@ bool getApacheUserGroup(std::string& user, std::string& group) {
     user.clear();
     group.clear();
     std::vector<std::string> lines;
-    ApacheHelper helper;
-    if (helper.GetCommandOutput("apachectl -t -D DUMP_RUN_CFG 2>/dev/null", lines) == 0) {
+    if (qz::commandOutput("apachectl -t -D DUMP_RUN_CFG 2>/dev/null", lines) == 0) {
         for (const std::string& line : lines) {
             fromRunConfig(line, "User", user);
             fromRunConfig(line, "Group", group);

@@ -1,8 +1,8 @@
 // CQZWebsite::ConfigureFcgidGlobally: the server-level mod_fcgid settings.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
 
@@ -10,10 +10,9 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "ConfigureFcgidGlobally", {HttpdConfFile, Module}, {"HttpdConfFile", "Module"});
     if (!qz::isTagSafe(Module)) return qz::result::handler::FcgidModuleRefused;
-    ApacheHelper helper;
     std::string socketPath, sharememPath;
-    helper.Apache_getDirectiveValue(HttpdConfFile, "SocketPath", socketPath, false);
-    helper.Apache_getDirectiveValue(HttpdConfFile, "SharememPath", sharememPath, false);
+    qz::directiveValue(HttpdConfFile, "SocketPath", socketPath, false);
+    qz::directiveValue(HttpdConfFile, "SharememPath", sharememPath, false);
     qz::sayLine("SocketPath=" + socketPath);
     qz::sayLine("SharememPath=" + sharememPath);
     if (!socketPath.empty() || !sharememPath.empty()) return qz::result::handler::Rewritten;

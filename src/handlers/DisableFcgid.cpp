@@ -2,8 +2,8 @@
 // copy.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
 #include "handlers/HandlerScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/SafePath.h"
 #include "core/Validate.h"
@@ -57,9 +57,8 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     if (!found || error) return error ? qz::result::handler::BlockTooLong : qz::result::handler::Done;
     if (!rewrite.commit()) return qz::result::ScratchNotWritten;
 
-    ApacheHelper helper;
     std::string documentRoot;
-    helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
+    qz::directiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
     const std::string site = qz::siteFolder(documentRoot, DomainName);
     // Only a named file inside a known site folder is deleted: an empty name
     // would remove the folder itself if it were empty. Its folder is reached

@@ -1,8 +1,8 @@
 // CQZWebsite::EnableFcgid: runs a site's PHP through mod_fcgid.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
 #include "handlers/HandlerScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/SafePath.h"
 #include "core/Validate.h"
@@ -25,11 +25,10 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
     if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     const std::string conf = HttpdConfFile;
 
-    ApacheHelper helper;
     std::string webAdmin, documentRoot;
-    helper.Apache_getDirectiveInVH(conf, DomainName, "ServerAdmin", webAdmin, false);
+    qz::directiveInVH(conf, DomainName, "ServerAdmin", webAdmin, false);
     webAdmin = webAdmin.substr(0, webAdmin.find('@'));
-    helper.Apache_getDirectiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
+    qz::directiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
     const std::string site = qz::siteFolder(documentRoot, DomainName);
     const std::string settings = site + "/.setting_php";
     const std::string wrapper = settings + "/" + cgiName;

@@ -2,10 +2,11 @@
 // .php files to it.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
+#include "discovery/ApacheDiscovery.h"
 #include "discovery/ApacheModuleSetup.h"
 #include "handlers/HandlerScan.h"
 #include "handlers/PhpFpm.h"
+#include "toolkit/Toolkit.h"
 #include "QZCommon.h"
 #include "core/QZLock.h"
 #include "core/SafePath.h"
@@ -151,15 +152,14 @@ bool proxyFcgiLoaded(const std::string& conf) {
     }
     // Each line goes in before the first LoadModule line: proxy_fcgi first,
     // so that proxy, which it needs, ends up loaded before it.
-    ApacheHelper helper;
     // Without a modules folder the line would name no real file.
-    if (CQZWebsite().getApacheModulesDir(conf).empty()) return false;
+    if (qz::apacheModulesDir(conf).empty()) return false;
     bool loaded[2] = {false, false};
     const std::string modules[2] = {"proxy_fcgi", "proxy"};
     for (int i = 0; i < 2; ++i)
-        if (helper.Apache_checkModule(conf, modules[i] + "_module ", loaded[i]) == 1) return false;
+        if (qz::checkModule(conf, modules[i] + "_module ", loaded[i]) == 1) return false;
     for (int i = 0; i < 2; ++i)
-        if (!loaded[i] && helper.Apache_addModule(conf, modules[i]) != 0) return false;
+        if (!loaded[i] && qz::addModule(conf, modules[i]) != 0) return false;
     return true;
 }
 

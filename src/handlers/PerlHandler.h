@@ -3,8 +3,8 @@
 #ifndef QZ_PERL_HANDLER_H
 #define QZ_PERL_HANDLER_H
 
-#include "ApacheHelper.h"
 #include "handlers/HandlerScan.h"
+#include "toolkit/Toolkit.h"
 
 #include <string>
 #include <string_view>
@@ -40,7 +40,7 @@ template <class Body>
 int rewritePerlSite(const char* httpdConfFile, const std::string& domain, Body&& body) {
     if (isEmpty(httpdConfFile)) return qz::result::handler::ConfigNotOpened;
     std::string documentRoot;
-    ApacheHelper().Apache_getDirectiveInVH(httpdConfFile, domain, "DocumentRoot", documentRoot, true);
+    directiveInVH(httpdConfFile, domain, "DocumentRoot", documentRoot, true);
     PerlSiteScan scan(domain, documentRoot);
     return rewriteWords(httpdConfFile, sysPath(kPerlScratch), kPerlLineLimit,
                         [&](const WordLine& w, std::string_view line, OutFile& out) { body(scan, w, line, out); });

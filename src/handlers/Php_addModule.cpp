@@ -58,7 +58,7 @@ int CQZWebsite::Php_addModule(std::string apacheConfFile, std::string moduleName
     // as when the configuration has no place for it (4).
     const size_t php = moduleName.find("php");
     auto entry = [&]() {
-        const std::string modulePath = qz::loadModuleFolder(getApacheModulesDir(apacheConfFile));
+        const std::string modulePath = qz::loadModuleFolder(qz::apacheModulesDir(apacheConfFile));
         if (php == std::string::npos) return std::string();
         const size_t dot = moduleName.find('.');
         const size_t length = dot == std::string::npos || dot < php ? std::string::npos : dot - php;

@@ -2,6 +2,7 @@
 // modules folder.
 #include "CQZWebsite.h"
 
+#include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
 
 #include <dirent.h>
@@ -23,7 +24,7 @@ bool isPhpModuleName(const std::string& name) {
 }  // namespace
 
 std::string CQZWebsite::Php_checkModulePhysicalPath(std::string apacheConfFile) {
-    const std::string folder = getApacheModulesDir(apacheConfFile);
+    const std::string folder = qz::apacheModulesDir(apacheConfFile);
     DIR* dir = opendir(folder.c_str());
     if (dir == nullptr) {
         qz::say("can't open directory: ");

@@ -23,7 +23,7 @@ bool findModuleFiles(const std::string& folder, const char* suffix, std::string&
 bool CQZWebsite::getApachePHPPerlModulesPath(std::string httpdConfFile, std::string& perlPath, std::string& phpPath) {
     perlPath.clear();
     phpPath.clear();
-    const std::string base = qz::serverRootOrConfFolder(*this, httpdConfFile);
+    const std::string base = qz::serverRootOrConfFolder(httpdConfFile);
     // conf.d, when it opens, is the only folder consulted.
     if (!findModuleFiles(base + "/conf.d", ".conf", perlPath, phpPath) &&
         !findModuleFiles(base + "/mods-enabled", ".load", perlPath, phpPath)) {

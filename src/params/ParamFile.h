@@ -32,6 +32,14 @@ struct ParamLine {
 int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const std::string* replacement,
                      bool keepComments);
 
+// The FileHandling operations of the same names, without the library's lock
+// (each public operation takes it; the callers here hold it already).
+int paramValueExists(const std::string& filePath, const std::string& paramName, const std::string& paramValue,
+                     char delimiter, char comment);
+int addParam(const std::string& filePath, const std::string& value);
+int deleteParam(const std::string& filePath, const std::string& paramName, const std::string& paramValue,
+                char delimiter, char comment);
+
 }  // namespace qz
 
 #endif

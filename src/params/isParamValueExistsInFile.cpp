@@ -4,8 +4,8 @@
 #include "params/ParamFile.h"
 #include "core/QZCore.h"
 
-int FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue,
-                                           char delimeter, char commentChar) {
+int qz::paramValueExists(const std::string& filePath, const std::string& paramName, const std::string& paramValue,
+                         char delimeter, char commentChar) {
     if (filePath.empty() || paramName.empty() || paramValue.empty()) return 0;
     qz::LineReader in(filePath, qz::kParamLineLimit);
     if (!in.isOpen()) return 0;
@@ -16,4 +16,9 @@ int FileHandling::isParamValueExistsInFile(std::string filePath, std::string par
         if (!in.empty() && wanted.classify(in.c_str()) == qz::ParamLine::Match) return 1;
     }
     return 0;
+}
+
+int FileHandling::isParamValueExistsInFile(std::string filePath, std::string paramName, std::string paramValue,
+                                           char delimeter, char commentChar) {
+    return qz::paramValueExists(filePath, paramName, paramValue, delimeter, commentChar);
 }

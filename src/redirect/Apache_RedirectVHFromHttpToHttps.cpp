@@ -5,6 +5,7 @@
 
 #include "core/QZLock.h"
 #include "redirect/RedirectFile.h"
+#include "toolkit/Toolkit.h"
 #include "core/Validate.h"
 
 #include <climits>
@@ -18,8 +19,8 @@ namespace {
 
 // The folder, with its placeholder file so that the include pattern always
 // matches a file. Failures are left for the redirect file to show.
-void makeRedirectFolder(ApacheHelper& helper, const std::string& folder) {
-    if (helper.IsDirectoryExists(folder)) return;
+void makeRedirectFolder(const std::string& folder) {
+    if (qz::isDirectory(folder)) return;
     mkdir(folder.c_str(), 0755);
     qz::OutFile dummy;
     if (dummy.openTarget((folder + "/dummy.conf").c_str())) dummy.writeLine("#dummy conf file, please don't delete it");
@@ -28,13 +29,13 @@ void makeRedirectFolder(ApacheHelper& helper, const std::string& folder) {
 // The configuration includes the folder through "Include qz/*.conf". Names
 // match by prefix, so an "IncludeOptional qz/*.conf" line counts as that line
 // and, failing it, the line goes after the first Include or IncludeOptional.
-void includeRedirectFolder(ApacheHelper& helper, const std::string& httpdConfFile) {
-    if (helper.Apache_isDirectiveWithValueExists(httpdConfFile, "Include", "qz/*.conf", false)) {
+void includeRedirectFolder(const std::string& httpdConfFile) {
+    if (qz::directiveWithValueExists(httpdConfFile, "Include", "qz/*.conf", false)) {
         qz::sayLine("entry already exists");
         return;
     }
     qz::sayLine("writing entry");
-    qz::sayLine(std::to_string(helper.Apache_writeDirective(httpdConfFile, "Include qz/*.conf", "Include", false, -1)));
+    qz::sayLine(std::to_string(qz::writeDirective(httpdConfFile, "Include qz/*.conf", "Include", false, -1)));
 }
 
 // The file a redirect file's name leads to through its symbolic links (an
@@ -89,14 +90,14 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
     // that would end the line or the section, or lead out of the folder, is
     // refused before anything is made.
     if (!qz::isHostName(domainName) || !qz::isTagSafe(ipAddress) || !qz::isTagSafe(port)) return false;
-    const std::string folder = qz::redirectFolder(*this);
+    const std::string folder = qz::redirectFolder();
     const std::string file = qz::redirectFile(folder, domainName);
     // With no server root nothing is created: no folder at the top of the
     // file system, and no Include line that would point nowhere.
     bool written = false;
     if (!folder.empty()) {
-        makeRedirectFolder(*this, folder);
-        includeRedirectFolder(*this, httpdConfFile);
+        makeRedirectFolder(folder);
+        includeRedirectFolder(httpdConfFile);
         written = writeRedirectFile(file, {"<VirtualHost " + ipAddress + ":" + port + ">",
                                            "\tServerName " + domainName,
                                            "\tServerAlias www." + domainName,

@@ -9,7 +9,7 @@
 
 bool ApacheHelper::Apache_StartRedirectVHFromHttpToHttps(std::string /*httpdConfFile*/, std::string domainName) {
     const qz::OperationLock lock;
-    return qz::switchRedirect(*this, domainName, [](const std::string& file) {
+    return qz::switchRedirect(domainName, [](const std::string& file) {
         const std::string stopped = file + ".stop";
         if (qz::pathExists(stopped)) std::rename(stopped.c_str(), file.c_str());
     });

@@ -9,7 +9,7 @@
 
 bool ApacheHelper::Apache_StopRedirectVHFromHttpToHttps(std::string /*httpdConfFile*/, std::string domainName) {
     const qz::OperationLock lock;
-    return qz::switchRedirect(*this, domainName, [](const std::string& file) {
+    return qz::switchRedirect(domainName, [](const std::string& file) {
         if (qz::pathExists(file)) std::rename(file.c_str(), (file + ".stop").c_str());
     });
 }

@@ -4,7 +4,7 @@
 #ifndef QZ_REDIRECT_FILE_H
 #define QZ_REDIRECT_FILE_H
 
-#include "ApacheHelper.h"
+#include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
 #include "core/Validate.h"
 
@@ -16,8 +16,8 @@ namespace qz {
 // The server root + "/qz", or "" when the server root is unknown: the files
 // are then looked for nowhere, rather than in a "/qz" folder at the top of
 // the file system.
-inline std::string redirectFolder(ApacheHelper& helper) {
-    const std::string serverRoot = helper.Apache_GetHttpdRootPath();
+inline std::string redirectFolder() {
+    const std::string serverRoot = httpdRootPath();
     return serverRoot.empty() ? std::string() : serverRoot + "/qz";
 }
 
@@ -34,9 +34,9 @@ inline bool pathExists(const std::string& path) { return access(path.c_str(), F_
 // False, with nothing printed or changed, for a domain that is not a host
 // name (a "../" in it would name a file outside the folder).
 template <class Act>
-bool switchRedirect(ApacheHelper& helper, const std::string& domain, Act&& act) {
+bool switchRedirect(const std::string& domain, Act&& act) {
     if (!isHostName(domain)) return false;
-    const std::string folder = redirectFolder(helper);
+    const std::string folder = redirectFolder();
     const std::string file = redirectFile(folder, domain);
     sayLine("file path:" + file);
     if (!folder.empty()) act(file);

@@ -3,12 +3,12 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
 
-int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
-                                             std::string value, bool valueQuoted) {
-    const qz::OperationLock lock;
+int qz::updateDirectiveInVH(const std::string& apacheConfFile, const std::string& domainName,
+                            const std::string& directive, const std::string& value, bool valueQuoted) {
     if (!qz::isLineValue(directive) || !(valueQuoted ? qz::isQuotedValue(value) : qz::isLineValue(value)))
         return qz::result::toolkit::Refused;
     using namespace qz;
@@ -29,4 +29,10 @@ int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::st
                             scratch.writeLine(line.view());
                             return Next::Line;
                         });
+}
+
+int ApacheHelper::Apache_UpdateDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
+                                             std::string value, bool valueQuoted) {
+    const qz::OperationLock lock;
+    return qz::updateDirectiveInVH(apacheConfFile, domainName, directive, value, valueQuoted);
 }

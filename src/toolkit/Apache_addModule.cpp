@@ -2,8 +2,8 @@
 #include "ApacheHelper.h"
 
 #include "discovery/ApacheDiscovery.h"
-#include "CQZWebsite.h"
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
 
@@ -16,8 +16,7 @@ constexpr FilePlan kAddModule{".qzbackup.rt", "_md", plans::kServerLimit, LoopEn
 
 }  // namespace
 
-int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
-    const qz::OperationLock lock;
+int qz::addModule(const std::string& apacheConfFile, const std::string& moduleName) {
     if (qz::hasControlChar(moduleName)) return qz::result::toolkit::Refused;
     makeBackup(apacheConfFile, kAddModule);
     LineReader in(apacheConfFile, kAddModule.limit);
@@ -25,7 +24,7 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     ScratchRewrite scratch(apacheConfFile, kAddModule.scratchSuffix);
     if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
 
-    const std::string modulePath = loadModuleFolder(CQZWebsite().getApacheModulesDir(apacheConfFile));
+    const std::string modulePath = loadModuleFolder(apacheModulesDir(apacheConfFile));
     const std::string entry = "LoadModule " + moduleName + "_module " + modulePath + "/mod_" + moduleName + ".so";
     sayLine("entry=" + entry);
 
@@ -55,4 +54,9 @@ int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string modul
     if (appendLine(apacheConfFile, entry)) return 0;
     sayLine("Unable to open file in append mode");
     return qz::result::toolkit::AppendFailed;
+}
+
+int ApacheHelper::Apache_addModule(std::string apacheConfFile, std::string moduleName) {
+    const qz::OperationLock lock;
+    return qz::addModule(apacheConfFile, moduleName);
 }

@@ -2,8 +2,9 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 
-int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string moduleName, bool& isExist) {
+int qz::checkModule(const std::string& apacheConfFile, const std::string& moduleName, bool& isExist) {
     using namespace qz;
     isExist = false;
     LineReader in(apacheConfFile, plans::kServerScan.limit);
@@ -22,4 +23,8 @@ int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string mod
         return Next::Line;
     });
     return isExist ? qz::result::toolkit::Done : qz::result::toolkit::ModuleNotFound;
+}
+
+int ApacheHelper::Apache_checkModule(std::string apacheConfFile, std::string moduleName, bool& isExist) {
+    return qz::checkModule(apacheConfFile, moduleName, isExist);
 }

@@ -2,7 +2,7 @@
 // object lies in Apache's modules folder.
 #include "ApacheHelper.h"
 
-#include "CQZWebsite.h"
+#include "discovery/ApacheDiscovery.h"
 #include "toolkit/DirectiveScan.h"
 
 int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std::string moduleName, bool& isExist) {
@@ -21,7 +21,7 @@ int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std
     in.close();
     if (!reached) return qz::result::toolkit::ModuleFileAbsent;
 
-    const std::string moduleFile = CQZWebsite().getApacheModulesDir(apacheConfFile) + "/mod_" + moduleName + ".so";
+    const std::string moduleFile = apacheModulesDir(apacheConfFile) + "/mod_" + moduleName + ".so";
     FILE* f = fopen(moduleFile.c_str(), "re");
     if (f == nullptr) return qz::result::toolkit::ModuleFileAbsent;
     fclose(f);

@@ -3,9 +3,10 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 
-int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
-                                          std::string& value, bool valueQuoted) {
+int qz::directiveInVH(const std::string& apacheConfFile, const std::string& domainName, const std::string& directive,
+                      std::string& value, bool valueQuoted) {
     using namespace qz;
     const FilePlan& plan = plans::kGetDirectiveInVH;
     value.clear();
@@ -33,4 +34,9 @@ int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::strin
         return Next::Stop;
     });
     return result;
+}
+
+int ApacheHelper::Apache_getDirectiveInVH(std::string apacheConfFile, std::string domainName, std::string directive,
+                                          std::string& value, bool valueQuoted) {
+    return qz::directiveInVH(apacheConfFile, domainName, directive, value, valueQuoted);
 }

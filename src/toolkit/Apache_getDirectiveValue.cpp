@@ -3,9 +3,10 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 
-int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::string directive, std::string& value,
-                                           bool isValueQuoted) {
+int qz::directiveValue(const std::string& apacheConfFile, const std::string& directive, std::string& value,
+                       bool isValueQuoted) {
     using namespace qz;
     value.clear();
     if (directive.empty()) return qz::result::toolkit::EmptyDirective;
@@ -37,4 +38,9 @@ int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::stri
         return Next::Stop;
     });
     return result;
+}
+
+int ApacheHelper::Apache_getDirectiveValue(std::string apacheConfFile, std::string directive, std::string& value,
+                                           bool isValueQuoted) {
+    return qz::directiveValue(apacheConfFile, directive, value, isValueQuoted);
 }

@@ -3,9 +3,10 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 
-bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile, std::string directive,
-                                                     std::string value, bool isValueQuoted) {
+bool qz::directiveWithValueExists(const std::string& apacheConfFile, const std::string& directive,
+                                  const std::string& value, bool isValueQuoted) {
     using namespace qz;
     if (directive.empty()) return false;
     LineReader in(apacheConfFile, plans::kServerScan.limit);
@@ -37,4 +38,9 @@ bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile,
         return Next::Stop;
     });
     return exists;
+}
+
+bool ApacheHelper::Apache_isDirectiveWithValueExists(std::string apacheConfFile, std::string directive,
+                                                     std::string value, bool isValueQuoted) {
+    return qz::directiveWithValueExists(apacheConfFile, directive, value, isValueQuoted);
 }

@@ -4,6 +4,7 @@
 #include "ApacheHelper.h"
 
 #include "toolkit/DirectiveScan.h"
+#include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
 
@@ -61,9 +62,8 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
 
 }  // namespace
 
-int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
-                                        bool beforeReference, int lineCount) {
-    const qz::OperationLock lock;
+int qz::writeDirective(const std::string& apacheConfFile, const std::string& entry, const std::string& reference,
+                       bool beforeReference, int lineCount) {
     if (!qz::isLineValue(entry)) return qz::result::toolkit::Refused;
     makeBackup(apacheConfFile, kWriteDirective);
     const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
@@ -71,4 +71,10 @@ int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string 
     if (lineCount == -1)
         return appendLine(apacheConfFile, entry) ? qz::result::toolkit::Done : qz::result::toolkit::FileNotOpened;
     return writeAtLine(apacheConfFile, entry, lineCount);
+}
+
+int ApacheHelper::Apache_writeDirective(std::string apacheConfFile, std::string entry, std::string reference,
+                                        bool beforeReference, int lineCount) {
+    const qz::OperationLock lock;
+    return qz::writeDirective(apacheConfFile, entry, reference, beforeReference, lineCount);
 }

@@ -2,8 +2,8 @@
 // section of a website afresh, or adds one to the website's block.
 #include "CQZVirtualDirectory.h"
 
-#include "ApacheHelper.h"
 #include "core/QZCore.h"
+#include "toolkit/Toolkit.h"
 #include "vdir/VirtualDirectoryScan.h"
 #include "vdir/VirtualDirectorySection.h"
 #include "core/QZLock.h"
@@ -44,8 +44,7 @@ bool protect(qz::OutFile& out, const Request& request) {
     if (!ensurePasswordFile(authFile) || !addWebadminLogin(authFile, request.webadminName, request.webadminPass))
         return false;
     std::string admin;
-    ApacheHelper helper;
-    helper.Apache_getDirectiveInVH(request.httpdConfFile, request.domain, "ServerAdmin", admin, false);
+    directiveInVH(request.httpdConfFile, request.domain, "ServerAdmin", admin, false);
     const size_t at = admin.find('@');
     if (at == std::string::npos || at == 0) return true;
     return chownPasswordFile(admin.substr(0, at), authFile);

@@ -2,7 +2,7 @@
 // blocks, and to its HTTPS redirect file.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
+#include "toolkit/Toolkit.h"
 #include "website/HostHeaderRedirect.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
@@ -21,10 +21,9 @@ char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
                                                     : std::string(line) + " " + hostHeader;
     });
 
-    ApacheHelper helper;
     const std::string httpdConfFile = qz::str(HttpdConfFile);
     std::string value;
-    if (helper.Apache_getDirectiveInVH(httpdConfFile, domainName, "ServerAlias", value, false) != 0)
+    if (qz::directiveInVH(httpdConfFile, domainName, "ServerAlias", value, false) != 0)
         return qz::result::hostHeader::NotUpdated;
 
     // Listed already: an occurrence at the start of the list or after a
@@ -34,7 +33,7 @@ char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
         if (at == 0 || value[at - 1] == ' ') return qz::result::hostHeader::AlreadyListed;
     }
     const std::string aliases = value.size() > 2 ? value + " " + hostHeader : hostHeader;
-    if (helper.Apache_UpdateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0) {
+    if (qz::updateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0) {
         qz::sayLine("Update error");
         return qz::result::hostHeader::NotUpdated;
     }

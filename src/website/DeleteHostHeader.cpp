@@ -2,7 +2,7 @@
 // site's blocks and of its HTTPS redirect file.
 #include "CQZWebsite.h"
 
-#include "ApacheHelper.h"
+#include "toolkit/Toolkit.h"
 #include "website/HostHeaderRedirect.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
@@ -65,16 +65,15 @@ char CQZWebsite::DeleteHostHeader(std::string domainName, std::string hostHeader
     // The domain names the redirect file that is rewritten.
     if (!qz::isHostName(domainName)) return qz::result::hostHeader::Refused;
 
-    ApacheHelper helper;
     const std::string httpdConfFile = qz::str(HttpdConfFile);
     std::string aliases;
-    if (helper.Apache_getDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0)
+    if (qz::directiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0)
         return qz::result::hostHeader::NotUpdated;
 
     qz::rewriteRedirectAliases(domainName, [&](std::string_view line, qz::RedirectLayout) {
         return withoutWord(line, hostHeader);
     });
     const std::string kept = listWithout(aliases, hostHeader);
-    const int updated = helper.Apache_UpdateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", kept, false);
+    const int updated = qz::updateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", kept, false);
     return updated == qz::result::toolkit::Done ? qz::result::hostHeader::Done : qz::result::hostHeader::NotUpdated;
 }

@@ -55,7 +55,7 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
         } else if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
             qz::sayLine("Dir = " + path);
         } else {
-            VHostsInIncFile(path, DomainList);
+            qz::vhostsInIncFile(path, DomainList);
         }
     }
     return qz::result::website::Listed;

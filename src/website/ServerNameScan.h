@@ -31,6 +31,10 @@ struct ServerNameScan {
     }
 };
 
+// Appends the first ServerName of every block of one included file to
+// `websites` (CQZWebsite::VHostsInIncFile); always true.
+bool vhostsInIncFile(const std::string& file, std::vector<std::string>& websites);
+
 }  // namespace qz
 
 #endif

@@ -4,7 +4,7 @@
 #include "core/QZCore.h"
 #include "website/ServerNameScan.h"
 
-bool CQZWebsite::VHostsInIncFile(std::string szFileName, std::vector<std::string>& websites) {
+bool qz::vhostsInIncFile(const std::string& szFileName, std::vector<std::string>& websites) {
     if (szFileName.empty()) return true;
     qz::LineReader in(szFileName, 3000);
     if (!in.isOpen()) {
@@ -15,4 +15,8 @@ bool CQZWebsite::VHostsInIncFile(std::string szFileName, std::vector<std::string
     while (in.nextUntilEof())
         if (!in.empty()) scan.examine(qz::skipSpace(in.c_str()), websites);
     return true;
+}
+
+bool CQZWebsite::VHostsInIncFile(std::string szFileName, std::vector<std::string>& websites) {
+    return qz::vhostsInIncFile(szFileName, websites);
 }

@@ -74,6 +74,13 @@ struct PrivateFolderFiles {
     }
 };
 
+// The PrivateFolder operations of the same names, without the library's lock:
+// each reports itself to `tracker` (when there is one) as the public
+// operation does, so that a move by editPrivateFolder shows both steps.
+int addPrivateFolder(CQZTrackManager* tracker, const std::string& folderPath, const std::string& userName,
+                     const std::string& userPasswd);
+int deletePrivateFolder(CQZTrackManager* tracker, const std::string& folderPath, const std::string& userName);
+
 // The parameter-file separator and comment characters of ".htaccess".
 constexpr char kDirectiveSeparator = ' ';
 constexpr char kDirectiveComment = '#';

@@ -1,7 +1,7 @@
 // PrivateFolder::addPrivateFolder: protects a folder and adds a user to it.
 #include "PrivateFolder.h"
 
-#include "FileHandling.h"
+#include "params/ParamFile.h"
 #include "webusers/PrivateFolderFiles.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
@@ -9,9 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName, std::string userPasswd) {
-    const qz::OperationLock lock;
-    qz::trackMethod(TrackManager, "addPrivateFolder", {folderPath, userName, userPasswd},
+int qz::addPrivateFolder(CQZTrackManager* tracker, const std::string& folderPath, const std::string& userName,
+                         const std::string& userPasswd) {
+    qz::trackMethod(tracker, "addPrivateFolder", {folderPath, userName, userPasswd},
                     {"NewPrivateFolderPath", "PrivateFolderUserName", "PrivateFolderUserPasswd"});
 
     const qz::PrivateFolderFiles files(folderPath);
@@ -44,11 +44,10 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
         // AuthName line and gets this one after it. The checked file is
         // reached through its descriptor, never by its name again.
         const std::string checked = qz::descriptorPath(access);
-        FileHandling params;
         for (const auto& directive : files.directives())
-            if (!params.isParamValueExistsInFile(checked, directive.name, directive.value, qz::kDirectiveSeparator,
-                                                 qz::kDirectiveComment))
-                params.addParamInFile(checked, directive.line());
+            if (!qz::paramValueExists(checked, directive.name, directive.value, qz::kDirectiveSeparator,
+                                      qz::kDirectiveComment))
+                qz::addParam(checked, directive.line());
     }
 
     // -c creates the password file; without it the user is added or updated.
@@ -59,4 +58,9 @@ int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName
     // The file the tool left, checked again before its mode is set.
     if (files.open(folder, ".htpasswd", passwords) == qz::FileCheck::Regular) fchmod(passwords.get(), 0444);
     return qz::result::privateFolder::Added;
+}
+
+int PrivateFolder::addPrivateFolder(std::string folderPath, std::string userName, std::string userPasswd) {
+    const qz::OperationLock lock;
+    return qz::addPrivateFolder(TrackManager, folderPath, userName, userPasswd);
 }

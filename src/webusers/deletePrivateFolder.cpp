@@ -2,7 +2,7 @@
 // no user is left.
 #include "PrivateFolder.h"
 
-#include "FileHandling.h"
+#include "params/ParamFile.h"
 #include "webusers/PrivateFolderFiles.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
@@ -13,9 +13,8 @@
 #include <thread>
 #include <unistd.h>
 
-int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
-    const qz::OperationLock lock;
-    qz::trackMethod(TrackManager, "deletePrivateFolder", {folderPath}, {"NewPrivateFolderPath"});
+int qz::deletePrivateFolder(CQZTrackManager* tracker, const std::string& folderPath, const std::string& userName) {
+    qz::trackMethod(tracker, "deletePrivateFolder", {folderPath}, {"NewPrivateFolderPath"});
 
     const qz::PrivateFolderFiles files(folderPath);
     qz::SafeFolder folder;
@@ -57,12 +56,16 @@ int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userN
     // ".htaccess", and the file itself, stay.
     if (!usersRemain && accessState == qz::FileCheck::Regular) {
         qz::sayLine("cp_FF");
-        FileHandling params;
         for (const auto& directive : files.directives())
-            if (params.isParamValueExistsInFile(files.access, directive.name, directive.value,
-                                                qz::kDirectiveSeparator, qz::kDirectiveComment))
-                params.delParamFromFile(files.access, directive.name, directive.value, qz::kDirectiveSeparator,
-                                        qz::kDirectiveComment);
+            if (qz::paramValueExists(files.access, directive.name, directive.value, qz::kDirectiveSeparator,
+                                     qz::kDirectiveComment))
+                qz::deleteParam(files.access, directive.name, directive.value, qz::kDirectiveSeparator,
+                                qz::kDirectiveComment);
     }
     return qz::result::privateFolder::Deleted;
+}
+
+int PrivateFolder::deletePrivateFolder(std::string folderPath, std::string userName) {
+    const qz::OperationLock lock;
+    return qz::deletePrivateFolder(TrackManager, folderPath, userName);
 }

@@ -30,9 +30,9 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
         qz::hasDotDot(oldFolderPath) || userPasswd.find('\0') != std::string::npos)
         return qz::PrivateFolderFiles::kRefused;
     if (newFolderPath != oldFolderPath) {
-        const int deleted = deletePrivateFolder(oldFolderPath, userName);
+        const int deleted = qz::deletePrivateFolder(TrackManager, oldFolderPath, userName);
         if (deleted != 1603) return deleted;
-        const int added = addPrivateFolder(newFolderPath, userName, userPasswd);
+        const int added = qz::addPrivateFolder(TrackManager, newFolderPath, userName, userPasswd);
         return added == qz::result::privateFolder::Added ? qz::result::privateFolder::Edited : added;
     }
 
