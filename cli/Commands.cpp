@@ -336,7 +336,9 @@ std::vector<Command> table() {
          "answer every request with 503 and a page (but the ACME challenge path)",
          {kDomain, req("message-html", "the page's HTML"), checked(req("retry-after", "seconds, for Retry-After"), isNumber)},
          {{result::website::Done, "96", true, "done"}, {result::website::NotFound, "26", false, "no block names the website"},
-          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"}, kNoConf, kConfUnreadable, kScratch},
+          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"},
+          {result::website::ModulesNotLoaded, "5", false, "a2enmod could not enable rewrite and headers (nothing written)"},
+          kNoConf, kConfUnreadable, kScratch},
          maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).EnableMessage(a.get("domain-name"), a.get("message-html"), number(a, "retry-after", 0));
