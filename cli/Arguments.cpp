@@ -17,14 +17,16 @@ struct Global {
 const Global kGlobals[] = {
     {"conf", "FILE", "the Apache configuration file (default: <root>/etc/httpd/conf/httpd.conf, else\n"
                      "                      <root>/etc/apache2/apache2.conf, whichever exists)"},
-    {"root", "DIR", "the system root: the library's fixed paths (/etc/QZ.conf, /etc/webusers, scratch\n"
-                    "                      files, /tmp/mod_fcgid) and the lock lie under DIR, so that a scratch\n"
+    {"root", "DIR", "the system root: the library's fixed paths (/etc/QZ.conf, /etc/webusers, /etc/php,\n"
+                    "                      /run/php, /var/lib/qzapache, scratch files, /tmp/mod_fcgid) and the\n"
+                    "                      lock lie under DIR, so that a scratch\n"
                     "                      copy can be tried first. Used as they stand: paths given in options\n"
                     "                      or read from the configuration (DocumentRoot, ServerRoot); paths\n"
                     "                      read from command output (redirect-https writes under the HTTPD_ROOT\n"
                     "                      that apachectl -V prints); paths written into the configuration\n"
                     "                      (configure-fcgid's lines name the real /tmp/mod_fcgid); and the tools\n"
-                    "                      run, found on PATH (apachectl, htpasswd, chown, chmod, cp, mv)"},
+                    "                      run, found on PATH (apachectl, htpasswd, chown, chmod, cp, mv, a2enmod,\n"
+                    "                      php-fpm<version>)"},
     {"json", nullptr, "print the result as one JSON object"},
     {"verbose", nullptr, "show the library's progress lines and its tools' messages (on standard error with\n"
                            "                      --json)"},
@@ -67,8 +69,9 @@ std::string actionsOf(const std::string& family) {
     return actions;
 }
 
-std::string placeholder(const char* name) {
-    std::string text = name;
+std::string placeholder(const Option& option) {
+    if (option.value != nullptr) return option.value;
+    std::string text = option.name;
     for (char& c : text) c = c == '-' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return text;
 }
@@ -204,6 +207,18 @@ std::string programHelp() {
            "  /etc/apactemp, /etc/apactemp1, /etc/temp, /etc/tempapa1\n"
            "                      scratch files of the virtual-directory, host-header and Perl commands\n"
            "  /tmp/mod_fcgid/     the socket folder configure-fcgid makes\n"
+           "  /etc/php/<version>/fpm/pool.d/qz-<domain>.conf\n"
+           "                      a website's PHP-FPM pool (enable-php-fpm, disable-php-fpm, php-open-basedir,\n"
+           "                      delete-website), checked with /etc/php/<version>/fpm/php-fpm.conf\n"
+           "  /run/php/           the PHP-FPM pools' sockets, and php<version>-fpm.pid, the master's PID file that\n"
+           "                      php-fpm-reload signals\n"
+           "  /var/lib/qzapache/maintenance/\n"
+           "                      the maintenance pages of message on, one folder per website (removed by\n"
+           "                      message off and delete-website)\n"
+           "  /etc/apache2/mods-enabled/\n"
+           "                      on Debian's layout (mods-available beside the configuration file), where\n"
+           "                      a2enmod enables the modules of enable-php-fpm and message on; it follows the\n"
+           "                      configuration file's folder, not --root\n"
            "  /var/run/           where apache-restart looks for Apache's PID file\n"
            "These lie under --root DIR when it is given. Each command's --help names the files it may\n"
            "rewrite.\n";
@@ -215,7 +230,7 @@ std::string commandHelp(const Command& command) {
     out << "Usage: qzapache [GLOBAL OPTIONS] " << command.name;
     bool optional = false;
     for (const Option& option : command.options) {
-        if (option.required) out << " --" << option.name << " " << placeholder(option.name);
+        if (option.required) out << " --" << option.name << " " << placeholder(option);
         else optional = true;
     }
     std::string summary = command.summary;
@@ -224,7 +239,7 @@ std::string commandHelp(const Command& command) {
         << command.operation << ".\n";
     if (!command.options.empty()) out << "\nOptions:\n";
     for (const Option& option : command.options) {
-        out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option.name)), 30, 2)
+        out << "  " << padded(std::string("--") + option.name + (option.flag ? "" : " " + placeholder(option)), 30, 2)
             << (option.required ? "(required) " : "") << option.help;
         if (option.capacity) out << " [at most " << option.capacity - 1 << (option.capacity == 2 ? " character]" : " characters]");
         out << "\n";

@@ -28,6 +28,10 @@ struct Option {
     size_t capacity = 0;   // a record's char array (NUL included): the value must fit; 0 = any length
     // Throws UsageError when the value is not one the option takes (nullptr: any).
     void (*check)(const std::string& name, const std::string& value) = nullptr;
+    // The value's placeholder in the help texts (nullptr: the name in capitals,
+    // "domain-name" -> DOMAIN_NAME). Bash completion offers file names for
+    // one holding FILE or PATH, folders for DIR or FOLDER.
+    const char* value = nullptr;
 };
 
 // A result number of an operation and what it means.

@@ -55,6 +55,12 @@ Option checked(Option option, void (*check)(const std::string&, const std::strin
     return option;
 }
 
+// An option whose value the help calls `value` instead of its name.
+Option valued(Option option, const char* value) {
+    option.value = value;
+    return option;
+}
+
 int number(const Args& a, const char* name, int otherwise) { return a.has(name) ? toNumber(name, a.get(name)) : otherwise; }
 
 std::string octal(unsigned mode) {
@@ -320,7 +326,7 @@ std::vector<Command> table() {
         // Writing settings back, the maintenance message, custom error pages.
         {"update-website", "CQZWebsite::UpdateWebsite",
          "write a website's settings back: the JSON of website-info --json, edited",
-         {kDomain, req("from-json", "the edited report of website-info --json (- reads standard input)")},
+         {kDomain, valued(req("from-json", "the edited report of website-info --json (- reads standard input)"), "FILE|-")},
          {{result::website::Done, "96", true, "done"}, {result::website::NotFound, "26", false, "no block names the website"},
           {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"},
           {result::website::AliasTaken, "3", false, "an added ServerAlias is a name another site answers to"}, kNoConf, kConfUnreadableOrLong, kScratch},
@@ -336,7 +342,9 @@ std::vector<Command> table() {
          "answer every request with 503 and a page (but the ACME challenge path)",
          {kDomain, req("message-html", "the page's HTML"), checked(req("retry-after", "seconds, for Retry-After"), isNumber)},
          {{result::website::Done, "96", true, "done"}, {result::website::NotFound, "26", false, "no block names the website"},
-          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"}, kNoConf, kConfUnreadable, kScratch},
+          {result::website::ValueRefused, "1", false, "a value was refused (nothing written)"},
+          {result::website::ModulesNotLoaded, "5", false, "a2enmod could not enable rewrite and headers (nothing written)"},
+          kNoConf, kConfUnreadable, kScratch},
          maintenancePage, "the configuration file and the page under /var/lib/qzapache/maintenance",
          [](const Args& a, const Context& c, Outcome& o) {
              o.result = website(c).EnableMessage(a.get("domain-name"), a.get("message-html"), number(a, "retry-after", 0));

@@ -109,10 +109,12 @@ public:
     // "# qzapache maintenance: begin" and "# qzapache maintenance: end"; the
     // page is kept at /var/lib/qzapache/maintenance/<domain>/index.html.
     // Enabling again replaces both. Makes sure rewrite and headers are
-    // loaded (a2enmod on Debian's layout, else LoadModule lines). 96; 26;
-    // 1 a domain that cannot name a folder, an empty message, a control
-    // character other than a line end or tab in it, or RetryAfterSeconds
-    // outside 1..31536000; 21; 22; 23.
+    // loaded before anything is written (a2enmod on Debian's layout, else
+    // LoadModule lines). 96; 26; 1 a domain that cannot name a folder, an
+    // empty message, a control character other than a line end or tab in
+    // it, or RetryAfterSeconds outside 1..31536000; 5 a2enmod failed
+    // ("Error while enabling Apache modules" printed; nothing written); 21;
+    // 22; 23.
     // DisableMessage removes those lines and the page: the blocks are again
     // byte for byte what they were. 96 (also when none was on); 26; 21; 22; 23.
     // Both report DomainName under the name "ObjUVHost->pDomain" (then
@@ -122,7 +124,8 @@ public:
 
     // Removes every block whose ServerName equals pDName (case-insensitive),
     // commented-out blocks included. Blank lines outside blocks are dropped.
-    // The site's PHP-FPM pool files go too (see EnablePhpFpm).
+    // The site's PHP-FPM pool files go too (see EnablePhpFpm), and its
+    // maintenance page folder (see EnableMessage).
     // DomainType is ignored. 24 whether or not a block was removed; 22, with
     // the configuration left as it is, when a line is too long to copy.
     char DeleteWebsite(const char* pDName, char DomainType);
@@ -314,7 +317,9 @@ public:
     // socket owned by that user and Apache's run group, mode 0660, pm
     // ondemand, .php only, open_basedir, sys_temp_dir, upload_tmp_dir and
     // session.save_path on the site folder and its tmp folder (made, 0700,
-    // owned by the user). Checks it with "php-fpm<version> -t -y
+    // owned by the user, once every check has passed: a refusal leaves no
+    // tmp folder it made; a tmp that is a link or not a folder gives 1).
+    // Checks it with "php-fpm<version> -t -y
     // /etc/php/<version>/fpm/php-fpm.conf", makes sure Apache loads
     // proxy_fcgi (a2enmod on Debian's layout, else LoadModule lines), puts
     // before the closing line of each of the site's blocks the section

@@ -27,6 +27,7 @@ constexpr int StatusNoSuchSite = 1;     // GetWebsiteStatus: no block names the 
 constexpr int ValueRefused = 1;         // UpdateWebsite, EnableMessage: a value refused, nothing written
 constexpr int FolderNotMade = 2;        // CreateWebsite: a folder could not be made, or no record
 constexpr int AliasTaken = 3;           // UpdateWebsite: an added ServerAlias another site answers to
+constexpr int ModulesNotLoaded = 5;     // EnableMessage: a2enmod could not enable rewrite and headers, nothing written
 constexpr int Deleted = 24;             // DeleteWebsite, whether or not a block was removed
 constexpr int Found = 25;               // GetWebsiteInfo
 constexpr int NotFound = 26;            // GetWebsiteInfo and the writers: no such site

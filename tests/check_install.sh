@@ -64,6 +64,11 @@ MANWIDTH=80 LC_ALL=C.UTF-8 man --warnings -l "$prefix/share/man/man1/qzapache.1.
 for section in NAME SYNOPSIS DESCRIPTION 'GLOBAL OPTIONS' COMMANDS 'EXIT STATUS' FILES; do
   grep -qx "$section" "$scratch/man" || fail "the manual page has no $section section"
 done
+# Its FILES section names the PHP-FPM, maintenance and Debian module files too.
+awk '/^FILES$/ { on = 1; next } on && /^[A-Z]/ { exit } on' "$scratch/man" > "$scratch/files"
+for file in '/etc/php/<version>/fpm/pool.d/qz-<domain>.conf' /run/php/ /var/lib/qzapache/maintenance/ /etc/apache2/mods-enabled/; do
+  grep -qF "$file" "$scratch/files" || fail "the manual page's FILES section does not name $file"
+done
 awk '/^Commands:$/ { on = 1; next } on && /^$/ { exit } on { sub(/^  /, ""); sub(/  .*/, ""); print }' "$scratch/help" |
   while read -r command; do
     grep -qx "   $command" "$scratch/man" || fail "the manual page has no section for $command"
@@ -82,6 +87,7 @@ qzapache help redirect-https create --d|--domain-name
 qzapache website-exists --domain-name a.test --v|--verbose --verify
 qzapache --conf folder/h|folder/httpd.conf
 qzapache --root fol|folder
+qzapache update-website --from-json folder/h|folder/httpd.conf
 qzapache website-exists --domain-name @|
 qzapache list-websites @|
 CASES

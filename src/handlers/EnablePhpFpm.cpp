@@ -26,18 +26,18 @@ namespace {
 // The owner of the document root, found without following a link anywhere
 // below the site folder (the customer could point one at another user's
 // folder): the site folder is opened (the folders above it walked as
-// SafePath.h walks them), then each component of the rest in turn. Also
-// makes the site's tmp folder (mode 0700, owned by that user), opened and
-// chowned through the site folder's descriptor.
-// False when a component is a link, "..", missing or not a folder, or tmp
-// is not a folder of its own.
-bool siteOwner(const std::string& site, const std::string& documentRoot, struct stat& owner) {
+// SafePath.h walks them), then each component of the rest in turn. The site
+// folder stays open in `siteDir`, for makeTmp.
+// False when a component is a link, "..", missing or not a folder, the owner
+// is root, or the site's tmp is there but not a folder of its own (a link, a
+// FIFO, ...).
+bool siteOwner(const std::string& site, const std::string& documentRoot, struct stat& owner, qz::Fd& siteDir) {
     qz::SafeFolder above;
     const size_t cut = site.rfind('/');
     if (cut == std::string::npos || !qz::openFolder(site.substr(0, cut + 1), above)) return false;
-    qz::Fd dir(openat(above.fd.get(), site.c_str() + cut + 1, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!dir.ok()) return false;
-    const qz::Fd tmpParent(dup(dir.get()));
+    siteDir.reset(openat(above.fd.get(), site.c_str() + cut + 1, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!siteDir.ok()) return false;
+    qz::Fd dir(dup(siteDir.get()));
     std::string_view rest = std::string_view(documentRoot).substr(site.size());
     while (!rest.empty()) {
         const size_t slash = rest.find('/');
@@ -48,9 +48,19 @@ bool siteOwner(const std::string& site, const std::string& documentRoot, struct 
         dir.reset(openat(dir.get(), part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!dir.ok()) return false;
     }
-    if (fstat(dir.get(), &owner) != 0 || owner.st_uid == 0) return false;
-    if (mkdirat(tmpParent.get(), "tmp", 0700) != 0 && errno != EEXIST) return false;
-    const qz::Fd tmp(openat(tmpParent.get(), "tmp", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!dir.ok() || fstat(dir.get(), &owner) != 0 || owner.st_uid == 0) return false;
+    struct stat tmp;
+    if (fstatat(siteDir.get(), "tmp", &tmp, AT_SYMLINK_NOFOLLOW) == 0) return S_ISDIR(tmp.st_mode);
+    return errno == ENOENT;
+}
+
+// The site's tmp folder (mode 0700, owned by the site's user), made and
+// chowned through the site folder's descriptor; `made` says whether this
+// call made it. False when it cannot be made or is not a folder of its own.
+bool makeTmp(const qz::Fd& siteDir, const struct stat& owner, bool& made) {
+    made = mkdirat(siteDir.get(), "tmp", 0700) == 0;
+    if (!made && errno != EEXIST) return false;
+    const qz::Fd tmp(openat(siteDir.get(), "tmp", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     return tmp.ok() && fchown(tmp.get(), owner.st_uid, owner.st_gid) == 0;
 }
 
@@ -183,7 +193,9 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
 
     const std::string folder = qz::siteFolder(site.documentRoot, DomainName);
     struct stat owner;
-    if (folder.empty() || !qz::fpm::writablePath(site.documentRoot) || !siteOwner(folder, site.documentRoot, owner))
+    qz::Fd siteDir;
+    if (folder.empty() || !qz::fpm::writablePath(site.documentRoot) ||
+        !siteOwner(folder, site.documentRoot, owner, siteDir))
         return qz::result::phpFpm::NoSite;
     const std::string user = accountName("/etc/passwd", owner.st_uid, false);
     const std::string group = accountName("/etc/group", owner.st_gid, true);
@@ -235,8 +247,17 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
         restorePool();
         return qz::result::ConfigNotOpened;
     }
+    // The tmp folder the pool names is made last, when only the
+    // configuration's rewrite is left; it goes again if that fails.
+    bool madeTmp = false;
+    if (!makeTmp(siteDir, owner, madeTmp)) {
+        if (madeTmp) unlinkat(siteDir.get(), "tmp", AT_REMOVEDIR);
+        restorePool();
+        return qz::result::phpFpm::NoSite;
+    }
     bool changed = false;
     if (!qz::fpm::writeLines(qz::str(TEMPFILE), conf, site.edited(socket, changed))) {
+        if (madeTmp) unlinkat(siteDir.get(), "tmp", AT_REMOVEDIR);
         restorePool();
         return qz::result::ScratchNotWritten;
     }

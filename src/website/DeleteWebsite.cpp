@@ -2,6 +2,7 @@
 #include "CQZWebsite.h"
 
 #include "handlers/PhpFpm.h"
+#include "website/MaintenancePage.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
 
@@ -62,5 +63,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     // A pool left behind would stop php-fpm, for every site, once the
     // site's user is deleted.
     qz::fpm::removePools(domain);
+    // The maintenance page would otherwise outlive the site.
+    qz::removeMaintenancePage(domain);
     return qz::result::website::Deleted;
 }

@@ -6,8 +6,6 @@
 #include "core/QZLock.h"
 #include "website/WebsiteInfoScan.h"
 
-#include <unistd.h>
-
 char CQZWebsite::DisableMessage(std::string DomainName) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
@@ -23,10 +21,6 @@ char CQZWebsite::DisableMessage(std::string DomainName) {
     if (!changed) rewrite.discard();
     else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     if (!found) return qz::result::website::NotFound;
-    if (qz::isFolderDomain(DomainName)) {
-        const std::string folder = qz::maintenanceFolder(DomainName);
-        unlink((folder + "/index.html").c_str());
-        rmdir(folder.c_str());
-    }
+    qz::removeMaintenancePage(DomainName);
     return qz::result::website::Done;
 }

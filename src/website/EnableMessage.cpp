@@ -87,6 +87,12 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
         rewrite.discard();
         return qz::result::website::NotFound;
     }
+    // Without rewrite and headers Apache refuses the lines: the modules come
+    // first, and nothing is written when they cannot be enabled.
+    if (debian && !qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"})) {
+        rewrite.discard();
+        return qz::result::website::ModulesNotLoaded;
+    }
 
     // The page first, written whole, then the lines that serve it.
     qz::Rewrite page(folder + "/index.html.new", folder + "/index.html");
@@ -102,6 +108,5 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
     chmod((folder + "/index.html").c_str(), 0644);
     if (!changed) rewrite.discard();
     else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
-    if (debian) qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"});
     return qz::result::website::Done;
 }

@@ -6,6 +6,7 @@
 #include "core/QZCore.h"
 
 #include <string>
+#include <unistd.h>
 
 namespace qz {
 
@@ -23,6 +24,16 @@ inline bool isFolderDomain(const std::string& domain) {
 
 inline std::string maintenanceFolder(const std::string& domain) {
     return sysPath("/var/lib/qzapache/maintenance/") + domain;
+}
+
+// Removes the page the library wrote (and a scratch copy left behind) and
+// the folder, when the domain can name one.
+inline void removeMaintenancePage(const std::string& domain) {
+    if (!isFolderDomain(domain)) return;
+    const std::string folder = maintenanceFolder(domain);
+    unlink((folder + "/index.html").c_str());
+    unlink((folder + "/index.html.new").c_str());
+    rmdir(folder.c_str());
 }
 
 }  // namespace qz

@@ -103,6 +103,7 @@ TEST_F(FpmTest, RefusalsLeaveEveryFileAsItWas) {
     }
     writeFile("/refuse", "");
     STEP("php-fpm refuses: the pool file goes back", website_->EnablePhpFpm("example.com", "8.2"));
+    EXPECT_FALSE(exists("/home/example.com/tmp")) << "a refusal leaves no tmp folder behind";
     STEP("no configuration", CQZWebsite(nullptr, missing_.c_str()).EnablePhpFpm("example.com", "8.2"));
     EXPECT_DATA(transcript_, "fpm/refusals.transcript");
     EXPECT_EQ(readConf(), before);

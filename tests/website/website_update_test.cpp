@@ -267,6 +267,10 @@ TEST_F(UpdateWebsiteTest, MaintenanceLinesComeAndGoWithTheBlocksLeftAsTheyWere) 
     STEP("off", +site->DisableMessage("a.test"));
     EXPECT_EQ(readConf(), original);
     STEP("off when it is not on", +site->DisableMessage("a.test"));
+    // a2enmod fails: the modules come first, so nothing is written.
+    fakeCommand("a2enmod", "echo \"a2enmod $* (APACHE_CONFDIR=$APACHE_CONFDIR)\" >> \"$QZ_TEST_LOG\"; exit 1");
+    STEP("a2enmod fails", +site->EnableMessage("a.test", "x", 5));
+    EXPECT_FALSE(exists("/var/lib/qzapache/maintenance/a.test"));
     // Elsewhere the modules are loaded by lines ahead of the first block,
     // once; a stopped site gets its lines commented out like the rest.
     rmdir(path("/conf/mods-available").c_str());
@@ -286,6 +290,10 @@ TEST_F(UpdateWebsiteTest, MaintenanceLinesComeAndGoWithTheBlocksLeftAsTheyWere) 
     EXPECT_EQ(none.EnableMessage("a.test", "x", 5), 21);
     EXPECT_EQ(none.DisableMessage("a.test"), 21);
     EXPECT_DATA(transcript_, "update/maintenance.transcript");
+    // Deleting the site takes its page along, and no other site's.
+    EXPECT_PRINTS(site->DeleteWebsite("a.test", 0), 24, "");
+    EXPECT_FALSE(exists("/var/lib/qzapache/maintenance/a.test"));
+    EXPECT_TRUE(exists("/var/lib/qzapache/maintenance/c.test/index.html"));
 }
 
 TEST_F(UpdateWebsiteTest, ErrorPagesAreOneLinePerCodeInEveryBlock) {
