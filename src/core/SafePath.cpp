@@ -226,6 +226,9 @@ template <typename Each>
 bool forEachChildFolder(int dir, Each each) {
     DIR* entries = fdopendir(::dup(dir));
     if (entries == nullptr) return false;
+    // The copy shares the descriptor's offset, which an earlier walk of the
+    // same folder has left at its end.
+    rewinddir(entries);
     bool ok = true;
     while (ok) {
         errno = 0;
