@@ -48,8 +48,10 @@ public:
     // a '"' or a ".." component; an Allow or Deny list with a control
     // character or a '"'; a WebadminName with a control character or a
     // password with a NUL; a folder given to chown/chmod that is reached
-    // through a link a customer could plant; a password file that is a link,
-    // a FIFO, a folder or a hard link.
+    // through a link a customer could plant, or that lies below a folder of
+    // root's that others can write without the sticky bit; a password file
+    // that is a link, a FIFO, a folder or a hard link. chmod -R runs on the
+    // folder's tree held by root (every folder below given back afterwards).
     char CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, std::string WebadminName, std::string WebadminPass);
     // Reads the section for DirPath in the first block of DomainName into the
     // record: Permission (the folder's st_mode, 0 when it cannot be read),

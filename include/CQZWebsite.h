@@ -290,11 +290,11 @@ public:
     // most 10 lines after its opening line) and deletes <site folder>/PHPCGI.
     // 96 (also when there is no block; the configuration then stays); 87 a
     // longer block, the configuration left as it is; 23 TEMPFILE; 21. 98,
-    // with nothing changed, when DomainName is not a host name or PHPCGI holds
-    // a control character or a ".." component; 98 too, after the block is
-    // removed but before anything is deleted, when a folder on the way to
-    // PHPCGI is a link a customer planted. A link named PHPCGI is removed
-    // itself, never what it points at.
+    // with nothing changed, when DomainName is not a host name, PHPCGI holds
+    // a control character or a ".." component, or a folder on the way to
+    // PHPCGI is a link a customer planted (checked before anything is
+    // written). A link named PHPCGI is removed itself, never what it points
+    // at.
     int DisableFcgid(std::string DomainName, std::string ModuleName, std::string PHPCGI);
     // Adds (Enable) or removes (Disable) "\t\tAddHandler cgi-script cgi pl"
     // right under the site's <Directory "document root"> line, through the

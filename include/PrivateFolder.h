@@ -6,7 +6,8 @@
 // or user name holding a control character (below 0x20, or 0x7f), a password
 // holding a NUL (htpasswd stores only its hash: any other character is taken),
 // a path with a ".." component, a folder reached only through a symbolic
-// link its owner could have planted, and a .htaccess, .htpasswd or
+// link its owner could have planted or lying below a folder of root's that
+// others can write without the sticky bit, and a .htaccess, .htpasswd or
 // .htaccess_qzbackup that is a link, a FIFO, a folder or a file with more
 // than one name.
 #ifndef PRIVATE_FOLDER_H

@@ -1,6 +1,8 @@
 #include "core/SafePath.h"
 
 #include <cerrno>
+#include <cstring>
+#include <dirent.h>
 #include <mutex>
 #include <set>
 #include <utility>
@@ -126,6 +128,16 @@ bool openEntry(const std::string& path, Fd& entry) {
     return true;
 }
 
+namespace {
+
+// Whether users other than root can add, rename or remove entries of a
+// folder of root's: others, or a group other than root's, may write it.
+bool othersWrite(const struct stat& st) {
+    return (st.st_mode & S_IWOTH) != 0 || ((st.st_mode & S_IWGRP) != 0 && st.st_gid != 0);
+}
+
+}  // namespace
+
 bool FolderLock::lock(const std::string& folderPath) {
     release();
     SafeFolder folder;
@@ -137,8 +149,31 @@ bool FolderLock::lock(const std::string& folderPath) {
     const int walkError = errno;
     std::vector<Held> found;  // every descriptor owned at once, closed whatever happens
     for (auto& [fd, st] : first.writable) found.push_back({Fd(fd), st.st_uid, st.st_gid, st.st_mode & 07777, st});
+    if (!walked) {
+        errno = walkError;
+        return false;
+    }
+    // Which folders are held: only those owned by a user other than root,
+    // that is the customers' own folders, which the library made and handed
+    // over. A folder of root's is never changed, whoever else may write it:
+    // - with the sticky bit (/tmp), nobody but root and an entry's owner can
+    //   rename or remove the entry, and the entries on the path below it are
+    //   root's or are held here (given to root) before the path is walked
+    //   again, so no one else can replace them while the lock lasts;
+    // - without it, anyone allowed to write there could replace the next
+    //   folder of the path at any time, and nothing this lock could do
+    //   without changing a system folder would stop that: the path is refused
+    //   (EPERM) before anything is changed.
+    for (const Held& held : found) {
+        if (held.uid == 0 && !isHeld(held.st) && othersWrite(held.st) && (held.st.st_mode & S_ISVTX) == 0) {
+            errno = EPERM;
+            return false;
+        }
+    }
     for (Held& held : found) {
-        if (!walked || !held.fd.ok()) continue;
+        // Root's folders stay as they are; one this call already holds is
+        // held once (its owner and mode as found are kept by the first hold).
+        if (held.uid == 0 || isHeld(held.st) || !held.fd.ok()) continue;
         const int ownedByRoot = fchownat(held.fd.get(), "", 0, static_cast<gid_t>(-1), AT_EMPTY_PATH);
         const bool locked = ownedByRoot == 0 &&
                             chmod(descriptorPath(held.fd).c_str(), held.mode & ~(S_IWGRP | S_IWOTH)) == 0;
@@ -153,10 +188,6 @@ bool FolderLock::lock(const std::string& folderPath) {
             errno = error;
             return false;
         }
-    }
-    if (!walked) {
-        errno = walkError;
-        return false;
     }
     Walk again;
     const bool same = walk(folderPath, folder, &again) && again.chain == first.chain;
@@ -177,6 +208,120 @@ void FolderLock::release() {
         (void)chmod(descriptorPath(held->fd).c_str(), held->mode);
     }
     held_.clear();
+}
+
+namespace {
+
+constexpr int kTreeDepthLimit = 1000;
+
+// Opens the folder `name` in `dir` for reading its entries, never through a
+// link; -1 when it is no folder (or cannot be opened).
+int openChildFolder(int dir, const char* name) {
+    return ::openat(dir, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+}
+
+// Calls `each(childFd)` for every folder in `dir` (an O_RDONLY descriptor),
+// never through a link; false when the folder cannot be read.
+template <typename Each>
+bool forEachChildFolder(int dir, Each each) {
+    DIR* entries = fdopendir(::dup(dir));
+    if (entries == nullptr) return false;
+    // The copy shares the descriptor's offset, which an earlier walk of the
+    // same folder has left at its end.
+    rewinddir(entries);
+    bool ok = true;
+    while (ok) {
+        errno = 0;
+        const struct dirent* entry = readdir(entries);
+        if (entry == nullptr) {
+            ok = errno == 0;
+            break;
+        }
+        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) continue;
+        struct stat st;
+        if (fstatat(dir, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(st.st_mode)) continue;
+        Fd child(openChildFolder(dir, entry->d_name));
+        struct stat opened;
+        if (!child.ok() || fstat(child.get(), &opened) != 0 || opened.st_dev != st.st_dev || opened.st_ino != st.st_ino) {
+            ok = false;
+            break;
+        }
+        ok = each(child.get());
+    }
+    closedir(entries);
+    return ok;
+}
+
+}  // namespace
+
+bool TreeLock::lock(const std::string& folderPath) {
+    release();
+    SafeFolder folder;
+    if (!openFolder(folderPath, folder)) return false;
+    if (geteuid() != 0) return true;
+    top_.reset(::openat(folder.fd.get(), ".", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!top_.ok()) return false;
+    if (!freeze(top_.get(), 0)) {
+        const int error = errno;
+        release();
+        errno = error;
+        return false;
+    }
+    return true;
+}
+
+bool TreeLock::freeze(int dir, int depth) {
+    if (depth > kTreeDepthLimit) {
+        errno = ELOOP;
+        return false;
+    }
+    struct stat st;
+    if (fstat(dir, &st) != 0) return false;
+    const Id id{st.st_dev, st.st_ino};
+    if (held_.count(id) != 0) return true;
+    if (st.st_uid != 0 || othersWrite(st)) {
+        // Recorded before it changes: release() finds it by its identity.
+        held_[id] = {st.st_uid, st.st_gid};
+        markHeld(st, true);
+        if (fchown(dir, 0, static_cast<gid_t>(-1)) != 0 || fchmod(dir, st.st_mode & 07777 & ~(S_IWGRP | S_IWOTH)) != 0)
+            return false;
+    }
+    // Its entries are read only once nobody but root can change them.
+    return forEachChildFolder(dir, [&](int child) { return freeze(child, depth + 1); });
+}
+
+void TreeLock::thaw(int dir, int depth) {
+    if (depth > kTreeDepthLimit) return;
+    // The folders below first: each folder stays root's until everything in
+    // it has been given back.
+    forEachChildFolder(dir, [&](int child) {
+        thaw(child, depth + 1);
+        return true;
+    });
+    struct stat st;
+    if (fstat(dir, &st) != 0) return;
+    const auto found = held_.find({st.st_dev, st.st_ino});
+    if (found == held_.end()) return;
+    markHeld(st, false);
+    if (fchown(dir, found->second.uid, found->second.gid) == 0) {
+        struct stat after;
+        if (fstat(dir, &after) == 0 && after.st_mode != st.st_mode) (void)fchmod(dir, st.st_mode & 07777);
+    }
+    held_.erase(found);
+}
+
+void TreeLock::release() {
+    if (top_.ok()) thaw(top_.get(), 0);
+    // What could not be reached again (nothing, unless a folder was made
+    // unreadable meanwhile) at least no longer counts as held.
+    for (const auto& entry : held_) {
+        struct stat st {};
+        st.st_dev = entry.first.first;
+        st.st_ino = entry.first.second;
+        markHeld(st, false);
+    }
+    held_.clear();
+    top_.reset();
 }
 
 FileCheck openIn(const SafeFolder& folder, const char* name, int flags, Fd& file, mode_t mode) {

@@ -13,10 +13,12 @@
 #ifndef QZ_SAFE_PATH_H
 #define QZ_SAFE_PATH_H
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace qz {
@@ -100,17 +102,21 @@ FileCheck checkFile(const std::string& path);
 std::string descriptorPath(const Fd& fd);
 
 // Keeps a path still while commands that take it by name (htpasswd, chown,
-// chmod) run on it. Every folder of the path that others can write is given
-// to root, without group or other write, from the top down; the path is then
-// walked again and must reach the very same folders. Until the lock goes,
-// when each folder gets its owner and mode back, nobody but root can put a
-// link in place of anything in those folders. A folder of the path only root
-// could write is left as it is.
+// chmod) run on it. Every folder of the path owned by a user other than root
+// (a customer's) is given to root, without group or other write, from the
+// top down; the path is then walked again and must reach the very same
+// folders. Until the lock goes, when each folder gets its owner and mode
+// back, nobody but root can put a link in place of anything in those
+// folders. Folders of root's are never changed: one that others can write
+// with the sticky bit (/tmp) is left as it is, since no one else can rename
+// what root or the lock owns in it; one that others can write without the
+// sticky bit refuses the path (EPERM), with nothing changed.
 //
 // A caller that is not root holds nothing: a link could only lead it to what
 // it may write anyway. Two callers must not lock the same folders at once
 // (the second would take the locked state for the folder's own): only
-// operations that hold the library's lock (QZLock.h) use this.
+// operations that hold the library's lock (QZLock.h) use this. Within one
+// call, a folder another FolderLock already holds is left to that one.
 class FolderLock {
 public:
     FolderLock() = default;
@@ -133,6 +139,40 @@ private:
         struct stat st;  // as found: its identity
     };
     std::vector<Held> held_;
+};
+
+// Keeps a whole folder tree still while a command that walks it by name
+// (chmod -R) runs: the folder and every folder below it, reached without a
+// link, that a user other than root owns (or others can write) is given to
+// root without group or other write, each one before its entries are read.
+// The folder itself must be held still in its parent by the caller (a
+// FolderLock on the parent). When the lock goes, each folder gets its owner
+// back, the deepest first, and keeps the mode it has by then: the mode the
+// command set, which the lock must not undo (a folder the command did not
+// change keeps the mode without group and other write). False, with errno
+// set and everything given back, when the folder cannot be reached as
+// openFolder reaches it, a folder cannot be held or read, or the tree is
+// deeper than 1000 folders.
+class TreeLock {
+public:
+    TreeLock() = default;
+    ~TreeLock() { release(); }
+    TreeLock(const TreeLock&) = delete;
+    TreeLock& operator=(const TreeLock&) = delete;
+
+    bool lock(const std::string& folderPath);
+    void release();
+
+private:
+    using Id = std::pair<dev_t, ino_t>;
+    struct Owner {
+        uid_t uid;
+        gid_t gid;
+    };
+    bool freeze(int dir, int depth);
+    void thaw(int dir, int depth);
+    Fd top_;
+    std::map<Id, Owner> held_;
 };
 
 }  // namespace qz

@@ -26,6 +26,27 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     // The block is found by ModuleName itself; ModuleName + ".c" would find
     // the same mod_fcgid block.
     const std::string match = "ServerName " + DomainName;
+
+    // The folder of the CGI copy is reached first, before anything is
+    // written: the copy is named inside the site folder, and a folder on the
+    // way that a customer turned into a link refuses the call with the
+    // configuration as it was. Only a named file inside a known site folder
+    // is deleted later: an empty name would remove the folder itself if it
+    // were empty. (The site folder comes from the DocumentRoot line, which
+    // the rewrite below leaves as it is.)
+    std::string documentRoot;
+    qz::directiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
+    const std::string site = qz::siteFolder(documentRoot, DomainName);
+    qz::SafeFolder cgiFolder;
+    std::string cgiName;
+    if (!site.empty() && !PHPCGI.empty()) {
+        const std::string target = site + "/" + PHPCGI;
+        const size_t slash = target.rfind('/');
+        cgiName = target.substr(slash + 1);
+        if (!qz::openFolder(target.substr(0, slash + 1), cgiFolder) && errno != ENOENT)
+            return qz::result::handler::Refused;
+    }
+
     qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
     if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
     qz::LineReader in(conf, 0);
@@ -57,20 +78,8 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     if (!found || error) return error ? qz::result::handler::BlockTooLong : qz::result::handler::Done;
     if (!rewrite.commit()) return qz::result::ScratchNotWritten;
 
-    std::string documentRoot;
-    qz::directiveInVH(conf, DomainName, "DocumentRoot", documentRoot, true);
-    const std::string site = qz::siteFolder(documentRoot, DomainName);
-    // Only a named file inside a known site folder is deleted: an empty name
-    // would remove the folder itself if it were empty. Its folder is reached
-    // without a link a customer could plant, and the name is removed there
-    // (a link by that name goes, never what it points at).
-    if (site.empty() || PHPCGI.empty()) return qz::result::handler::Done;
-    const std::string target = site + "/" + PHPCGI;
-    const size_t slash = target.rfind('/');
-    const std::string name = target.substr(slash + 1);
-    qz::SafeFolder folder;
-    if (!qz::openFolder(target.substr(0, slash + 1), folder))
-        return errno == ENOENT ? qz::result::handler::Done : qz::result::handler::Refused;
-    if (!name.empty()) unlinkat(folder.fd.get(), name.c_str(), 0);
+    // The name is removed in the folder reached above: a link by that name
+    // goes, never what it points at.
+    if (cgiFolder.fd.ok() && !cgiName.empty()) unlinkat(cgiFolder.fd.get(), cgiName.c_str(), 0);
     return qz::result::handler::Done;
 }

@@ -8,6 +8,7 @@
 #include "vdir/VirtualDirectorySection.h"
 #include "core/QZLock.h"
 
+#include <cerrno>
 #include <strings.h>
 
 namespace {
@@ -49,7 +50,8 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
     const SDDir& dir = request.dir;
     const bool protect = dir.AnonAccess == '1';
     // The folders the commands name are held still while they run: the
-    // folder's own parent and the password file's folder.
+    // folder's own parent and the password file's folder; and, for chmod -R,
+    // the whole tree below (see the commands).
     FolderLock parentStill, authStill;
     const std::string authFolder = field(dir.WebAdminPath) + "/" + field(dir.DomainName);
     if ((!request.webAdmin.empty() && (!folderUsable(fullPath) || !holdStill(parentStill, parentOf(fullPath)))) ||
@@ -61,10 +63,19 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
     if (!request.webAdmin.empty()) {
         // Printed when an owner WAS found: the panel's log has always read so.
         sayLine("Webadmin is empty");
+        // chown -R changes links themselves and never what they lead to, so
+        // it runs with the folder held in its parent. chmod -R can follow a
+        // link swapped in between its look at an entry and its change of it:
+        // it runs on a tree that only root can change (the folder and every
+        // folder below it held, after chown -R has handed them over), given
+        // back to its owners once it is done.
         runPrinted(shellCommand({"chown", "-R", panelOwner(request.webAdmin), fullPath}));
+        TreeLock treeStill;
+        if (!treeStill.lock(fullPath) && errno != ENOENT) return false;
         // The owner word stands in the chmod line as well, as the panel has
         // always run it: chmod receives it as one more operand.
         runPrinted(shellCommand({"chmod", "-R", "705", panelOwner(request.webAdmin), fullPath}));
+        treeStill.release();
     }
     sayLine("writing directory entry");
     out.writeLine(directoryOpening(fullPath));

@@ -30,6 +30,19 @@ int PrivateFolder::editPrivateFolder(std::string newFolderPath, std::string oldF
         qz::hasDotDot(oldFolderPath) || userPasswd.find('\0') != std::string::npos)
         return qz::PrivateFolderFiles::kRefused;
     if (newFolderPath != oldFolderPath) {
+        // The new folder and its two files are checked as addPrivateFolder
+        // checks them before the old folder loses anything: a request the
+        // add would refuse is refused with both folders as they were.
+        {
+            const qz::PrivateFolderFiles files(newFolderPath);
+            qz::SafeFolder folder;
+            qz::FolderLock still;
+            qz::Fd access, passwords;
+            if (!files.reach(newFolderPath, {}, "", folder, still) ||
+                files.open(folder, ".htaccess", access) == qz::FileCheck::Refused ||
+                files.open(folder, ".htpasswd", passwords) == qz::FileCheck::Refused)
+                return qz::PrivateFolderFiles::kRefused;
+        }
         const int deleted = qz::deletePrivateFolder(TrackManager, oldFolderPath, userName);
         if (deleted != 1603) return deleted;
         const int added = qz::addPrivateFolder(TrackManager, newFolderPath, userName, userPasswd);

@@ -1,9 +1,13 @@
 // The shared primitives: the line reader against std::istream::getline, the
 // shell quoting rule and system paths.
 #include "core/QZCore.h"
+#include "core/SafePath.h"
 #include "QZTestFixture.h"
 
+#include <cerrno>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <random>
 
 namespace {
@@ -280,4 +284,63 @@ TEST_F(CoreTest, GuardCatchesRealToolsAndWritesOutsideTheScratchRoot) {
     }
     EXPECT_EQ(guard_.findings(), expected);
     EXPECT_EQ(guard_.findings(), Lines{});
+}
+
+// Which folders the locks take from their owners, and what they give back:
+// a customer's folder is held (root's, without group or other write) and
+// given back; a folder of root's is never changed: under a sticky folder
+// others can write (as /tmp) the path is held, under one without the sticky
+// bit the path is refused. A tree lock holds every folder below too and
+// gives each its owner back with the mode it has by then.
+TEST_F(CoreTest, FolderLocksHoldOnlyCustomersFolders) {
+    if (geteuid() != 0) GTEST_SKIP() << "holding folders needs root";
+    auto state = [&](const std::string& rel) {
+        struct stat st {};
+        if (lstat(path(rel).c_str(), &st) != 0) return rel + " missing";
+        char mode[8];
+        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+        return rel + " " + std::to_string(st.st_uid) + " " + mode;
+    };
+    auto folder = [&](const std::string& rel, uid_t uid, mode_t mode) {
+        makeDir(rel);
+        ASSERT_EQ(chown(path(rel).c_str(), uid, uid), 0);
+        ASSERT_EQ(chmod(path(rel).c_str(), mode), 0);
+    };
+    chmod(root_.c_str(), 0755);
+    folder("/sticky", 0, 01777);
+    folder("/sticky/site", 65534, 0755);
+    folder("/open", 0, 0777);
+    folder("/open/site", 65534, 0755);
+    folder("/sticky/site/d", 65534, 0777);
+    folder("/sticky/site/d/e", 65534, 0775);
+    std::string seen;
+    {
+        qz::FolderLock still;
+        seen += std::string("sticky: ") + (still.lock(path("/sticky/site")) ? "held" : "refused") + "\n";
+        seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+    }
+    seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+    {
+        qz::FolderLock still;
+        const bool held = still.lock(path("/open/site"));
+        seen += std::string("open: ") + (held ? "held" : errno == EPERM ? "refused (EPERM)" : "refused") + "\n";
+        seen += state("/open") + "; " + state("/open/site") + "\n";
+    }
+    {
+        qz::FolderLock parent;
+        qz::TreeLock tree;
+        const bool held = parent.lock(path("/sticky/site")) && tree.lock(path("/sticky/site/d"));
+        seen += std::string("tree: ") + (held ? "held" : "refused") + "\n";
+        seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "\n";
+        chmod(path("/sticky/site/d").c_str(), 0705);  // as chmod -R would
+    }
+    seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "; " + state("/sticky/site") + "\n";
+    EXPECT_EQ(seen, "sticky: held\n"
+                    "/sticky 0 1777; /sticky/site 0 0755\n"
+                    "/sticky 0 1777; /sticky/site 65534 0755\n"
+                    "open: refused (EPERM)\n"
+                    "/open 0 0777; /open/site 65534 0755\n"
+                    "tree: held\n"
+                    "/sticky/site/d 0 0755; /sticky/site/d/e 0 0755\n"
+                    "/sticky/site/d 65534 0705; /sticky/site/d/e 65534 0755; /sticky/site 65534 0755\n");
 }

@@ -11,6 +11,8 @@
 #include <functional>
 #include <map>
 #include <csignal>
+#include <cstdio>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -84,6 +86,23 @@ protected:
         return all;
     }
 
+    // The files the operations rewrite, those that are regular files (a
+    // planted FIFO is never read): the site's configuration, the key/value
+    // and web-user files, the private folder's and the site's password
+    // files.
+    std::map<std::string, std::string> configurations() const {
+        std::map<std::string, std::string> all;
+        for (const std::string rel : {"/conf/httpd.conf", "/conf/params", "/etc/webusers/passwd.a.com",
+                                      "/home/sites/a.com/www/html/priv/.htaccess",
+                                      "/home/sites/a.com/www/html/priv/.htpasswd",
+                                      "/home/sites/a.com/webusers_a.com.htpasswd"}) {
+            std::error_code error;
+            if (std::filesystem::symlink_status(path(rel), error).type() == std::filesystem::file_type::regular)
+                all[rel.substr(rel.rfind('/') + 1)] = readFile(rel);
+        }
+        return all;
+    }
+
     SDDir record(const std::string& dirPath) const {
         SDDir dir = {};
         snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
@@ -108,9 +127,17 @@ protected:
         for (const Row& row : rows) {
             resetSite();
             row.plant();
+            const auto kept = configurations();
             const std::string result = row.run();
-            // Any harm done shows in the table, next to the row's result.
+            // Any harm done shows in the table, next to the row's result;
+            // so does every configuration file the row changed, which a
+            // refusing row must leave byte-identical.
             table += row.label + " -> " + result;
+            const auto after = configurations();
+            for (const auto& [name, text] : after)
+                if (kept.count(name) == 0 || kept.at(name) != text) table += "; " + name + " changed";
+            for (const auto& [name, text] : kept)
+                if (after.count(name) == 0) table += "; " + name + " gone";
             if (!(victims() == before)) table += "; A VICTIM CHANGED";
             const std::string conf = readFile("/conf/httpd.conf");
             if (conf.find("app.conf") != std::string::npos || conf.find("|/bin/sh") != std::string::npos)
@@ -184,6 +211,19 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
     auto users = [] { return CQZUsers(nullptr, "", "a.com", ""); };
     const std::string params = path("/conf/params");
     ApacheHelper kit;
+    auto addPriv = [&] { ASSERT_EQ(PrivateFolder().addPrivateFolder(priv(), "u", "pw"), 1602); };
+    auto edit = [&](const std::string& folder, const std::string& user = "u") {
+        return show(PrivateFolder().editPrivateFolder(folder, folder, user, "pw"));
+    };
+    auto del = [&](const std::string& folder, const std::string& user = "u") {
+        return show(PrivateFolder().deletePrivateFolder(folder, user));
+    };
+    // A third site, c.com, whose folder the customer already owns.
+    VHostEntry third = websiteRecord("10.0.0.3", "c.com", "c.com", path("/home/sites/"), '0', "nobody");
+    auto newSite = [&] {
+        makeDir("/home/sites/c.com");
+        ASSERT_EQ(chown(path("/home/sites/c.com").c_str(), kCustomer, kCustomer), 0);
+    };
     VHostEntry outside = websiteRecord("10.0.0.2", "../../victim", "b.com", path("/home/sites/"), '0');
 
     const std::vector<Row> rows = {
@@ -197,6 +237,18 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"add: a newline in the user", none, [&] { return add(priv(), "u\nroot:x:0:0::/:/bin/sh"); }},
         {"edit: .htpasswd a link to a file", [&] { link(victim("passwd"), priv() + "/.htpasswd"); }, [&] { return show(PrivateFolder().editPrivateFolder(priv(), priv(), "root", "pw")); }},
         {"edit: .htpasswd a FIFO", [&] { mkfifo_(priv() + "/.htpasswd"); }, [&] { return show(PrivateFolder().editPrivateFolder(priv(), priv(), "u", "pw")); }},
+        {"edit: the folder a link to a folder", [&] { addPriv(); std::filesystem::rename(priv(), html + "/p2"); link(path("/victim"), priv()); }, [&] { return edit(priv()); }},
+        {"edit: a middle folder a link", [&] { addPriv(); std::filesystem::rename(html, site() + "/www/h"); link(path("/victim"), html); }, [&] { return edit(html + "/priv"); }},
+        {"edit: a .. path", addPriv, [&] { return edit(html + "/../../../../victim"); }},
+        {"edit: the new folder's .htaccess a FIFO", [&] { addPriv(); makeDir(html.substr(root_.size()) + "/p2"); ASSERT_EQ(chown((html + "/p2").c_str(), kCustomer, kCustomer), 0); mkfifo_(html + "/p2/.htaccess"); }, [&] { return show(PrivateFolder().editPrivateFolder(html + "/p2", priv(), "u", "pw")); }},
+        {"edit: .htpasswd a hard link", [&] { addPriv(); std::filesystem::remove(priv() + "/.htpasswd"); ASSERT_EQ(::link(victim("shadow").c_str(), (priv() + "/.htpasswd").c_str()), 0); }, [&] { return edit(priv()); }},
+        {"edit: a newline in the user", addPriv, [&] { return edit(priv(), "u\nINJECTED:x"); }},
+        {"delete: the folder a link to a folder", [&] { addPriv(); std::filesystem::rename(priv(), html + "/p2"); link(path("/victim"), priv()); }, [&] { return del(priv()); }},
+        {"delete: a middle folder a link", [&] { addPriv(); std::filesystem::rename(html, site() + "/www/h"); link(path("/victim"), html); }, [&] { return del(html + "/priv"); }},
+        {"delete: a .. path", addPriv, [&] { return del(html + "/../../../../victim"); }},
+        {"delete: .htaccess a FIFO", [&] { mkfifo_(priv() + "/.htaccess"); }, [&] { return del(priv()); }},
+        {"delete: .htaccess a hard link", [&] { addPriv(); std::filesystem::remove(priv() + "/.htaccess"); ASSERT_EQ(::link(victim("app.conf").c_str(), (priv() + "/.htaccess").c_str()), 0); }, [&] { return del(priv()); }},
+        {"delete: a newline in the user", addPriv, [&] { return del(priv(), "u\nINJECTED"); }},
         {"delete: .htaccess a link to a file", [&] { link(victim("shadow"), priv() + "/.htaccess"); }, [&] { return show(PrivateFolder().deletePrivateFolder(priv(), "u")); }},
         {"delete: the scratch copy a link", [&] { writeFile(priv().substr(root_.size()) + "/.htaccess", "AuthType Basic\n"); link(victim("shadow"), priv() + "/.htaccess_qzbackup"); }, [&] { return show(PrivateFolder().deletePrivateFolder(priv(), "u")); }},
         {"create vdir: the folder a link", [&] { link(path("/victim"), html + "/shop"); }, [&] { return createVdir(record(html + "/shop/")); }},
@@ -209,6 +261,8 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"create vdir: a quote in DirPath", none, [&] { return createVdir(record(html + "/a\">\nInclude " + victim("app.conf") + "\n<Directory \"/x")); }},
         {"create vdir: a newline in the login", none, [&] { return createVdir(record(html), "u\nroot:x"); }},
         {"update vdir: the password file a link", [&] { link(victim("shadow"), auth); }, [&] { return updateVdir(record(html)); }},
+        {"update vdir: a .. path", none, [&] { return updateVdir(record(html + "/../../../../victim")); }},
+        {"update vdir: the password file a FIFO", [&] { mkfifo_(auth); }, [&] { return updateVdir(record(html)); }},
         {"update vdir: a newline in Deny", none, [&] { SDDir d = record(html); snprintf(d.Deny, sizeof d.Deny, "x\nInclude %s", victim("app.conf").c_str()); return updateVdir(d); }},
         {"delete vdir: <Directory /> kept", none, [&] { return show(CQZVirtualDirectory(nullptr, conf_.c_str()).DeleteVirtualDirectory(html.c_str())); }},
         {"fcgid: .setting_php a link to a folder", [&] { link(path("/victim"), site() + "/.setting_php"); }, [&] { return show(website().EnableFcgid("a.com", "/bin/true", "enabled")); }},
@@ -217,14 +271,23 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
         {"fcgid: a newline in the CGI path", none, [&] { return show(website().EnableFcgid("a.com", "/bin/true\nInclude " + victim("app.conf"), "enabled")); }},
         {"fcgid off: a .. name", none, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", "../../../../victim/passwd")); }},
         {"fcgid off: a middle folder a link", [&] { link(path("/victim"), site() + "/.setting_php"); }, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", ".setting_php/passwd")); }},
+        {"fcgid: the CGI copy a hard link", [&] { makeDir(site().substr(root_.size()) + "/.setting_php"); ASSERT_EQ(::link(victim("passwd").c_str(), (site() + "/.setting_php/true").c_str()), 0); }, [&] { return show(website().EnableFcgid("a.com", "/bin/true", "enabled")); }},
+        {"fcgid: a quote in the CGI path", none, [&] { return show(website().EnableFcgid("a.com", "/bin/tr\"ue", "enabled")); }},
+        {"fcgid off: the CGI copy a link", [&] { makeDir(site().substr(root_.size()) + "/.setting_php"); link(victim("passwd"), site() + "/.setting_php/php-cgi"); }, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", ".setting_php/php-cgi")); }},
+        {"fcgid off: the CGI copy a FIFO", [&] { makeDir(site().substr(root_.size()) + "/.setting_php"); mkfifo_(site() + "/.setting_php/php-cgi"); }, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", ".setting_php/php-cgi")); }},
+        {"fcgid off: a newline in the CGI name", none, [&] { return show(website().DisableFcgid("a.com", "mod_fcgid", ".setting_php/x\nINJECTED")); }},
         {"redirect: a .. domain", none, [&] { return show(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "../../../victim/x", "10.0.0.1", "80")); }},
         {"redirect: a newline in the address", none, [&] { return show(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "a.com", "10.0.0.1>\nInclude " + victim("app.conf") + "\n<x", "80")); }},
         {"redirect off: a .. domain", none, [&] { return show(ApacheHelper().Apache_DeleteRedirectVHFromHttpToHttps(conf_, "../../../victim/app")); }},
+        {"redirect start: a .. domain", none, [&] { return show(ApacheHelper().Apache_StartRedirectVHFromHttpToHttps(conf_, "../../../victim/app")); }},
         {"redirect stop: a domain with a slash", none, [&] { return show(ApacheHelper().Apache_StopRedirectVHFromHttpToHttps(conf_, "x/../app")); }},
         {"host header: a newline", none, [&] { return show(website().AddHostHeader("a.com", injected)); }},
         {"host header: a quote", none, [&] { return show(website().AddHostHeader("a.com", "x\".test")); }},
         {"host header: a .. domain", none, [&] { return show(website().DeleteHostHeader("../../victim/app", "x.test")); }},
         {"create website: a newline in ServerAdmin", none, [&] { return show(+website().CreateWebsite(&piped)); }},
+        {"create website: www a link to a folder", [&] { newSite(); link(path("/victim"), path("/home/sites/c.com/www")); }, [&] { return show(+website().CreateWebsite(&third)); }},
+        {"create website: log a link to a folder", [&] { newSite(); link(path("/victim"), path("/home/sites/c.com/log")); }, [&] { return show(+website().CreateWebsite(&third)); }},
+        {"create website: db a FIFO", [&] { newSite(); mkfifo_(path("/home/sites/c.com/db")); }, [&] { return show(+website().CreateWebsite(&third)); }},
         {"create website: a .. domain", none, [&] { return show(+website().CreateWebsite(&outside)); }},
         {"users: a newline in the login", none, [&] { return show(users().UserCreate("u\nINJECTED", "pw")); }},
         {"users: a ':' in the login", none, [&] { return show(users().UserCreate("INJECTED:x", "pw")); }},
@@ -272,56 +335,106 @@ TEST_F(HostilePathTest, PlantedLinksFifosHardLinksAndTypedValuesAreRefused) {
 // its own, as nobody) swaps the file it works on between a regular file and
 // a link to a victim: the operation must never reach the victim.
 TEST_F(HostilePathTest, ALinkSwappedInDuringTheOperationNeverWins) {
-    constexpr int kTries = 200;
+    constexpr int kTries = 60;
     struct Race {
         std::string label;
         std::string target;  // swapped between a file and a link to the victim
+        std::function<void()> prepare;  // before each try
         std::function<void()> run;
+        bool makeFile = true;  // false: the operation makes the target, a folder
     };
+    // The panel's group stands for nobody's here, so that chown -R hands the
+    // folders over as it does on a panel's server.
+    fakeCommand("chown", "for a do shift; case $a in *:qz7group) a=\"${a%:qz7group}:65534\" ;; esac; set -- \"$@\" \"$a\"; done\n"
+                         "PATH=/usr/bin:/bin exec chown \"$@\"");
     const std::string html = site() + "/www/html";
+    const std::string fresh = path("/home/sites/c.com");
+    VHostEntry third = websiteRecord("10.0.0.3", "c.com", "c.com", path("/home/sites/"), '0', "nobody");
+    std::string conf;  // the configuration each try starts from
+    int cleared = 0;
+    auto nothing = [] {};
+    auto ownFolder = [&](const std::string& folder) {
+        std::filesystem::create_directories(folder);
+        for (std::string at = folder; at != path("/home/sites"); at = at.substr(0, at.rfind('/')))
+            ASSERT_EQ(chown(at.c_str(), kCustomer, kCustomer), 0);
+    };
     const std::vector<Race> races = {
-        {"addPrivateFolder, .htpasswd", priv() + "/.htpasswd", [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
-        {"addPrivateFolder, .htaccess", priv() + "/.htaccess", [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
-        {"CreateVirtualDirectory, password file", site() + "/webusers_a.com.htpasswd", [&] {
+        {"addPrivateFolder, .htpasswd", priv() + "/.htpasswd", nothing, [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
+        {"addPrivateFolder, .htaccess", priv() + "/.htaccess", nothing, [&] { PrivateFolder().addPrivateFolder(priv(), "u", "pw"); }},
+        {"CreateVirtualDirectory, password file", site() + "/webusers_a.com.htpasswd", [&] { writeFile("/conf/httpd.conf", conf); }, [&] {
              SDDir dir = record(html + "/shop");
              CQZVirtualDirectory(nullptr, conf_.c_str(), path("").c_str()).CreateVirtualDirectory(&dir, 0, "u", "pw");
          }},
-        {"EnableFcgid, the CGI copy", site() + "/.setting_php/true", [&] { CQZWebsite(nullptr, conf_.c_str()).EnableFcgid("a.com", "/bin/true", "enabled"); }},
+        {"CreateVirtualDirectory, a file in the tree", html + "/shop/d/f", [&] { writeFile("/conf/httpd.conf", conf); }, [&] {
+             SDDir dir = record(html + "/shop");
+             dir.AnonAccess = '0';
+             CQZVirtualDirectory(nullptr, conf_.c_str(), path("").c_str()).CreateVirtualDirectory(&dir, 0, "", "");
+         }},
+        {"EnableFcgid, the CGI copy", site() + "/.setting_php/true", nothing, [&] { CQZWebsite(nullptr, conf_.c_str()).EnableFcgid("a.com", "/bin/true", "enabled"); }},
+        {"CreateWebsite, log/httpd", fresh + "/log/httpd", [&] {
+             // The folders of the last try go aside first, out of the
+             // customer's reach by name, then away.
+             for (const char* made : {"www", "log", "db", "special"}) {
+                 const std::string aside = path("/home/sites/old" + std::to_string(++cleared));
+                 std::error_code error;
+                 std::filesystem::rename(fresh + "/" + made, aside, error);
+                 std::filesystem::remove_all(aside, error);
+             }
+             writeFile("/conf/httpd.conf", conf);
+         }, [&] { CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&third); }, false},
     };
     captureOutput();
     const auto before = victims();
-    std::string report;
+    struct stat victimFile {};
+    ASSERT_EQ(stat(victim("passwd").c_str(), &victimFile), 0);
+    std::string report, expected;
     for (const Race& race : races) {
         resetSite();
-        makeDir(site().substr(root_.size()) + "/.setting_php");
-        ASSERT_EQ(chown((site() + "/.setting_php").c_str(), kCustomer, kCustomer), 0);
+        conf = readFile("/conf/httpd.conf");
+        ownFolder(site() + "/.setting_php");
+        ownFolder(html + "/shop/d");
+        ownFolder(fresh);
+        race.prepare();
         const pid_t swapper = fork();
         ASSERT_GE(swapper, 0);
         if (swapper == 0) {
             if (setgid(kCustomer) != 0 || setuid(kCustomer) != 0) _exit(1);
-            const std::string link = race.target + ".l", file = race.target + ".f";
+            // The file and a link to the victim trade places in one call,
+            // again and again; whatever is missing is made anew (no file for
+            // a folder the operation makes itself).
+            const std::string link = race.target + ".l";
             const std::string folder = race.target.substr(0, race.target.rfind('/'));
             for (;;) {
+                if (renameat2(AT_FDCWD, race.target.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE) == 0) continue;
                 chmod(folder.c_str(), 0755);  // the owner may always write in its folder
-                unlink(link.c_str());
-                if (symlink(victim("passwd").c_str(), link.c_str()) == 0) rename(link.c_str(), race.target.c_str());
-                if (FILE* f = fopen(file.c_str(), "w")) fclose(f);
-                rename(file.c_str(), race.target.c_str());
+                (void)!symlink(victim("passwd").c_str(), link.c_str());
+                if (race.makeFile) {
+                    const int made = open(race.target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0644);
+                    if (made >= 0) close(made);
+                }
             }
         }
-        int wins = 0;
+        int wins = 0, kept = 0;
+        const std::string folder = race.target.substr(0, race.target.rfind('/'));
         for (int i = 0; i < kTries; ++i) {
+            if (i > 0) race.prepare();
             race.run();
+            // Every folder held for the operation is the customer's again.
+            struct stat held {};
+            if (lstat(folder.c_str(), &held) == 0 && held.st_uid != kCustomer) ++kept;
             if (!(victims() == before)) {
                 ++wins;
                 writeFile("/victim/passwd", "root:x:0:0::/root:/bin/sh\n");
+                chmod(victim("passwd").c_str(), victimFile.st_mode & 07777);
+                lchown(victim("passwd").c_str(), victimFile.st_uid, victimFile.st_gid);
             }
         }
         kill(swapper, SIGKILL);
         waitpid(swapper, nullptr, 0);
         report += race.label + ": " + std::to_string(wins) + " wins in " + std::to_string(kTries) + "\n";
+        if (kept != 0) report += race.label + ": the folder kept by root " + std::to_string(kept) + " times\n";
+        expected += race.label + ": 0 wins in " + std::to_string(kTries) + "\n";
     }
     capturedOutput();
-    EXPECT_EQ(report, "addPrivateFolder, .htpasswd: 0 wins in 200\naddPrivateFolder, .htaccess: 0 wins in 200\n"
-                      "CreateVirtualDirectory, password file: 0 wins in 200\nEnableFcgid, the CGI copy: 0 wins in 200\n");
+    EXPECT_EQ(report, expected);
 }
