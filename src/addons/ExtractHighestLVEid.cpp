@@ -10,7 +10,7 @@
 // included, so a stopped site's id is never handed out again. 0 when the file
 // has none or cannot be read.
 int ExtractHighestLVEid(std::string httpdConfFile) {
-    qz::LineReader in(httpdConfFile, 0);
+    qz::LineReader in(httpdConfFile, qz::kNoLineLimit);
     int highest = 0;
     while (in.nextUntilEof()) {
         const char* p = qz::skipSpace(in.c_str());

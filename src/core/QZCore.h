@@ -7,6 +7,7 @@
 #include "CQZTrackManager.h"
 #include "QZResults.h"
 #include "QZTypes.h"
+#include "core/Messages.h"
 
 #include <cctype>
 #include <cstddef>
@@ -45,6 +46,13 @@ std::string sysPath(std::string_view fixedPath);
 // on a stream that is no longer good fails and leaves the line as it was.
 // A folder does not open. A file that opens but cannot be read (an I/O error)
 // reads as empty, as an ifstream does.
+// The read limits (N above) of the line scans, by what is read. Each is part
+// of an operation's documented behaviour: which lines count as too long.
+constexpr size_t kNoLineLimit = 0;               // std::getline: whole lines
+constexpr size_t kConfigLineLimit = 3000;        // a configuration file read as getline(buf, 3000)
+constexpr size_t kPhpStatusLineLimit = 2048;     // ISPhpEnabled's scan
+constexpr size_t kSettingsLineLimit = 120;       // the panel's settings file (QZ.conf)
+
 class LineReader {
 public:
     LineReader(const char* path, size_t limit);
@@ -113,7 +121,7 @@ private:
 // is null) when `in` did not open it, 0 when it is open. The website
 // operations print "Error while opening HttpdConfFile".
 int configurationUnreadable(const char* httpdConfFile, const LineReader& in,
-                            const char* message = "Error while opening HttpdConfFile");
+                            const char* message = msg::kConfigNotOpened);
 
 // ---- Keyword matching -----------------------------------------------------
 

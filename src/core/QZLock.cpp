@@ -2,6 +2,7 @@
 
 #include "core/LockFile.h"
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <cerrno>
 #include <climits>
@@ -61,11 +62,11 @@ void acquire(Holder& h) {
         if (mkdir(part.c_str(), 0755) != 0 && errno != EEXIST) break;  // the open below says why
     h.fd = openLockFile(file);
     if (h.fd < 0) {
-        sayLine("Cannot open the lock file " + file + ": " + std::strerror(errno));
+        sayLine(qz::msg::kLockNotOpened + file + ": " + std::strerror(errno));
         return;
     }
     if (lockExclusive(h.fd) != 0) {
-        sayLine("Cannot lock the lock file " + file + ": " + std::strerror(errno));
+        sayLine(qz::msg::kLockNotTaken + file + ": " + std::strerror(errno));
         ::close(h.fd);
         h.fd = -1;
     }

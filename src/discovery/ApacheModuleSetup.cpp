@@ -2,6 +2,7 @@
 #include "discovery/ApacheModuleSetup.h"
 
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <sys/stat.h>
 
@@ -25,12 +26,12 @@ bool enableModulesDebian(const std::string& httpdConfFile, const std::vector<std
     std::string command = shellCommand({"env", "APACHE_CONFDIR=" + folderOf(httpdConfFile), "a2enmod", "-q"});
     for (const std::string& module : modules) command += " " + shellWord(module);
     if (runShell(command) == 0) return true;
-    sayLine("Error while enabling Apache modules");
+    sayLine(qz::msg::kModulesNotEnabled);
     return false;
 }
 
 std::string loadModuleLines(const std::string& httpdConfFile, const std::vector<std::string>& modules) {
-    LineReader in(httpdConfFile, 0);
+    LineReader in(httpdConfFile, kNoLineLimit);
     std::vector<bool> loaded(modules.size(), false);
     std::string folder;
     while (in.getline()) {

@@ -39,7 +39,7 @@ std::string qz::apacheModulesDir(const std::string& httpdConfFile) {
     const std::string serverRoot = qz::serverRootOrConfFolder(httpdConfFile);
 
     std::string result;
-    qz::LineReader in(httpdConfFile, 3000);
+    qz::LineReader in(httpdConfFile, qz::kConfigLineLimit);
     while (in.isOpen() && in.nextUntilEof()) {
         if (in.empty()) continue;
         const char* p = qz::skipSpace(in.c_str());

@@ -10,7 +10,7 @@ namespace {
 // The quoted value of the first ServerRoot directive that starts in column 1
 // ("" when that directive is unquoted or there is none).
 std::string serverRootInFile(const std::string& confFile) {
-    qz::LineReader in(confFile, 3000);
+    qz::LineReader in(confFile, qz::kConfigLineLimit);
     if (!in.isOpen()) return "";
     while (in.good()) {
         in.getline();

@@ -44,7 +44,7 @@ void fromEnvvars(const char* p, std::string& user, std::string& group) {
 
 // `User www-data` outside <VirtualHost> blocks.
 void fromConfiguration(const std::string& file, std::string& user, std::string& group) {
-    qz::LineReader in(file, 3000);
+    qz::LineReader in(file, qz::kConfigLineLimit);
     if (!in.isOpen()) return;
     bool inBlock = false;
     while (in.getline()) {
@@ -72,7 +72,7 @@ bool getApacheUserGroup(std::string& user, std::string& group) {
         }
     }
     if (user.empty() || group.empty()) {
-        qz::LineReader in(qz::sysPath("/etc/apache2/envvars"), 3000);
+        qz::LineReader in(qz::sysPath("/etc/apache2/envvars"), qz::kConfigLineLimit);
         while (in.isOpen() && in.getline()) fromEnvvars(qz::skipSpace(in.c_str()), user, group);
     }
     for (const char* file : {"/etc/apache2/apache2.conf", "/etc/httpd/conf/httpd.conf"})

@@ -5,7 +5,7 @@
 
 int getParamFromQZConfFile(std::string qzConfFile, std::string& ParamVal, std::string param) {
     if (param.empty()) return 0;
-    qz::LineReader in(qzConfFile, 120);
+    qz::LineReader in(qzConfFile, qz::kSettingsLineLimit);
     if (!in.isOpen()) return 0;
     // A line longer than 119 characters is examined cut to 119, then ends the
     // search: the stream has failed.

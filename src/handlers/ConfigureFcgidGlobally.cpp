@@ -23,7 +23,7 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
                               "</IfModule>";
     const std::string folder = qz::sysPath("/tmp/mod_fcgid");
 
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (!in.isOpen()) return qz::result::handler::FcgidFileNotOpened;
     qz::Rewrite rewrite(HttpdConfFile + ".efcgid", HttpdConfFile);
     if (!rewrite.open()) return qz::result::handler::FcgidScratchNotOpened;

@@ -49,7 +49,7 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
 
     qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
     if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
-    qz::LineReader in(conf, 0);
+    qz::LineReader in(conf, qz::kNoLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::OutFile& out = rewrite.out();
 

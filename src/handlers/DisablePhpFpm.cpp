@@ -3,6 +3,7 @@
 
 #include "handlers/PhpFpm.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 int CQZWebsite::DisablePhpFpm(std::string DomainName) {
     const qz::OperationLock lock;
@@ -10,7 +11,7 @@ int CQZWebsite::DisablePhpFpm(std::string DomainName) {
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     qz::fpm::SiteConf site;
     if (!site.read(HttpdConfFile, DomainName)) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return qz::result::ConfigNotOpened;
     }
     bool changed = false;

@@ -6,6 +6,7 @@
 #include "core/QZLock.h"
 #include "core/SafePath.h"
 #include "core/Validate.h"
+#include "core/Messages.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -50,7 +51,7 @@ int CQZWebsite::EnableFcgid(std::string DomainName, std::string phpCGIPath, std:
         if (siteFolder.fd.ok() && !siteStill.lock(site)) return qz::result::handler::Refused;
         if (!qz::openFolder(settings, settingsFolder)) {
             if (errno != ENOENT) return qz::result::handler::Refused;
-            qz::sayLine("creating .setting_php directory");
+            qz::sayLine(qz::msg::kCreatingSettingPhp);
             if (siteFolder.fd.ok()) mkdirat(siteFolder.fd.get(), ".setting_php", 0100);
             if (!qz::openFolder(settings, settingsFolder) && qz::isRefusal(errno)) return qz::result::handler::Refused;
         }

@@ -4,6 +4,7 @@
 
 #include "handlers/PerlHandler.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 int CQZWebsite::EnablePerl(std::string szDomainName) {
     const qz::OperationLock lock;
@@ -15,7 +16,7 @@ int CQZWebsite::EnablePerl(std::string szDomainName) {
         // looked for, so enabling twice writes it twice.
         if (scan.rootDirectory(w)) {
             out.writeLine("\t\tAddHandler cgi-script cgi pl");
-            qz::sayLine("AddHandler cgi-script cgi pl added for " + scan.documentRoot);
+            qz::sayLine(qz::msg::kPerlHandlerAdded + scan.documentRoot);
             scan.site = false;
         }
     });

@@ -10,6 +10,7 @@
 #include "QZCommon.h"
 #include "core/QZLock.h"
 #include "core/SafePath.h"
+#include "core/Messages.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -121,7 +122,7 @@ bool poolNameTaken(const std::string& domain) {
         while (const dirent* entry = readdir(dir)) {
             const std::string file = qz::fpm::poolFolder(version) + "/" + entry->d_name;
             if (file == qz::fpm::poolFile(version, domain)) continue;
-            qz::LineReader in(file, 0);
+            qz::LineReader in(file, qz::kNoLineLimit);
             while (!taken && in.isOpen() && in.getline()) taken = qz::skipSpace(in.c_str()) == header;
             if (taken) break;
         }
@@ -182,7 +183,7 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
     const std::string conf = HttpdConfFile;
     qz::fpm::SiteConf site;
     if (!site.read(HttpdConfFile, DomainName)) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return qz::result::ConfigNotOpened;
     }
     if (!qz::fpm::validVersion(PhpVersion) || !qz::fpm::onPath("php-fpm" + PhpVersion))
@@ -201,7 +202,7 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
     const std::string group = accountName("/etc/group", owner.st_gid, true);
     if (user.empty() || group.empty()) return qz::result::phpFpm::NoSite;
     std::string apacheUser, apacheGroup;
-    if (!getApacheUserGroup(apacheUser, apacheGroup)) qz::sayLine("Apache's run group not found");
+    if (!getApacheUserGroup(apacheUser, apacheGroup)) qz::sayLine(qz::msg::kRunGroupNotFound);
 
     // The pool goes in first, is checked with every other pool of its
     // version, and is taken back (the previous file put back) when the check
@@ -211,7 +212,7 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
     std::string previous;
     bool hadPrevious = false;
     {
-        qz::LineReader old(pool, 0);
+        qz::LineReader old(pool, qz::kNoLineLimit);
         hadPrevious = old.isOpen();
         while (old.isOpen() && old.getline()) previous.append(old.view()).append("\n");
     }
@@ -238,7 +239,7 @@ int CQZWebsite::EnablePhpFpm(std::string DomainName, std::string PhpVersion) {
     }
     // Loading the module may rewrite the configuration: it is read again.
     if (!proxyFcgiLoaded(conf)) {
-        qz::sayLine("proxy_fcgi could not be loaded");
+        qz::sayLine(qz::msg::kProxyFcgiNotLoaded);
         restorePool();
         return qz::result::phpFpm::CheckFailed;
     }

@@ -70,7 +70,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
                          Guard&& guard, const std::vector<std::string>& block, bool insert = true) {
     Rewrite rewrite(scratch, conf);
     if (!rewrite.open()) return qz::result::ScratchNotWritten;
-    LineReader in(conf, 0);
+    LineReader in(conf, kNoLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     OutFile& out = rewrite.out();
     bool inSite = false;

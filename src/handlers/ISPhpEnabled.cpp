@@ -2,12 +2,13 @@
 #include "CQZWebsite.h"
 
 #include "handlers/HandlerScan.h"
+#include "core/Messages.h"
 
 #include <strings.h>
 
 int CQZWebsite::ISPhpEnabled(std::string DomainName) {
     if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
-    qz::LineReader in(HttpdConfFile, 2048);
+    qz::LineReader in(HttpdConfFile, qz::kPhpStatusLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     int count = 0;  // <VirtualHost> lines since the last ServerName or closing
     bool site = false;
@@ -30,21 +31,21 @@ int CQZWebsite::ISPhpEnabled(std::string DomainName) {
             const std::string name(w.rest, dot);
             qz::sayLine(name);
             if (qz::startsWithNoCase(name.c_str(), "mod_php")) {
-                qz::sayLine("dso enabled");
+                qz::sayLine(qz::msg::kDsoEnabled);
                 return qz::result::handler::ModPhp;
             }
             if (strcasecmp(name.c_str(), "mod_suphp") == 0) {
-                qz::sayLine("suphp enabled");
+                qz::sayLine(qz::msg::kSuphpEnabled);
                 return qz::result::handler::SuPhp;
             }
             if (strcasecmp(name.c_str(), "mod_fcgid") == 0) {
-                qz::sayLine("fcgid enabled");
+                qz::sayLine(qz::msg::kFcgidEnabled);
                 return qz::result::handler::Fcgid;
             }
         } else if (w.is("SetHandler") && site && qz::startsWithNoCase(w.rest, "\"proxy:unix:") &&
                    strstr(w.rest, "|fcgi://") != nullptr) {
             // The section that hands .php files to the site's PHP-FPM pool.
-            qz::sayLine("fpm enabled");
+            qz::sayLine(qz::msg::kFpmEnabled);
             return qz::result::handler::PhpFpm;
         } else if (w.is("</VirtualHost>")) {
             if (site) return qz::result::handler::NoPhp;

@@ -151,7 +151,7 @@ std::vector<std::string> section(const std::string& socket) {
 
 bool SiteConf::read(const char* conf, const std::string& domain) {
     domain_ = domain;
-    LineReader in(conf, 0);
+    LineReader in(conf, kNoLineLimit);
     if (!in.isOpen()) return false;
     while (in.getline()) lines.emplace_back(in.view());
     BlockWalk walk;

@@ -22,7 +22,7 @@ enum class Pass { Placed, NotPlaced, NoInput, NoScratch };
 template <class Entry>
 Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::string_view keyword, bool place,
                    Entry&& entry) {
-    qz::LineReader in(conf, 3000);
+    qz::LineReader in(conf, qz::kConfigLineLimit);
     if (!in.isOpen()) return Pass::NoInput;
     qz::Rewrite rewrite(scratch, conf);
     if (scratch.empty() || !rewrite.open()) return Pass::NoScratch;

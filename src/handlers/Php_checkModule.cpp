@@ -5,7 +5,7 @@
 #include "handlers/HandlerScan.h"
 
 int CQZWebsite::Php_checkModule(std::string HttpdConfFile, std::string moduleName) {
-    qz::LineReader in(HttpdConfFile, 0);
+    qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::ServerModuleLine lines;
     while (in.getline()) {

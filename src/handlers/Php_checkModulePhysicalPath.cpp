@@ -4,6 +4,7 @@
 
 #include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -27,7 +28,7 @@ std::string CQZWebsite::Php_checkModulePhysicalPath(std::string apacheConfFile) 
     const std::string folder = qz::apacheModulesDir(apacheConfFile);
     DIR* dir = opendir(folder.c_str());
     if (dir == nullptr) {
-        qz::say("can't open directory: ");
+        qz::say(qz::msg::kFolderNotReadable);
         return "NULL";
     }
     // The working directory stays in the modules folder after the call. The

@@ -13,7 +13,7 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
     qz::Rewrite rewrite(scratch, apacheConfFile);
     const bool scratchOpen = !scratch.empty() && rewrite.openAppend();
     qz::OutFile& out = rewrite.out();
-    qz::LineReader in(apacheConfFile, 0);
+    qz::LineReader in(apacheConfFile, qz::kNoLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
     qz::ServerModuleLine lines;
     while (in.getline()) {

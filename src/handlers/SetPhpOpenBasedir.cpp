@@ -3,6 +3,7 @@
 
 #include "handlers/PhpFpm.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
     const qz::OperationLock lock;
@@ -12,7 +13,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     qz::fpm::SiteConf site;
     if (!site.read(HttpdConfFile, DomainName)) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return qz::result::ConfigNotOpened;
     }
     if (!site.found) return qz::result::phpFpm::NoSite;
@@ -23,7 +24,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
     int pools = 0;
     for (const std::string& version : qz::fpm::versions()) {
         const std::string pool = qz::fpm::poolFile(version, DomainName);
-        qz::LineReader in(pool, 0);
+        qz::LineReader in(pool, qz::kNoLineLimit);
         if (!qz::fpm::validDomain(DomainName) || !in.isOpen()) continue;
         ++pools;
         qz::Rewrite rewrite(pool + ".qztmp", pool);

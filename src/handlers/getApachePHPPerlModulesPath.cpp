@@ -4,6 +4,7 @@
 
 #include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ bool CQZWebsite::getApachePHPPerlModulesPath(std::string httpdConfFile, std::str
     // conf.d, when it opens, is the only folder consulted.
     if (!findModuleFiles(base + "/conf.d", ".conf", perlPath, phpPath) &&
         !findModuleFiles(base + "/mods-enabled", ".load", perlPath, phpPath)) {
-        qz::sayLine("No Path found");
+        qz::sayLine(qz::msg::kNoModulesPath);
         return false;
     }
     return !perlPath.empty() || !phpPath.empty();

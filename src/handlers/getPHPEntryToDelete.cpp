@@ -2,14 +2,15 @@
 #include "CQZWebsite.h"
 
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <cstring>
 
 std::string CQZWebsite::getPHPEntryToDelete(std::string domain, std::string httpdConfFile) {
     if (httpdConfFile.empty()) return "";
-    qz::LineReader in(httpdConfFile, 3000);
+    qz::LineReader in(httpdConfFile, qz::kConfigLineLimit);
     if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return "";
     }
     int state = 0;  // 1 in a block, 2 in the domain's block

@@ -2,6 +2,7 @@
 #include "params/ParamFile.h"
 
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <cstdio>
 #include <cstring>
@@ -13,7 +14,7 @@ ParamLine::Kind ParamLine::classify(const char* line) const {
     if (*p == comment) return Comment;
     if (!startsWithNoCase(p, name)) return Other;
     p = advance(p, name.size());
-    sayLine("delimeter contain spaces");
+    sayLine(qz::msg::kDelimiterHasSpaces);
     if (*p != delimiter) return Other;
     // advance: a NUL delimiter at the end of the line leaves an empty value.
     p = skipSpace(advance(p, 1));

@@ -7,6 +7,7 @@
 #include "redirect/RedirectFile.h"
 #include "toolkit/Toolkit.h"
 #include "core/Validate.h"
+#include "core/Messages.h"
 
 #include <climits>
 #include <cstdio>
@@ -31,10 +32,10 @@ void makeRedirectFolder(const std::string& folder) {
 // and, failing it, the line goes after the first Include or IncludeOptional.
 void includeRedirectFolder(const std::string& httpdConfFile) {
     if (qz::directiveWithValueExists(httpdConfFile, "Include", "qz/*.conf", false)) {
-        qz::sayLine("entry already exists");
+        qz::sayLine(qz::msg::kEntryExists);
         return;
     }
-    qz::sayLine("writing entry");
+    qz::sayLine(qz::msg::kWritingEntry);
     qz::sayLine(std::to_string(qz::writeDirective(httpdConfFile, "Include qz/*.conf", "Include", false, -1)));
 }
 
@@ -106,6 +107,6 @@ bool ApacheHelper::Apache_RedirectVHFromHttpToHttps(std::string httpdConfFile, s
                                            "\tRewriteRule ^/?(.*) https://%{SERVER_NAME}/$1 [R=301,L]",
                                            "</VirtualHost>"});
     }
-    if (!written) qz::sayLine("unable to open file: " + file);
+    if (!written) qz::sayLine(qz::msg::kRedirectNotWritten + file);
     return written;
 }

@@ -6,6 +6,7 @@
 #include "toolkit/Toolkit.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
+#include "core/Messages.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ int qz::addModule(const std::string& apacheConfFile, const std::string& moduleNa
 
     sayLine("apending");
     if (appendLine(apacheConfFile, entry)) return 0;
-    sayLine("Unable to open file in append mode");
+    sayLine(qz::msg::kNotAppendable);
     return qz::result::toolkit::AppendFailed;
 }
 

@@ -4,6 +4,7 @@
 
 #include "toolkit/DirectiveScan.h"
 #include "toolkit/Toolkit.h"
+#include "core/Messages.h"
 
 int qz::directiveValue(const std::string& apacheConfFile, const std::string& directive, std::string& value,
                        bool isValueQuoted) {
@@ -32,7 +33,7 @@ int qz::directiveValue(const std::string& apacheConfFile, const std::string& dir
             result = 3;
             return Next::Stop;
         }
-        sayLine("returning with quote");
+        sayLine(qz::msg::kReturningWithQuote);
         value = quoted;
         result = 0;
         return Next::Stop;

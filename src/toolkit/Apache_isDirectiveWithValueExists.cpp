@@ -4,6 +4,7 @@
 
 #include "toolkit/DirectiveScan.h"
 #include "toolkit/Toolkit.h"
+#include "core/Messages.h"
 
 bool qz::directiveWithValueExists(const std::string& apacheConfFile, const std::string& directive,
                                   const std::string& value, bool isValueQuoted) {
@@ -24,7 +25,7 @@ bool qz::directiveWithValueExists(const std::string& apacheConfFile, const std::
         }
         if (!startsWithNoCase(p, directive)) return Next::Line;
         if (!isValueQuoted) {
-            sayLine("without quotes");
+            sayLine(qz::msg::kWithoutQuotes);
             if (value != valueAfter(p, directive.size())) return Next::Line;
             sayLine("found");
             exists = true;
@@ -32,7 +33,7 @@ bool qz::directiveWithValueExists(const std::string& apacheConfFile, const std::
         }
         std::string quoted;
         if (!firstQuoted(line.c_str(), quoted)) return Next::Line;
-        sayLine("returning with quote");
+        sayLine(qz::msg::kReturningWithQuote);
         if (quoted != value) return Next::Line;
         exists = true;
         return Next::Stop;

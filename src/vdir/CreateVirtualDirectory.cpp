@@ -7,6 +7,7 @@
 #include "vdir/VirtualDirectoryScan.h"
 #include "vdir/VirtualDirectorySection.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 #include <cerrno>
 #include <strings.h>
@@ -62,7 +63,7 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
     sayLine("FullPath=" + fullPath);
     if (!request.webAdmin.empty()) {
         // Printed when an owner WAS found: the panel's log has always read so.
-        sayLine("Webadmin is empty");
+        sayLine(qz::msg::kWebAdminEmpty);
         // chown -R changes links themselves and never what they lead to, so
         // it runs with the folder held in its parent. chmod -R can follow a
         // link swapped in between its look at an entry and its change of it:
@@ -77,13 +78,13 @@ bool writeSection(qz::OutFile& out, const Request& request, const std::string& f
         runPrinted(shellCommand({"chmod", "-R", "705", panelOwner(request.webAdmin), fullPath}));
         treeStill.release();
     }
-    sayLine("writing directory entry");
+    sayLine(qz::msg::kWritingDirectoryEntry);
     out.writeLine(directoryOpening(fullPath));
     if (dir.Options.ExecCGI == '+') out.writeLine(kCgiHandlerLine);
     writeAccessLines(out, dir, request.requireSyntax);
     writeOptionsLine(out, dir.Options);
     if (dir.AnonAccess == '1') {
-        sayLine("writing anonumus off entries");
+        sayLine(qz::msg::kWritingAnonymousOff);
         sayLine("ObjDDir->WebAdminPath=" + field(dir.WebAdminPath));
         const std::string authFile = passwordFileOf(dir);
         writeAuthLines(out, authFile);
@@ -157,7 +158,7 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
             std::string path;
             if (!readDirectoryPath(p, path)) return qz::result::vdir::Refused;
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
-                sayLine("Directory already exist");
+                sayLine(qz::msg::kDirectoryExists);
                 return 1;
             }
         }

@@ -3,11 +3,12 @@
 
 #include "core/QZCore.h"
 #include "vdir/VirtualDirectoryLookup.h"
+#include "core/Messages.h"
 
 std::string CQZVirtualDirectory::GetVDPath(std::string httpdConfFile, std::string domainName, std::string VDName) {
     qz::LineReader in(httpdConfFile, qz::kVirtualDirectoryLineLimit);
     if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return "";
     }
     qz::WebsiteBlocks blocks(domainName);

@@ -7,6 +7,7 @@
 #include "vdir/VirtualDirectoryScan.h"
 #include "vdir/VirtualDirectorySection.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 #include <cstring>
 #include <strings.h>
@@ -99,7 +100,7 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
     // a customer planted there would otherwise have root write through it.
     Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) {
-        sayLine("Error opening TEMPFILE file");
+        sayLine(qz::msg::kScratchNotOpened);
         return qz::result::ScratchNotWritten;
     }
     OutFile& out = rewrite.out();

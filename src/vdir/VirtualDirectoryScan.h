@@ -7,6 +7,7 @@
 #include "directory/DirectoryScan.h"
 #include "core/QZCore.h"
 #include "QZTypes.h"
+#include "core/Messages.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,11 +16,11 @@
 namespace qz {
 
 // Configuration lines are read as getline(buf, 3000) reads them.
-constexpr size_t kVirtualDirectoryLineLimit = 3000;
+constexpr size_t kVirtualDirectoryLineLimit = kConfigLineLimit;
 
 // The message of the operations that print one when the configuration does
 // not open.
-constexpr const char* kConfigurationNotOpened = "Error opening HttpdConfFile file";
+constexpr const char* kConfigurationNotOpened = qz::msg::kConfigFileNotOpened;
 
 // An operation that meets a "<Directory" or Alias line it cannot read deletes
 // the manager's scratch file, whether or not it was writing one.

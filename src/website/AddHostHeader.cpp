@@ -7,6 +7,7 @@
 #include "core/QZCore.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
+#include "core/Messages.h"
 
 char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     const qz::OperationLock lock;
@@ -34,7 +35,7 @@ char CQZWebsite::AddHostHeader(std::string domainName, std::string hostHeader) {
     }
     const std::string aliases = value.size() > 2 ? value + " " + hostHeader : hostHeader;
     if (qz::updateDirectiveInVH(httpdConfFile, domainName, "ServerAlias", aliases, false) != 0) {
-        qz::sayLine("Update error");
+        qz::sayLine(qz::msg::kUpdateError);
         return qz::result::hostHeader::NotUpdated;
     }
     return qz::result::hostHeader::Done;

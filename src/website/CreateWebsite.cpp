@@ -135,7 +135,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
 
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     const bool scratchOpen = TEMPFILE != nullptr && rewrite.open();
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     // Without a scratch file the "mv" would move nothing, or a stale file,
     // over the configuration.

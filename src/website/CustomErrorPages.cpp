@@ -34,7 +34,7 @@ bool isErrorTarget(const std::string& target) {
 // dropped, and `line`, when not empty, takes the place of the first one (or
 // goes after the block's last ErrorDocument line, else at its end).
 int editErrorPages(const std::string& conf, const std::string& domain, int code, const std::string& line) {
-    qz::LineReader in(conf, 0);
+    qz::LineReader in(conf, qz::kNoLineLimit);
     if (int failed = qz::configurationUnreadable(conf.c_str(), in, nullptr)) return failed;
     qz::Rewrite rewrite(conf + ".qzerrorpages", conf);
     if (!rewrite.open()) return qz::result::ScratchNotWritten;
@@ -83,7 +83,7 @@ int CustomErrorPages::deleteErrorPage(std::string domainName, int statusCode) {
 
 int CustomErrorPages::listErrorPages(std::string domainName, NameValueVector& pages) {
     qz::trackMethod(TrackManager, "listErrorPages", {domainName}, {"domainName"});
-    qz::LineReader in(m_szHttpdConfFile, 3000);
+    qz::LineReader in(m_szHttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(m_szHttpdConfFile.c_str(), in, nullptr)) return failed;
     UpdateVHost info = {};
     std::string docRoot;

@@ -5,6 +5,7 @@
 #include "website/MaintenancePage.h"
 #include "core/QZCore.h"
 #include "core/QZLock.h"
+#include "core/Messages.h"
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     const qz::OperationLock lock;
@@ -12,14 +13,14 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (!in.isOpen()) {
-        qz::say("Error opening HttpdConfFile file");
+        qz::say(qz::msg::kConfigFileNotOpened);
         return qz::result::ConfigNotOpened;
     }
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) {
-        qz::say("Error opening TEMPFILE file");
+        qz::say(qz::msg::kScratchNotOpened);
         return qz::result::ScratchNotWritten;
     }
     qz::OutFile& out = rewrite.out();

@@ -10,7 +10,7 @@ char CQZWebsite::DisableMessage(std::string DomainName) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
-    qz::LineReader in(HttpdConfFile, 0);
+    qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;

@@ -63,7 +63,7 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
 
     const bool debian = qz::debianModuleLayout(HttpdConfFile);
     const std::string preamble = debian ? std::string() : qz::loadModuleLines(HttpdConfFile, {"rewrite", "headers"});
-    qz::LineReader in(HttpdConfFile, 0);
+    qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
     if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;

@@ -14,7 +14,7 @@ char CQZWebsite::GetWebsiteInfo(UpdateVHost* ObjUVHost) {
     const std::string domain = qz::str(info.pDomain);
     qz::trackMethod(TrackManager, "GetWebsiteInfo", {domain}, {"ObjUVHost->pDomain"});
 
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     std::string docRoot;
     const bool found = qz::readWebsiteInfo(in, domain, info, docRoot, true);

@@ -6,7 +6,7 @@
 #include <strings.h>
 
 char CQZWebsite::GetWebsiteStatus(std::string szDomainName) {
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     bool inBlock = false;
     while (in.nextUntilEof()) {

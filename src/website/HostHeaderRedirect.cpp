@@ -30,7 +30,7 @@ void rewriteRedirectAliases(const std::string& domain,
     // its name), the redirect file is left as it is: deleting it and renaming
     // whatever stands there would lose it.
     if (!out.open(temp.c_str())) return;
-    LineReader in(file, 0);
+    LineReader in(file, kNoLineLimit);
     while (in.isOpen() && in.nextUntilEof()) {
         const std::string_view line = in.view();
         out.writeLine(isAliasLine(line) ? change(line, layout) : std::string(line));

@@ -11,7 +11,7 @@ namespace {
 // The first word after "server_name" in a site file, with whatever ends it
 // (a single name keeps its ";"). False when no line names one.
 bool firstServerName(const std::string& path, std::string& name) {
-    qz::LineReader site(path, 0);
+    qz::LineReader site(path, qz::kNoLineLimit);
     if (!site.isOpen()) return false;
     while (site.nextUntilEof()) {
         std::string_view line = site.view();
@@ -29,7 +29,7 @@ bool firstServerName(const std::string& path, std::string& name) {
 
 char CQZWebsite::ListNginxWebsites(std::vector<std::string>& DomainList, std::string listfile) {
     std::string path = qz::sysPath("/etc/nginx/sites-enabled/");
-    qz::LineReader list(listfile, 0);
+    qz::LineReader list(listfile, qz::kNoLineLimit);
     if (!list.isOpen()) return 0;
     // The path is never reset: each entry is appended to the ones before it.
     // The final empty read of the list looks at the last path once more.

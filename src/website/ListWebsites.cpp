@@ -4,6 +4,7 @@
 
 #include "core/QZCore.h"
 #include "website/ServerNameScan.h"
+#include "core/Messages.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +12,7 @@
 char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
     qz::trackMethod(TrackManager, "ListWebsites", {""}, {""});
 
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
 
     std::string serverRoot;
@@ -51,7 +52,7 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
         const std::string path = entry.compare(0, 1, "/") == 0 ? entry : serverRoot + "/" + entry;
         struct stat st;
         if (access(path.c_str(), F_OK) != 0) {
-            qz::sayLine("File not found = " + path);
+            qz::sayLine(qz::msg::kFileNotFound + path);
         } else if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
             qz::sayLine("Dir = " + path);
         } else {

@@ -16,6 +16,7 @@
 #include "core/SafePath.h"
 #include "core/Validate.h"
 #include "website/WebsiteInfoScan.h"
+#include "core/Messages.h"
 
 #include <fcntl.h>
 #include <map>
@@ -353,7 +354,7 @@ void gatherNames(const std::vector<std::string>& lines, StringVector& names) {
 void applyMode(const std::string& folder, mode_t mode) {
     qz::Fd entry;
     if (!qz::openEntry(folder, entry) || chmod(qz::descriptorPath(entry).c_str(), mode & 07777) != 0)
-        qz::sayLine("Error while setting the mode of " + folder);
+        qz::sayLine(qz::msg::kModeNotSet + folder);
 }
 
 }  // namespace
@@ -369,7 +370,7 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     UpdateVHost base = {};
     std::string docRoot;
     {
-        qz::LineReader in(HttpdConfFile, 3000);
+        qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
         if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
         const bool found = qz::readWebsiteInfo(in, domain, base, docRoot, false);
         // A line too long to read would hide the rest of the block.
@@ -420,7 +421,7 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     if (wanted.AccessMode != 0 && !acceptablePath(modeFolder)) return qz::result::website::ValueRefused;
 
     if (!plans.empty() || !newRoots.empty()) {
-        qz::LineReader in(HttpdConfFile, 0);
+        qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
         if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
         qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
         if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;

@@ -3,12 +3,13 @@
 
 #include "core/QZCore.h"
 #include "website/ServerNameScan.h"
+#include "core/Messages.h"
 
 bool qz::vhostsInIncFile(const std::string& szFileName, std::vector<std::string>& websites) {
     if (szFileName.empty()) return true;
-    qz::LineReader in(szFileName, 3000);
+    qz::LineReader in(szFileName, qz::kConfigLineLimit);
     if (!in.isOpen()) {
-        qz::sayLine("Error while opening HttpdConfFile");
+        qz::sayLine(qz::msg::kConfigNotOpened);
         return true;
     }
     qz::ServerNameScan scan;

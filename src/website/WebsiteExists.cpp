@@ -7,7 +7,7 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
     const std::string domain = qz::str(DomainName);
     qz::trackMethod(TrackManager, "WebsiteExists", {domain}, {"DomainName"});
 
-    qz::LineReader in(HttpdConfFile, 3000);
+    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
     bool inBlock = false;
     while (in.nextUntilEof()) {

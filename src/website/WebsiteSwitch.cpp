@@ -3,6 +3,7 @@
 #include "website/WebsiteSwitch.h"
 
 #include "core/QZCore.h"
+#include "core/Messages.h"
 
 #include <algorithm>
 
@@ -26,9 +27,9 @@ int switchWebsite(const char* httpdConfFile, const char* scratch, const char* do
     // The scratch file is opened first. When it cannot be, nothing is moved
     // over the configuration: an old scratch file would otherwise replace it.
     const bool scratchOpen = scratch != nullptr && rewrite.open();
-    LineReader in(httpdConfFile, 0);
+    LineReader in(httpdConfFile, kNoLineLimit);
     if (!in.isOpen()) {
-        sayLine("Error while opening HttpdConfFile");
+        sayLine(qz::msg::kConfigNotOpened);
         return qz::result::ConfigNotOpened;
     }
     OutFile& out = rewrite.out();

@@ -5,6 +5,7 @@
 #include "webusers/WebUserFile.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
+#include "core/Messages.h"
 
 #include <fstream>
 
@@ -36,14 +37,14 @@ char CQZUsers::UserCreate(const char* UserName, const char* Passwd) {
     const std::string file = qz::webUserFile(*this);
     // A folder opens for reading here and fails only when opened for writing.
     if (!std::ifstream(file).is_open()) {
-        qz::sayLine("Error opening passwd file");
+        qz::sayLine(qz::msg::kPasswdNotOpened);
         return qz::result::webUser::Refused;
     }
     qz::OutFile out;
     // A line that cannot be written whole is taken back, as a file that
     // cannot be written is not written.
     const auto notWritten = []() {
-        qz::sayLine("Error opening file");
+        qz::sayLine(qz::msg::kFileNotOpened);
         return qz::result::webUser::Refused;
     };
     if (!out.openAppendTarget(file.c_str())) return notWritten();

@@ -3,6 +3,7 @@
 
 #include "core/QZCore.h"
 #include "webusers/WebUserFile.h"
+#include "core/Messages.h"
 
 #include <fstream>
 
@@ -18,7 +19,7 @@ char CQZUsers::UserExist(StringVector* List) {
         // A folder opens as a stream, but its first read fails: that empty
         // read has no ":" and ends the count before it starts.
         if (std::ifstream(file).is_open()) return qz::result::webUser::Counted;
-        qz::sayLine("Error opening HttpdConfFile file");
+        qz::sayLine(qz::msg::kConfigFileNotOpened);
         return qz::result::ConfigNotOpened;
     }
     // A line over the limit fails the stream; the next read is then empty,

@@ -3,6 +3,7 @@
 #define QZ_WEB_USER_FILE_H
 
 #include "CQZUsers.h"
+#include "core/QZCore.h"
 
 #include <cstddef>
 #include <string>
@@ -10,7 +11,7 @@
 namespace qz {
 
 // Password-file lines are read as getline(buf, 3000) reads them.
-constexpr size_t kWebUserLineLimit = 3000;
+constexpr size_t kWebUserLineLimit = kConfigLineLimit;
 
 // InsFolder + "/etc/webusers/passwd." + DomainName, then "_" + FolderPath when
 // that is not empty; resolved under the system root as a whole.
