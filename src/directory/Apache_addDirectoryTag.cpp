@@ -11,13 +11,13 @@ int ApacheHelper::Apache_addDirectoryTag(std::string apacheConfFile, std::string
     const qz::OperationLock lock;
     if (!qz::isQuotedValue(dirPath) || !qz::allLineValues(dirEntry)) return qz::result::toolkit::Refused;
     using namespace qz;
-    DomainBlockScan block(domainName, kReadForm);
+    BlockScan block(domainName, forms::kDirectiveRead);
     // `added`: the section went in; the rest of the file is copied as it is.
     return rewriteLines(apacheConfFile, plans::kAddDirectoryTag, kSectionFailures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& added) {
                             if (!added) {
-                                const char* p = skipSpace(line.c_str());
-                                if (!block.examine(p) && block.inDomain && opensDirectory(p)) {
+                                if (block.examine(line.c_str()) == BlockLine::Other && block.inSite() &&
+                                    opensDirectory(block.text())) {
                                     scratch.writeLine(directoryOpening(dirPath));
                                     writeDirectoryBody(scratch, dirEntry);
                                     added = true;

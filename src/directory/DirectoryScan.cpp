@@ -24,7 +24,7 @@ PathForm directoryPath(const char* p, std::string& path) {
 int editDirectorySection(const std::string& file, const FilePlan& plan, const std::string& domain,
                          const std::string& path, bool unquotedStops, SectionEdit edit,
                          const std::string& newPath, const std::vector<std::string>& directives) {
-    DomainBlockScan block(domain, kReadForm);
+    BlockScan block(domain, forms::kDirectiveRead);
     bool dropping = false;  // inside the matched section, whose old lines go
     bool done = false;      // the rest of the file is copied as it is
     int stopped = 0;
@@ -43,7 +43,7 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
             done = true;
             return Next::Line;
         }
-        if (block.examine(p) || !block.inDomain || !opensDirectory(p)) {
+        if (block.examine(line.c_str()) != BlockLine::Other || !block.inSite() || !opensDirectory(p)) {
             scratch.writeLine(line.view());
             return Next::Line;
         }

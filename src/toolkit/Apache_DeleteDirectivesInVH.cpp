@@ -20,7 +20,7 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
                                               std::vector<std::string> directives) {
     const qz::OperationLock lock;
     using namespace qz;
-    DomainBlockScan block(domainName, kDeleteForm);
+    BlockScan block(domainName, forms::kDirectiveDelete);
     bool done = false;  // the domain's block has closed: the rest is copied as it is
     // `found`: the domain's block was reached (its ServerName line); from
     // there to its closing line, no other line changes that, not even another
@@ -30,8 +30,8 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
                             const char* p = skipSpace(line.c_str());
                             if (!done && !isComment(p)) {
                                 if (!found) {
-                                    found = block.examine(p) && block.inDomain;
-                                } else if (lineKind(p, kDeleteForm) == LineKind::Closing) {
+                                    found = block.examine(line.c_str()) == BlockLine::SiteName;
+                                } else if (block.closes(line.c_str())) {
                                     done = true;
                                 } else if (startsWithAny(p, directives)) {
                                     return Next::Line;

@@ -14,16 +14,16 @@ int qz::updateDirectiveInVH(const std::string& apacheConfFile, const std::string
     using namespace qz;
     const std::string replacement =
         valueQuoted ? "\t" + directive + " \"" + value + "\"" : "\t" + directive + " " + value;
-    DomainBlockScan block(domainName, kReadForm);
+    BlockScan block(domainName, forms::kDirectiveRead);
     const RewriteFailures failures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
                                    result::toolkit::DirectiveNotFound};
     return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, failures,
                         [&](LineReader& line, ScratchRewrite& scratch, bool& replaced) {
-                            const char* p = skipSpace(line.c_str());
-                            if (!block.examine(p) && block.inDomain && startsWithNoCase(p, directive)) {
+                            if (block.examine(line.c_str()) == BlockLine::Other && block.inSite() &&
+                                startsWithNoCase(block.text(), directive)) {
                                 scratch.writeLine(replacement);
                                 replaced = true;
-                                block.inDomain = false;  // later lines of this block stay as they are
+                                block.leaveSite();  // later lines of this block stay as they are
                                 return Next::Line;
                             }
                             scratch.writeLine(line.view());

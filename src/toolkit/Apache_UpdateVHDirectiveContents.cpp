@@ -11,7 +11,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
     const qz::OperationLock lock;
     if (!qz::isLineValue(value)) return qz::result::toolkit::Refused;
     using namespace qz;
-    DomainBlockScan block(domainName, kReadForm);
+    BlockScan block(domainName, forms::kDirectiveRead);
     bool inNested = false;
     bool valueFound = false;  // never cleared: once seen, no later block gets the line
     // `closed`: a nested block of the domain was closed, so the work is done.
@@ -20,7 +20,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
                             const char* p = skipSpace(line.c_str());
                             // A nested section left open ends with its block: the
                             // line never goes into a later site's block.
-                            if (inNested && lineKind(p, kReadForm) == LineKind::Closing) inNested = false;
+                            if (inNested && block.closes(line.c_str())) inNested = false;
                             if (inNested) {
                                 if (startsWithNoCase(p, "</Directory>")) {
                                     if (!valueFound) scratch.writeLine("\t\t" + value);
@@ -30,7 +30,8 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
                                     valueFound = true;
                                     if (!addValue) return Next::Line;
                                 }
-                            } else if (!block.examine(p) && block.inDomain && startsWithNoCase(p, directive)) {
+                            } else if (block.examine(line.c_str()) == BlockLine::Other && block.inSite() &&
+                                       startsWithNoCase(p, directive)) {
                                 inNested = true;
                             }
                             scratch.writeLine(line.view());

@@ -14,42 +14,34 @@ using namespace qz;
 
 constexpr FilePlan kAddModule{".qzbackup.rt", "_md", plans::kServerLimit, LoopEnd::StreamFailure,
                               EmptyLines::Skipped};
+// The second pass, when no LoadModule line took the entry.
+constexpr FilePlan kAddModuleAgain{nullptr, "_md", plans::kServerLimit, LoopEnd::StreamFailure, EmptyLines::Skipped};
 
 }  // namespace
 
 int qz::addModule(const std::string& apacheConfFile, const std::string& moduleName) {
     if (qz::hasControlChar(moduleName)) return qz::result::toolkit::Refused;
-    makeBackup(apacheConfFile, kAddModule);
-    LineReader in(apacheConfFile, kAddModule.limit);
-    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
-    ScratchRewrite scratch(apacheConfFile, kAddModule.scratchSuffix);
-    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
-
-    const std::string modulePath = loadModuleFolder(apacheModulesDir(apacheConfFile));
-    const std::string entry = "LoadModule " + moduleName + "_module " + modulePath + "/mod_" + moduleName + ".so";
-    sayLine("entry=" + entry);
+    std::string entry;
+    // The entry is printed once both files are open.
+    const auto printEntry = [&] {
+        if (!entry.empty()) return;
+        entry = "LoadModule " + moduleName + "_module " + loadModuleFolder(apacheModulesDir(apacheConfFile)) +
+                "/mod_" + moduleName + ".so";
+        sayLine("entry=" + entry);
+    };
 
     // Before the first server-level LoadModule line; comment lines cannot
-    // start with a keyword, so they are copied like any other.
+    // start with a keyword, so they are copied like any other. Else before
+    // the first <VirtualHost> block.
     ServerLevel level;
-    switch (copyPlacing(in, scratch, kAddModule, entry, true, "LoadModule found",
-                        [&level](const char* p) { return level.at(p) && startsWithNoCase(p, "LoadModule"); })) {
-        case Placing::Placed: return 0;
-        case Placing::NotWritten: return qz::result::toolkit::ScratchNotOpened;
-        case Placing::NoPlace: break;
+    Rewritten end = placeLine(apacheConfFile, kAddModule, entry, true, "LoadModule found",
+                              [&level](const char* p) { return level.at(p) && startsWithNoCase(p, "LoadModule"); },
+                              printEntry);
+    if (end == Rewritten::Unchanged) {
+        end = placeLine(apacheConfFile, kAddModuleAgain, entry, true, "VirtualHost found",
+                        [](const char* p) { return startsWithNoCase(p, "<VirtualHost"); });
     }
-
-    // Else before the first <VirtualHost> block.
-    LineReader again(apacheConfFile, kAddModule.limit);
-    if (!again.isOpen()) return qz::result::toolkit::FileNotOpened;
-    ScratchRewrite fresh(apacheConfFile, kAddModule.scratchSuffix);
-    if (!fresh.open()) return qz::result::toolkit::ScratchNotOpened;
-    switch (copyPlacing(again, fresh, kAddModule, entry, true, "VirtualHost found",
-                        [](const char* p) { return startsWithNoCase(p, "<VirtualHost"); })) {
-        case Placing::Placed: return 0;
-        case Placing::NotWritten: return qz::result::toolkit::ScratchNotOpened;
-        case Placing::NoPlace: break;
-    }
+    if (end != Rewritten::Unchanged) return kBlockFailures.code(end);
 
     sayLine("apending");
     if (appendLine(apacheConfFile, entry)) return 0;

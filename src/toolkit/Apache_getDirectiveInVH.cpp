@@ -14,10 +14,11 @@ int qz::directiveInVH(const std::string& apacheConfFile, const std::string& doma
     if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     int result = 4;
-    DomainBlockScan block(domainName, kReadForm);
+    BlockScan block(domainName, forms::kDirectiveRead);
     scanLines(in, plan, [&](LineReader& line) {
-        const char* p = skipSpace(line.c_str());
-        if (block.examine(p) || !block.inDomain || !startsWithNoCase(p, directive)) return Next::Line;
+        const bool blockLine = block.examine(line.c_str()) != BlockLine::Other;
+        const char* p = block.text();
+        if (blockLine || !block.inSite() || !startsWithNoCase(p, directive)) return Next::Line;
         const char* rest = valueAfter(p, directive.size());
         if (!valueQuoted) {
             value = rest;

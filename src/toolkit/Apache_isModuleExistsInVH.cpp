@@ -11,12 +11,12 @@ bool ApacheHelper::Apache_isModuleExistsInVH(std::string httpdConfFile, std::str
     LineReader in(httpdConfFile, plan.limit);
     if (!in.isOpen()) return false;
 
-    WordBlockScan block(domainName);
+    BlockScan block(domainName, forms::kIfModule);
     bool exists = false;
     // An over-long line is examined cut to the limit, then ends the scan (the
     // loop until end of file would never end after it).
     scanLines(in, plan, [&](LineReader& line) {
-        const char* rest = block.ifModuleInDomain(skipSpace(line.c_str()));
+        const char* rest = ifModuleInSite(block, line.c_str());
         exists = rest != nullptr && ifModuleNames(rest, moduleName);
         return exists ? Next::Stop : Next::Line;
     });

@@ -15,7 +15,8 @@ using namespace qz;
 constexpr FilePlan kWriteDirective{".qzbackup.rt", ".wd", plans::kServerLimit, LoopEnd::StreamFailure,
                                    EmptyLines::Skipped};
 // The numbered pass counts empty lines (and drops them).
-constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::StreamFailure, EmptyLines::Handed};
+constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::StreamFailure, EmptyLines::Handed,
+                                OpenOrder::FileFirst, Unchanged::Replaced};
 
 // First pass: copies the file and places `entry` beside the first server-level
 // line that starts with `reference`. The opening and closing lines of a
@@ -24,40 +25,26 @@ constexpr FilePlan kWriteAtLine{nullptr, ".wd1", plans::kServerLimit, LoopEnd::S
 // written whole), -1 no reference.
 int writeByReference(const std::string& file, const std::string& entry, const std::string& reference,
                      bool beforeReference) {
-    LineReader in(file, kWriteDirective.limit);
-    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
-    ScratchRewrite scratch(file, kWriteDirective.scratchSuffix);
-    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
-
     ServerLevel level;
-    switch (copyPlacing(in, scratch, kWriteDirective, entry, beforeReference, nullptr,
-                        [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); })) {
-        case Placing::Placed: return 0;
-        case Placing::NotWritten: return qz::result::toolkit::ScratchNotOpened;
-        case Placing::NoPlace: break;
-    }
-    return -1;
+    const Rewritten end = placeLine(file, kWriteDirective, entry, beforeReference, nullptr,
+                                    [&](const char* p) { return level.at(p) && startsWithNoCase(p, reference); });
+    return end == Rewritten::Unchanged ? -1 : kBlockFailures.code(end);
 }
 
 // Second pass: `entry` goes before line number `lineCount` (1 for the first
 // line, empty lines counted). An empty line with that number is dropped, and
-// the entry with it.
+// the entry with it. The file is rewritten even when no line has the number.
 int writeAtLine(const std::string& file, const std::string& entry, int lineCount) {
-    LineReader in(file, kWriteAtLine.limit);
-    if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
-    ScratchRewrite scratch(file, kWriteAtLine.scratchSuffix);
-    if (!scratch.open()) return qz::result::toolkit::ScratchNotOpened;
-
     int number = 0;
-    scanLines(in, kWriteAtLine, [&](LineReader& line) {
-        ++number;
-        if (line.empty()) return Next::Line;
-        if (number == lineCount) scratch.writeLine(entry);
-        scratch.writeLine(line.view());
-        return Next::Line;
-    });
-    in.close();
-    return scratch.commit() ? qz::result::toolkit::Done : qz::result::toolkit::ScratchNotOpened;
+    const Rewritten end = rewriteFile(file, file + kWriteAtLine.scratchSuffix, kWriteAtLine,
+                                      [&](LineReader& line, ScratchRewrite& scratch, bool&) {
+                                          ++number;
+                                          if (line.empty()) return Next::Line;
+                                          if (number == lineCount) scratch.writeLine(entry);
+                                          scratch.writeLine(line.view());
+                                          return Next::Line;
+                                      });
+    return kBlockFailures.code(end);
 }
 
 }  // namespace
@@ -65,7 +52,6 @@ int writeAtLine(const std::string& file, const std::string& entry, int lineCount
 int qz::writeDirective(const std::string& apacheConfFile, const std::string& entry, const std::string& reference,
                        bool beforeReference, int lineCount) {
     if (!qz::isLineValue(entry)) return qz::result::toolkit::Refused;
-    makeBackup(apacheConfFile, kWriteDirective);
     const int byReference = writeByReference(apacheConfFile, entry, reference, beforeReference);
     if (byReference >= 0) return byReference;
     if (lineCount == -1)

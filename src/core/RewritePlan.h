@@ -1,0 +1,203 @@
+// The one rewrite driver: how an operation reads its file and writes the new
+// contents. What differs between operations (the order the two files are
+// opened in, the read limit, how the loop ends and what an over-long line
+// does, empty lines, the backup, the scratch file's name, whether an
+// unchanged file is rewritten anyway) is the operation's plan, a row of data.
+#ifndef QZ_REWRITE_PLAN_H
+#define QZ_REWRITE_PLAN_H
+
+#include "core/QZCore.h"
+
+#include <string>
+#include <string_view>
+
+namespace qz {
+
+enum class LoopEnd {
+    StreamFailure,  // `while (getline(buf, N))`: a final empty read is never seen
+    EndOfFile,      // `while (!eof) { getline(buf, N); ... }`: it is
+};
+
+enum class EmptyLines {
+    Skipped,  // not examined and, in a rewrite, not copied
+    Handed,   // given to the primitive like any other line
+};
+
+enum class OpenOrder {
+    FileFirst,     // the file, then the scratch file: a file that does not open
+                   // leaves no scratch file behind
+    ScratchFirst,  // the scratch file, then the file
+};
+
+enum class Unchanged {
+    Discarded,    // nothing changed: the scratch file is deleted, the file stays
+    Replaced,     // the copy replaces the file all the same
+    ScratchKept,  // the scratch file is closed and left behind; so it is when
+                  // an over-long line leaves the file as it is
+};
+
+struct FilePlan {
+    const char* backupSuffix;   // "cp file file<suffix>" runs first; null: none
+    const char* scratchSuffix;  // the new contents go to file<suffix>; null: the
+                                // operation names its scratch file (a manager's TEMPFILE)
+    size_t limit;               // the getline limit: at most limit-1 characters a line
+    LoopEnd loopEnd;            // an end-of-file loop that meets an over-long line
+                                // leaves the file as it is (it would never end);
+                                // a stream-failure loop ends there like at end of file
+    EmptyLines emptyLines;
+    OpenOrder open = OpenOrder::FileFirst;
+    Unchanged unchanged = Unchanged::Discarded;
+};
+
+
+// What a scan body tells the scan.
+enum class Next {
+    Line,     // on to the next line
+    Stop,     // the scan ends here
+    Abandon,  // the scan ends here as if it had met an over-long line: a
+              // rewrite leaves the file as it is
+};
+
+// How a scan ended.
+enum class ScanEnd {
+    Done,     // end of file, a failed read, or the body stopped it
+    TooLong,  // an end-of-file loop met a line over the limit: such a loop
+              // would never see end of file, so the scan was abandoned
+};
+
+// Reads `in` line by line as `plan` says and hands each line the loop sees
+// (after dropping empty ones when the plan skips them) to body(in), which
+// returns Next. A stream-failure loop also ends on an over-long line, as the
+// stream fails; that is reported as Done.
+template <class Body>
+ScanEnd scanLines(LineReader& in, const FilePlan& plan, Body&& body) {
+    for (;;) {
+        const bool got = plan.loopEnd == LoopEnd::EndOfFile ? in.nextUntilEof() : in.getline(plan.limit);
+        if (!got) break;
+        if (in.empty() && plan.emptyLines == EmptyLines::Skipped) continue;
+        const Next next = body(in);
+        if (next == Next::Stop) return ScanEnd::Done;
+        if (next == Next::Abandon) return ScanEnd::TooLong;
+    }
+    return plan.loopEnd == LoopEnd::EndOfFile && in.tooLong() ? ScanEnd::TooLong : ScanEnd::Done;
+}
+
+// Runs "cp file file<suffix>" when the plan names a backup. Its exit status
+// is not examined and the copy is left in place.
+inline void makeBackup(const std::string& file, const FilePlan& plan) {
+    if (plan.backupSuffix != nullptr) runShell(shellCommand({"cp", file, file + plan.backupSuffix}));
+}
+
+// The scratch file of a rewrite: opened for writing (truncated), then either
+// moved over the file ("mv scratch file") or deleted.
+class ScratchRewrite {
+public:
+    ScratchRewrite(const std::string& scratch, const std::string& file) : rewrite_(scratch, file) {}
+
+    bool open() { return rewrite_.open(); }
+    OutFile& out() { return rewrite_.out(); }
+    void write(std::string_view text) { rewrite_.out().write(text); }
+    void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
+    // See Rewrite::commit.
+    [[nodiscard]] bool commit() { return rewrite_.commit(); }
+    // Closes and deletes the scratch file; the file stays as it was.
+    void discard() { rewrite_.discard(); }
+
+private:
+    Rewrite rewrite_;
+};
+
+// How a rewrite ended.
+enum class Rewritten {
+    Replaced,          // the scratch file replaced the file
+    FileNotOpened,     // nothing written
+    ScratchNotOpened,  // nothing written
+    TooLong,           // an end-of-file loop met an over-long line: file left as it was
+    Unchanged,         // the body changed nothing: file left as it was
+    NotWritten,        // the scratch file could not be written whole: file left as it was
+};
+
+// The result codes of a rewrite that does not happen.
+struct RewriteFailures {
+    int inputNotOpened;  // also: the file could not be read whole
+    int scratchNotOpened;
+    int unchanged;
+
+    // 0 for a replaced file; a scratch file not written whole answers as one
+    // that cannot be opened.
+    int code(Rewritten end) const {
+        switch (end) {
+        case Rewritten::Replaced: return 0;
+        case Rewritten::FileNotOpened:
+        case Rewritten::TooLong: return inputNotOpened;
+        case Rewritten::ScratchNotOpened:
+        case Rewritten::NotWritten: return scratchNotOpened;
+        case Rewritten::Unchanged: break;
+        }
+        return unchanged;
+    }
+};
+
+// The usual ones: the file, the scratch file, and no block of the domain
+// (or nothing in it to change) / no such <Directory> section.
+constexpr RewriteFailures kBlockFailures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                         result::toolkit::NoBlock};
+constexpr RewriteFailures kSectionFailures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
+                                           result::toolkit::NoSection};
+
+// The rewrite of `file` as `plan` says: the backup, then the file (opened
+// for reading) and the scratch file `scratchPath` (for writing) in the plan's
+// order, then body(line, scratch, changed) for every line the scan sees; the
+// body writes what it keeps to the scratch file, sets `changed`, and returns
+// Next::Stop to end the scan early. A changed file (or any, when the plan
+// replaces unchanged ones) is replaced by the scratch file ("mv"); otherwise
+// the scratch file is deleted.
+// `opened()` runs once both files are open, before the first line.
+struct NothingOnOpen {
+    void operator()() const {}
+};
+template <class Body, class Opened = NothingOnOpen>
+Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, const FilePlan& plan, Body&& body,
+                      Opened&& opened = Opened()) {
+    makeBackup(file, plan);
+    ScratchRewrite scratch(scratchPath, file);
+    if (plan.open == OpenOrder::ScratchFirst && !scratch.open()) return Rewritten::ScratchNotOpened;
+    const auto leaveScratch = [&] {
+        if (plan.unchanged == Unchanged::ScratchKept) {
+            static_cast<void>(scratch.out().close());
+        } else {
+            scratch.discard();
+        }
+    };
+    LineReader in(file, plan.limit);
+    if (!in.isOpen()) {
+        if (plan.open == OpenOrder::ScratchFirst) leaveScratch();
+        return Rewritten::FileNotOpened;
+    }
+    if (plan.open == OpenOrder::FileFirst && !scratch.open()) return Rewritten::ScratchNotOpened;
+    opened();
+    bool changed = false;
+    const ScanEnd end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
+    in.close();
+    if (end == ScanEnd::TooLong || (!changed && plan.unchanged != Unchanged::Replaced)) {
+        leaveScratch();
+        return end == ScanEnd::TooLong ? Rewritten::TooLong : Rewritten::Unchanged;
+    }
+    return scratch.commit() ? Rewritten::Replaced : Rewritten::NotWritten;
+}
+
+// The same with the plan's scratch name (file<scratchSuffix>), answered with
+// `failures`' codes: 0 when the file was replaced.
+template <class Body>
+int rewriteLines(const std::string& file, const FilePlan& plan, const RewriteFailures& failures, Body&& body) {
+    return failures.code(rewriteFile(file, file + plan.scratchSuffix, plan, body));
+}
+
+// Opens `file` in append mode and writes `text` and a newline at its end.
+// False when it does not open, or the line could not be written whole (the
+// file then keeps its old length).
+bool appendLine(const std::string& file, std::string_view text);
+
+}  // namespace qz
+
+#endif
