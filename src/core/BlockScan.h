@@ -67,6 +67,8 @@ constexpr BlockForm kIfModule           {BlockKeywords::Word,   BlockComments::S
 // The virtual-directory lookups; the listing also ends a block at its closing line.
 constexpr BlockForm kVirtualDirectory   {BlockKeywords::Prefix, BlockComments::Skipped,           true,  0,  false, BlockNames::First,      false, false};
 constexpr BlockForm kVirtualDirectoryList{BlockKeywords::Prefix, BlockComments::Skipped,          true,  14, false, BlockNames::First,      false, false};
+// Creating and updating a virtual directory (comment lines never reach it).
+constexpr BlockForm kVirtualDirectoryEdit{BlockKeywords::Prefix, BlockComments::Skipped,          true,  13, false, BlockNames::First,      false, false};
 // A virtual directory's own <Directory> section.
 constexpr BlockForm kVirtualDirectoryInfo{BlockKeywords::Prefix, BlockComments::HashStepped,      true,  13, false, BlockNames::First,      false, false};
 // The website lists: the first ServerName of each block.

@@ -16,7 +16,7 @@ char CQZVirtualDirectory::CheckVirDir(SDDir* ObjDDir) {
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
-    qz::WebsiteBlocks blocks(domain);
+    qz::BlockScan blocks(domain, qz::forms::kVirtualDirectory);
     char result = qz::result::vdir::NoAlias;
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "Alias")) return false;

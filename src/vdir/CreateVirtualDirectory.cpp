@@ -37,7 +37,7 @@ void runPrinted(const std::string& command) {
 
 struct Request {
     const SDDir& dir;
-    const std::string& webAdmin;  // owner of the site's home folder, or ""
+    std::string webAdmin;  // owner of the site's home folder, or ""
     bool requireSyntax;
     const std::string& webadminName;
     const std::string& webadminPass;
@@ -119,42 +119,35 @@ char CQZVirtualDirectory::CreateVirtualDirectory(SDDir* ObjDDir, int AdminFlag, 
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny"});
     sayLine("Anonymous=" + std::string(1, dir.AnonAccess));
 
-    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
-    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
-    Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
-    OutFile& out = rewrite.out();
-
-    const bool requireSyntax = apacheUsesRequire();
-    const std::string webAdmin = GetPathOwner(field(dir.WebAdminPath) + "/" + domain);
-    const Request request{dir, webAdmin, requireSyntax, WebadminName, WebadminPass};
-
-    // 0: outside a block or in another site's; 1: in a block before its
-    // ServerName; 2: in a block of the site.
-    int flag = 0;
+    // What the section needs is looked up once both files are open.
+    Request request{dir, "", false, WebadminName, WebadminPass};
+    const auto lookUp = [&] {
+        request.requireSyntax = apacheUsesRequire();
+        request.webAdmin = GetPathOwner(field(dir.WebAdminPath) + "/" + domain);
+    };
+    BlockScan block(domain, forms::kVirtualDirectoryEdit);
     std::string fullPath;
     const char done = qz::result::vdir::Created;
-    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
-        const bool closing = startsWithNoCase(p, "</VirtualHost");
-        if (closing && flag == 2 && AdminFlag == 0) {
+    return rewriteConfiguration(HttpdConfFile, TEMPFILE, done, {}, lookUp,
+                                [&](const LineReader& line, const char*, OutFile& out) -> char {
+        const BlockLine kind = block.examine(line.c_str());
+        const char* p = block.text();
+        const bool closing = kind == BlockLine::Closing || kind == BlockLine::SiteClosing;
+        if (kind == BlockLine::SiteClosing && AdminFlag == 0) {
             if (!writeSection(out, request, fullPath)) return qz::result::vdir::Refused;
         } else if (closing) {
             fullPath.clear();
         }
         out.writeLine(line.view());
 
-        if (closing) {
-            flag = 0;
-        } else if (startsWithNoCase(p, "<VirtualHost")) {
-            flag = 1;
-        } else if (startsWithNoCase(p, "DocumentRoot") && flag >= 1) {
+        if (closing || kind == BlockLine::Opening) {
+        } else if (startsWithNoCase(p, "DocumentRoot") && block.inBlock()) {
             fullPath = dirPath.empty() ? folderOfDocumentRoot(p) : dirPath;
-        } else if (startsWithNoCase(p, "ServerName") && flag == 1) {
-            flag = serverNameIs(p, domain) ? 2 : 0;
-            if (flag == 0) fullPath.clear();
-        } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
+        } else if (kind == BlockLine::Name) {
+            fullPath.clear();
+        } else if (startsWithNoCase(p, "<Directory") && block.inSite()) {
             std::string path;
             if (!readDirectoryPath(p, path)) return qz::result::vdir::Refused;
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {

@@ -28,18 +28,13 @@ char CQZVirtualDirectory::DeleteVirtualDirectory(const char* pDDir) {
     const std::string wanted = str(pDDir);
     trackMethod(TrackManager, "DeleteVirtualDirectory", {wanted}, {"pDDir"});
 
-    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
-    if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
-    if (!openableForUpdate(HttpdConfFile)) return qz::result::ConfigNotOpened;
-    Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
-    OutFile& out = rewrite.out();
-
+    if (!isEmpty(HttpdConfFile) && !openableForUpdate(HttpdConfFile)) return qz::result::ConfigNotOpened;
     bool inSection = false;
     std::string path;
     // A "<Directory" path without its closing quote gives up with 1.
     const char done = qz::result::vdir::Deleted;
-    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
+    return rewriteConfiguration(HttpdConfFile, TEMPFILE, done, {}, NothingOnOpen(),
+                                [&](const LineReader& line, const char* p, OutFile& out) -> char {
         if (startsWithNoCase(p, "<Directory")) {
             const PathForm form = directoryPath(p, path);
             if (form == PathForm::Unterminated) return 1;

@@ -16,7 +16,7 @@ char CQZVirtualDirectory::DirectoryRequired(std::string DomainName, std::string 
 
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
-    qz::WebsiteBlocks blocks(DomainName);
+    qz::BlockScan blocks(DomainName, qz::forms::kVirtualDirectory);
     int hits = 0;
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "Alias")) return false;

@@ -11,7 +11,7 @@ std::string CQZVirtualDirectory::GetVDPath(std::string httpdConfFile, std::strin
         qz::sayLine(qz::msg::kConfigNotOpened);
         return "";
     }
-    qz::WebsiteBlocks blocks(domainName);
+    qz::BlockScan blocks(domainName, qz::forms::kVirtualDirectory);
     std::string target;
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "Alias")) return false;

@@ -2,6 +2,7 @@
 // section of a website back into the record.
 #include "CQZVirtualDirectory.h"
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 #include "vdir/VirtualDirectoryScan.h"
 
@@ -86,9 +87,7 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
     if (int failed = configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
 
-    // 0: outside a block or in another site's; 1: in a block before its
-    // ServerName; 2: in a block of the site.
-    int flag = 0;
+    BlockScan block(domain, forms::kVirtualDirectoryInfo);
     // Commented-out lines are read as live ones: one '#' in the first column
     // is stepped over. A line over 2999 characters is examined cut to the
     // limit, and then the reading ends: past it the stream has failed and a
@@ -96,18 +95,12 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
     // unless that cut line itself ended the search the result is 22, as for a
     // file that cannot be read, not an answer about the site.
     while (in.nextUntilEof()) {
-        const char* p = in.c_str();
-        if (*p == '#') ++p;
-        p = skipSpace(p);
-        if (startsWithNoCase(p, "<VirtualHost")) {
-            flag = 1;
-        } else if (startsWithNoCase(p, "ServerName") && flag == 1) {
-            flag = serverNameIs(p, domain) ? 2 : 0;
-            if (flag == 2) {
-                struct stat st;
-                dir.Permission = stat(dirPath.c_str(), &st) == 0 ? st.st_mode : 0;
-            }
-        } else if (startsWithNoCase(p, "<Directory") && flag == 2) {
+        const BlockLine kind = block.examine(in.c_str());
+        const char* p = block.text();
+        if (kind == BlockLine::SiteName) {
+            struct stat st;
+            dir.Permission = stat(dirPath.c_str(), &st) == 0 ? st.st_mode : 0;
+        } else if (kind == BlockLine::Other && block.inSite() && startsWithNoCase(p, "<Directory")) {
             std::string path;
             if (!readDirectoryPath(p, path)) {
                 // The shared scan's way out: the scratch file goes, although
@@ -119,14 +112,13 @@ char CQZVirtualDirectory::GetVirtualDirectoryinfo(SDDir* ObjDDir) {
             if (strcasecmp(path.c_str(), dirPath.c_str()) != 0) continue;
             if (!readSection(in, dir) && in.tooLong()) return qz::result::ConfigNotOpened;
             return qz::result::vdir::Found;
-        } else if (startsWithNoCase(p, "</VirtualHost")) {
-            if (flag == 2) return qz::result::vdir::Found;  // the site's block has no section for the folder
-            flag = 0;
+        } else if (kind == BlockLine::SiteClosing) {
+            return qz::result::vdir::Found;  // the site's block has no section for the folder
         }
     }
     if (in.tooLong()) return qz::result::ConfigNotOpened;
     // The end of the file without a block of the site: the result of a
     // website lookup that finds none. A block of the site left open at the
     // end reads as one without the section.
-    return flag == 2 ? qz::result::vdir::Found : qz::result::NoSuchWebsite;
+    return block.inSite() ? qz::result::vdir::Found : qz::result::NoSuchWebsite;
 }

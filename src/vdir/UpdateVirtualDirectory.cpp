@@ -94,63 +94,52 @@ char CQZVirtualDirectory::UpdateVirtualDirectory(SDDir* ObjDDir, std::string Web
                 {"ObjDDir->DomainName", "ObjDDir->DirPath", "ObjDDir->Allow", "ObjDDir->Deny",
                  "ObjDDir->WebAdminPath"});
 
-    LineReader in(HttpdConfFile, kVirtualDirectoryLineLimit);
-    if (int failed = configurationUnreadable(HttpdConfFile, in, kConfigurationNotOpened)) return failed;
     // TEMPFILE is opened with O_NOFOLLOW: this runs as root, and a symbolic link
     // a customer planted there would otherwise have root write through it.
-    Rewrite rewrite(str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) {
-        sayLine(qz::msg::kScratchNotOpened);
-        return qz::result::ScratchNotWritten;
-    }
-    OutFile& out = rewrite.out();
-    sayLine("ObjDDir->Order=" + std::string(1, dir.Order));
-    sayLine("ObjDDir->Allow=" + field(dir.Allow));
-    const Request request{dir, HttpdConfFile, domain, apacheUsesRequire(), WebadminName, WebadminPass};
-
-    enum State {
-        Written = -1,  // the new section is in: the rest is copied unexamined
-        Outside = 0,   // outside a block, or in another site's
-        Unnamed = 1,   // in a block before its ServerName
-        Site = 2,      // in the site's first block
-        OldSection = 3,
+    Request request{dir, HttpdConfFile, domain, false, WebadminName, WebadminPass};
+    const auto opened = [&] {
+        sayLine("ObjDDir->Order=" + std::string(1, dir.Order));
+        sayLine("ObjDDir->Allow=" + field(dir.Allow));
+        request.requireSyntax = apacheUsesRequire();
     };
-    int state = Outside;
+
+    enum class Stage {
+        Walking,     // through the blocks
+        OldSection,  // in the old section, whose lines go
+        Written,     // the new section is in: the rest is copied unexamined
+    };
+    Stage stage = Stage::Walking;
+    BlockScan block(domain, forms::kVirtualDirectoryEdit);
     std::string fullPath;
     const char done = qz::result::vdir::Updated;
-    return rewriteConfiguration(in, rewrite, done, [&](const LineReader& line, const char* p) -> char {
-        if (state == OldSection) {
-            if (startsWithNoCase(p, "</Directory>")) state = Written;
+    const OpenMessages messages{kConfigurationNotOpened, qz::msg::kScratchNotOpened};
+    return rewriteConfiguration(HttpdConfFile, TEMPFILE, done, messages, opened,
+                                [&](const LineReader& line, const char* p, OutFile& out) -> char {
+        if (stage == Stage::OldSection) {
+            if (startsWithNoCase(p, "</Directory>")) stage = Stage::Written;
             return 0;
         }
-        if (startsWithNoCase(p, "<VirtualHost") && state != Written) {
-            state = Unnamed;
-        } else if (startsWithNoCase(p, "ServerName") && state == Unnamed) {
-            state = serverNameIs(p, domain) ? Site : Outside;
-            if (state == Site) {
-                fullPath += dirPath;
-            } else {
-                fullPath.clear();
-            }
-        } else if (startsWithNoCase(p, "<Directory") && state == Site) {
+        const BlockLine kind = stage == Stage::Written ? BlockLine::Other : block.examine(line.c_str());
+        if (kind == BlockLine::SiteName) {
+            fullPath += dirPath;
+        } else if (kind == BlockLine::Name) {
+            fullPath.clear();
+        } else if (stage == Stage::Walking && startsWithNoCase(p, "<Directory") && block.inSite()) {
             std::string path;
             const PathForm form = directoryPath(p, path);
             if (form == PathForm::Unterminated) return qz::result::vdir::Refused;
             if (strcasecmp(path.c_str(), fullPath.c_str()) == 0) {
                 if (!writeSection(out, request, fullPath, Placement::Replacing)) return qz::result::vdir::Refused;
-                state = OldSection;
+                stage = Stage::OldSection;
             } else {
                 copyDirectoryOpening(out, line, form, path);
             }
             return 0;
-        } else if (startsWithNoCase(p, "</VirtualHost") && state >= Unnamed) {
-            if (state == Site) {
-                if (!writeSection(out, request, fullPath, Placement::Appending)) return qz::result::vdir::Refused;
-                state = Written;
-            } else {
-                fullPath.clear();
-                state = Outside;
-            }
+        } else if (kind == BlockLine::SiteClosing) {
+            if (!writeSection(out, request, fullPath, Placement::Appending)) return qz::result::vdir::Refused;
+            stage = Stage::Written;
+        } else if (kind == BlockLine::Closing) {
+            fullPath.clear();
         }
         out.writeLine(line.view());
         return 0;

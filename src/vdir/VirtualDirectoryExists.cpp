@@ -20,7 +20,7 @@ char CQZVirtualDirectory::VirtualDirectoryExists(SDDir* ObjDDir) {
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in, qz::kConfigurationNotOpened)) return failed;
     // The block's closing line is not examined: a section after the end of
     // the website's block, before the next block, still counts.
-    qz::WebsiteBlocks blocks(domain);
+    qz::BlockScan blocks(domain, qz::forms::kVirtualDirectory);
     std::string path;
     const bool found = qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "<Directory")) return false;

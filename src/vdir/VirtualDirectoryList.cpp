@@ -10,7 +10,7 @@ char CQZVirtualDirectory::VirtualDirectoryList(const char* DomainName, StringVec
     qz::LineReader in(HttpdConfFile, qz::kVirtualDirectoryLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in, nullptr)) return failed;
     const std::string domain = qz::str(DomainName);
-    qz::WebsiteBlocks blocks(domain, true);
+    qz::BlockScan blocks(domain, qz::forms::kVirtualDirectoryList);
     qz::scanWebsiteLines(in, blocks, [&](const char* p) {
         if (!qz::startsWithNoCase(p, "Alias") || DDirList == nullptr) return false;
         // A pair for each alias: its target, then its name without the

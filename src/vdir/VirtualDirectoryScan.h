@@ -5,7 +5,9 @@
 #define QZ_VIRTUAL_DIRECTORY_SCAN_H
 
 #include "directory/DirectoryScan.h"
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "QZTypes.h"
 #include "core/Messages.h"
 
@@ -67,37 +69,51 @@ constexpr OptionWord kOptionWords[] = {
     {&SOptions::FollowSymLinks, "FollowSymLinks"},
 };
 
-// Gives up a rewrite of the configuration: both files are closed and the
-// scratch file deleted, so the configuration stays as it was. Returns result.
-inline char abandonRewrite(LineReader& in, Rewrite& rewrite, char result) {
-    in.close();
-    rewrite.discard();
-    return result;
-}
+// The rewrite of creation, update and deletion: over every line to the end
+// of the file (the final empty read included), and the configuration is
+// replaced even when nothing changed.
+constexpr FilePlan kVirtualDirectoryRewrite{nullptr, nullptr, kVirtualDirectoryLineLimit, LoopEnd::EndOfFile,
+                                            EmptyLines::Handed, OpenOrder::FileFirst, Unchanged::Replaced};
 
-// The rewrite loop of creation, update and deletion, over every line to the
-// end of the file (the final empty read included): a line with '#' in its
-// first column is copied; any other is handed to body(line, p), p being the
-// line after its leading white space, which writes what it keeps and returns
-// 0 to go on or a result that ends the rewrite without changing the
-// configuration. At the end the scratch file is moved over the configuration
-// and `done` returned (23, with nothing moved, when the scratch file could
-// not be written whole). A line too long for the buffer would keep such a loop
-// from ever reaching the end of the file; the configuration is left as it is
+// Rewrites the configuration `conf` through the scratch file `scratch`: a
+// line with '#' in its first column is copied; any other is handed to
+// body(line, p, out), p being the line after its leading white space, which
+// writes what it keeps to `out` and returns 0 to go on or a result that ends
+// the rewrite without changing the configuration. opened() runs once both
+// files are open. At the end the scratch file is moved over the
+// configuration and `done` returned (23, with nothing moved, when the scratch
+// file could not be opened or written whole, 22 when the configuration could
+// not be opened, 21 when none is named; a failure to open prints
+// `messages` first, where given). A line too long for the buffer would keep such a loop from
+// ever reaching the end of the file; the configuration is left as it is
 // instead, with 22.
-template <class Body>
-char rewriteConfiguration(LineReader& in, Rewrite& rewrite, char done, Body&& body) {
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (*line == '#') {
-            rewrite.out().writeLine(in.view());
-            continue;
-        }
-        if (const char result = body(in, skipSpace(line))) return abandonRewrite(in, rewrite, result);
-    }
-    if (in.tooLong()) return abandonRewrite(in, rewrite, qz::result::ConfigNotOpened);
-    in.close();
-    return rewrite.commit() ? done : qz::result::ScratchNotWritten;
+struct OpenMessages {
+    const char* config = nullptr;
+    const char* scratch = nullptr;
+};
+template <class Opened, class Body>
+char rewriteConfiguration(const char* conf, const char* scratch, char done, const OpenMessages& messages,
+                          Opened&& opened, Body&& body) {
+    if (isEmpty(conf)) return qz::result::NoConfigFile;
+    char result = 0;
+    const Rewritten end = rewriteFile(
+        str(conf), str(scratch), kVirtualDirectoryRewrite,
+        [&](LineReader& in, ScratchRewrite& out, bool&) {
+            if (in.c_str()[0] == '#') {
+                out.writeLine(in.view());
+                return Next::Line;
+            }
+            result = body(in, skipSpace(in.c_str()), out.out());
+            return result != 0 ? Next::Abandon : Next::Line;
+        },
+        opened);
+    if (result != 0) return result;
+    const char* message = end == Rewritten::FileNotOpened      ? messages.config
+                          : end == Rewritten::ScratchNotOpened ? messages.scratch
+                                                               : nullptr;
+    if (message != nullptr) sayLine(message);
+    if (end == Rewritten::Replaced) return done;
+    return static_cast<char>(RewriteFailures{qz::result::ConfigNotOpened, qz::result::ScratchNotWritten, 0}.code(end));
 }
 
 }  // namespace qz
