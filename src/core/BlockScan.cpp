@@ -24,6 +24,12 @@ BlockScan::Keyword BlockScan::keyword(const char* p, const char*& rest) const {
     return Keyword::None;
 }
 
+namespace {
+const std::string kNoSite;
+}  // namespace
+
+BlockScan::BlockScan(const BlockForm& form) : BlockScan(kNoSite, form) {}
+
 bool BlockScan::closes(const char* line) const {
     const char* p = line;
     if (form_.comments == BlockComments::HashStepped && *p == '#') ++p;
@@ -56,8 +62,13 @@ BlockLine BlockScan::examine(const char* line) {
     }
     case Keyword::Name: {
         if (!inBlock_ || (form_.names == BlockNames::First && named_)) return BlockLine::Other;
+        if (form_.names == BlockNames::Listed) {
+            inBlock_ = false;
+            return BlockLine::Name;
+        }
         const bool names = equalsNoCase(rest, domain_.c_str());
         switch (form_.names) {
+        case BlockNames::Listed:
         case BlockNames::First:
         case BlockNames::UntilOther:
             named_ = true;

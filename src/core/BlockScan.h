@@ -37,6 +37,8 @@ enum class BlockNames {
     Any,         // every one: the last examined decides
     UntilOther,  // every one, until another site's name leaves the block
     Sticky,      // every one: any that names the site makes the block the site's
+    Listed,      // the first, whatever it names, and the walk leaves the block:
+                 // the listings collect it (there is no site)
 };
 
 struct BlockForm {
@@ -72,7 +74,7 @@ constexpr BlockForm kVirtualDirectoryEdit{BlockKeywords::Prefix, BlockComments::
 // A virtual directory's own <Directory> section.
 constexpr BlockForm kVirtualDirectoryInfo{BlockKeywords::Prefix, BlockComments::HashStepped,      true,  13, false, BlockNames::First,      false, false};
 // The website lists: the first ServerName of each block.
-constexpr BlockForm kWebsiteList        {BlockKeywords::Prefix, BlockComments::Examined,          true,  14, false, BlockNames::First,      false, false};
+constexpr BlockForm kWebsiteList        {BlockKeywords::Prefix, BlockComments::Examined,          true,  14, false, BlockNames::Listed,     false, false};
 // Whether a live block names a domain.
 constexpr BlockForm kWebsiteExists      {BlockKeywords::Prefix, BlockComments::Skipped,           true,  14, false, BlockNames::First,      false, false};
 // Deleting a website: the last ServerName seen decides every block after it
@@ -97,6 +99,8 @@ enum class BlockLine {
 class BlockScan {
 public:
     BlockScan(const std::string& domain, const BlockForm& form) : domain_(domain), form_(form) {}
+    // A walk without a site (BlockNames::Listed).
+    explicit BlockScan(const BlockForm& form);
 
     // Examines one line as read and returns what it was.
     BlockLine examine(const char* line);

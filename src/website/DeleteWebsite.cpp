@@ -3,9 +3,18 @@
 
 #include "handlers/PhpFpm.h"
 #include "website/MaintenancePage.h"
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/QZLock.h"
 #include "core/Messages.h"
+
+namespace {
+// The configuration is copied whole to the manager's scratch file, the
+// site's blocks left out, and replaced by it.
+constexpr qz::FilePlan kDeletePlan{nullptr, nullptr, qz::kConfigLineLimit, qz::LoopEnd::EndOfFile,
+                                   qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Replaced};
+}  // namespace
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     const qz::OperationLock lock;
@@ -13,54 +22,45 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     qz::trackMethod(TrackManager, "DeleteWebsite", {domain}, {"pDName"});
 
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
-    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
-    if (!in.isOpen()) {
-        qz::say(qz::msg::kConfigFileNotOpened);
-        return qz::result::ConfigNotOpened;
-    }
-    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) {
-        qz::say(qz::msg::kScratchNotOpened);
-        return qz::result::ScratchNotWritten;
-    }
-    qz::OutFile& out = rewrite.out();
-
-    bool open = false;   // a block is open; its text is held back in `held`
-    bool found = false;  // the last ServerName seen names the domain
+    // Each block's text is held back until its closing line decides
+    // whether it goes. Moving a copy cut short at an over-long line would lose
+    // the rest of the configuration, so that case leaves it as it is.
+    qz::BlockScan block(domain, qz::forms::kWebsiteDelete);
     std::string held;
-    while (in.nextUntilEof()) {
+    const qz::Rewritten end = qz::rewriteFile(HttpdConfFile, qz::str(TEMPFILE), kDeletePlan,
+                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
         const std::string_view line = in.view();
-        const char* p = in.c_str();
-        if (*p == '#') ++p;
-        p = qz::skipSpace(p);
-
-        if (qz::startsWithNoCase(p, "<VirtualHost")) {
+        const bool open = block.inBlock();
+        const qz::BlockLine kind = block.examine(in.c_str());
+        if (kind == qz::BlockLine::Opening) {
             if (open) out.write(held);  // the previous block was never closed
             held.assign(line);
             held += '\n';
-            open = true;
-        } else if (open && qz::startsWithNoCase(p, "ServerName")) {
-            held.append(line);
-            held += '\n';
-            found = qz::serverNameIs(p, domain);
-        } else if (open && qz::startsWithNoCase(p, "</VirtualHost>")) {
-            open = false;
-            held.append(line);
-            held += '\n';
-            if (!found) out.write(held);
-            held.clear();
         } else if (open) {
             held.append(line);
             held += '\n';
+            if (kind == qz::BlockLine::Closing) out.write(held);
+            if (kind == qz::BlockLine::Closing || kind == qz::BlockLine::SiteClosing) held.clear();
         } else if (!line.empty()) {
             out.writeLine(line);
         }
+        return qz::Next::Line;
+    });
+    switch (end) {
+    case qz::Rewritten::Replaced:
+    case qz::Rewritten::Unchanged:
+        break;
+    case qz::Rewritten::FileNotOpened:
+        qz::say(qz::msg::kConfigFileNotOpened);
+        return qz::result::ConfigNotOpened;
+    case qz::Rewritten::TooLong:
+        return qz::result::ConfigNotOpened;
+    case qz::Rewritten::ScratchNotOpened:
+        qz::say(qz::msg::kScratchNotOpened);
+        return qz::result::ScratchNotWritten;
+    case qz::Rewritten::NotWritten:
+        return qz::result::ScratchNotWritten;
     }
-    // Moving a copy cut short at an over-long line would lose the rest of the
-    // configuration, so that case leaves the configuration as it is.
-    if (in.tooLong()) return qz::result::ConfigNotOpened;
-    in.close();
-    if (!rewrite.commit()) return qz::result::ScratchNotWritten;
     // A pool left behind would stop php-fpm, for every site, once the
     // site's user is deleted.
     qz::fpm::removePools(domain);

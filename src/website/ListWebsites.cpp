@@ -17,11 +17,11 @@ char CQZWebsite::ListWebsites(std::vector<std::string>& DomainList) {
 
     std::string serverRoot;
     std::vector<std::string> includes;
-    qz::ServerNameScan scan;
+    qz::BlockScan scan(qz::forms::kWebsiteList);
     while (in.nextUntilEof()) {
         if (in.empty()) continue;
-        const char* p = qz::skipSpace(in.c_str());
-        if (scan.examine(p, DomainList) || scan.inBlock) continue;
+        if (qz::listServerName(scan, in.c_str(), DomainList) || scan.inBlock()) continue;
+        const char* p = scan.text();
         if (qz::startsWithNoCase(p, "ServerRoot")) {
             // The value loses its first and last characters: the quotes of
             // a quoted value, or two letters of an unquoted one.

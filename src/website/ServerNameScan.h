@@ -3,6 +3,7 @@
 #ifndef QZ_SERVER_NAME_SCAN_H
 #define QZ_SERVER_NAME_SCAN_H
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 
 #include <string>
@@ -10,26 +11,14 @@
 
 namespace qz {
 
-struct ServerNameScan {
-    bool inBlock = false;
-
-    // Examines one line, given after its leading white space. True when it
-    // was a block line: an opening line, or, inside a block, its first
-    // ServerName (appended to `names`) or its closing line.
-    bool examine(const char* p, std::vector<std::string>& names) {
-        if (startsWithNoCase(p, "<VirtualHost")) {
-            inBlock = true;
-        } else if (inBlock && startsWithNoCase(p, "ServerName")) {
-            names.emplace_back(afterName(p, 11));
-            inBlock = false;  // one name a block
-        } else if (inBlock && startsWithNoCase(p, "</VirtualHost>")) {
-            inBlock = false;
-        } else {
-            return false;
-        }
-        return true;
-    }
-};
+// Examines one line with `scan` (form kWebsiteList); the first ServerName
+// of a block, 11 characters on and after white space, goes to `names`.
+// True when it was a block line.
+inline bool listServerName(BlockScan& scan, const char* line, std::vector<std::string>& names) {
+    const BlockLine kind = scan.examine(line);
+    if (kind == BlockLine::Name) names.emplace_back(afterName(scan.text(), 11));
+    return kind != BlockLine::Other;
+}
 
 // Appends the first ServerName of every block of one included file to
 // `websites` (CQZWebsite::VHostsInIncFile); always true.

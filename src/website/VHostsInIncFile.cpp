@@ -12,9 +12,9 @@ bool qz::vhostsInIncFile(const std::string& szFileName, std::vector<std::string>
         qz::sayLine(qz::msg::kConfigNotOpened);
         return true;
     }
-    qz::ServerNameScan scan;
+    qz::BlockScan scan(qz::forms::kWebsiteList);
     while (in.nextUntilEof())
-        if (!in.empty()) scan.examine(qz::skipSpace(in.c_str()), websites);
+        if (!in.empty()) qz::listServerName(scan, in.c_str(), websites);
     return true;
 }
 

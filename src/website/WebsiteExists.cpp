@@ -1,6 +1,7 @@
 // CQZWebsite::WebsiteExists: whether a live block names a domain.
 #include "CQZWebsite.h"
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 
 char CQZWebsite::WebsiteExists(const char* DomainName) {
@@ -9,21 +10,11 @@ char CQZWebsite::WebsiteExists(const char* DomainName) {
 
     qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-    bool inBlock = false;
+    // Commented-out lines (a stopped website) do not count; the first
+    // ServerName of a block decides it.
+    qz::BlockScan block(domain, qz::forms::kWebsiteExists);
     while (in.nextUntilEof()) {
-        // Commented-out lines (a stopped website) do not count.
-        if (in.empty() || in.c_str()[0] == '#') continue;
-        const char* p = qz::skipSpace(in.c_str());
-        if (qz::startsWithNoCase(p, "<VirtualHost")) {
-            inBlock = true;
-        } else if (!inBlock) {
-            continue;
-        } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (qz::serverNameIs(p, domain)) return qz::result::website::Exists;
-            inBlock = false;  // one ServerName decides the block
-        } else if (qz::startsWithNoCase(p, "</VirtualHost>")) {
-            inBlock = false;
-        }
+        if (block.examine(in.c_str()) == qz::BlockLine::SiteName) return qz::result::website::Exists;
     }
     return qz::result::website::DoesNotExist;
 }
