@@ -82,8 +82,9 @@ constexpr BlockForm kWebsiteExists      {BlockKeywords::Prefix, BlockComments::S
 constexpr BlockForm kWebsiteDelete      {BlockKeywords::Prefix, BlockComments::HashStepped,       true,  14, false, BlockNames::Any,        true,  true};
 // The PHP include line of a site.
 constexpr BlockForm kPhpInclude         {BlockKeywords::Prefix, BlockComments::HashStepped,       true,  14, true,  BlockNames::UntilOther, false, false};
-// The PHP-FPM lines of a site's live blocks.
-constexpr BlockForm kPhpFpm             {BlockKeywords::Prefix, BlockComments::SkippedAfterSpace, true,  14, false, BlockNames::Sticky,     false, false};
+// The PHP-FPM lines of a site's live blocks; the lines after the site's
+// block, up to the next opening line, still count as the site's.
+constexpr BlockForm kPhpFpm             {BlockKeywords::Prefix, BlockComments::SkippedAfterSpace, true,  14, false, BlockNames::Sticky,     false, true};
 }  // namespace forms
 
 // What a line was to the walk.

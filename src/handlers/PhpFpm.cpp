@@ -1,5 +1,7 @@
 #include "handlers/PhpFpm.h"
 
+#include "core/BlockScan.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -38,29 +40,6 @@ bool sectionAt(const std::vector<std::string>& lines, size_t i) {
            endsWith(handler, kHandlerClose) && lines[i + 3] == kIfEnd && lines[i + 4] == kFilesMatchEnd;
 }
 
-// The line's state in the walk over live blocks: a comment line is no
-// block line, "<VirtualHost" opens one, its ServerName lines decide whether
-// it is the site's, "</VirtualHost>" closes it.
-struct BlockWalk {
-    enum Kind { kOther, kOpen, kClose };
-    Kind step(const std::string& line, const std::string& domain) {
-        const char* p = skipSpace(line.c_str());
-        if (*p == '#') return kOther;
-        if (startsWithNoCase(p, "<VirtualHost")) {
-            inBlock = true;
-            site = false;
-            return kOpen;
-        }
-        if (!inBlock) return kOther;
-        if (startsWithNoCase(p, "</VirtualHost>")) {
-            inBlock = false;
-            return kClose;
-        }
-        if (startsWithNoCase(p, "ServerName") && serverNameIs(p, domain)) site = true;
-        return kOther;
-    }
-    bool inBlock = false, site = false;
-};
 }  // namespace
 
 bool validVersion(const std::string& version) {
@@ -154,10 +133,10 @@ bool SiteConf::read(const char* conf, const std::string& domain) {
     LineReader in(conf, kNoLineLimit);
     if (!in.isOpen()) return false;
     while (in.getline()) lines.emplace_back(in.view());
-    BlockWalk walk;
+    BlockScan walk(domain, forms::kPhpFpm);
     for (const std::string& line : lines) {
-        walk.step(line, domain);
-        if (!walk.site) continue;
+        walk.examine(line.c_str());
+        if (!walk.inSite()) continue;
         found = true;
         const WordLine w(skipSpace(line.c_str()));
         if (w.is("<IfModule")) {
@@ -173,14 +152,15 @@ bool SiteConf::read(const char* conf, const std::string& domain) {
 std::vector<std::string> SiteConf::edited(const std::string& socket, bool& changed) const {
     std::vector<std::string> out;
     out.reserve(lines.size() + 5);
-    BlockWalk walk;
+    BlockScan walk(domain_, forms::kPhpFpm);
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (walk.site && sectionAt(lines, i)) {
+        if (walk.inSite() && sectionAt(lines, i)) {
             i += 4;
             continue;
         }
-        const bool site = walk.site;
-        if (walk.step(lines[i], domain_) == BlockWalk::kClose && site && !socket.empty())
+        const bool siteBlock = walk.inBlock() && walk.inSite();
+        const BlockLine kind = walk.examine(lines[i].c_str());
+        if ((kind == BlockLine::Closing || kind == BlockLine::SiteClosing) && siteBlock && !socket.empty())
             for (std::string& line : section(socket)) out.push_back(std::move(line));
         out.push_back(lines[i]);
     }
@@ -192,12 +172,12 @@ std::vector<std::string> SiteConf::withModuleBasedir(const std::string& value, i
     std::vector<std::string> out;
     out.reserve(lines.size() + 1);
     blocks = 0;
-    BlockWalk walk;
+    BlockScan walk(domain_, forms::kPhpFpm);
     bool inModule = false;
     for (const std::string& line : lines) {
-        walk.step(line, domain_);
+        walk.examine(line.c_str());
         const WordLine w(skipSpace(line.c_str()));
-        if (walk.site && w.is("<IfModule") && startsWithNoCase(w.rest, "mod_php")) {
+        if (walk.inSite() && w.is("<IfModule") && startsWithNoCase(w.rest, "mod_php")) {
             inModule = true;
             ++blocks;
         } else if (inModule && w.is("php_admin_value") && WordLine(w.rest).is("open_basedir")) {
