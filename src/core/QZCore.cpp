@@ -425,6 +425,16 @@ bool Rewrite::commit() {
     return true;
 }
 
+bool Rewrite::commitByRename() {
+    if (!out_.finish()) {
+        std::remove(scratch_.c_str());
+        return false;
+    }
+    // The rename's result is not examined, as mv's is not.
+    replaceByRename(scratch_, target_);
+    return true;
+}
+
 void Rewrite::discard() {
     out_.close();
     std::remove(scratch_.c_str());

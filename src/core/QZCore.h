@@ -353,6 +353,8 @@ public:
     // deleted and the target stays as it was; the caller answers as for a
     // scratch file that cannot be opened.
     [[nodiscard]] bool commit();
+    // The same with rename(2) (replaceByRename) in place of mv.
+    [[nodiscard]] bool commitByRename();
     // Closes and deletes the scratch file; the target stays as it was.
     void discard();
 

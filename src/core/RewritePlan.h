@@ -24,16 +24,35 @@ enum class EmptyLines {
 };
 
 enum class OpenOrder {
-    FileFirst,     // the file, then the scratch file: a file that does not open
-                   // leaves no scratch file behind
-    ScratchFirst,  // the scratch file, then the file
+    FileFirst,        // the file, then the scratch file: a file that does not
+                      // open leaves no scratch file behind
+    ScratchFirst,     // the scratch file, then the file
+    ScratchOptional,  // the scratch file first; one that cannot be opened does
+                      // not stop the read, but nothing replaces the file
 };
 
 enum class Unchanged {
-    Discarded,    // nothing changed: the scratch file is deleted, the file stays
-    Replaced,     // the copy replaces the file all the same
-    ScratchKept,  // the scratch file is closed and left behind; so it is when
-                  // an over-long line leaves the file as it is
+    Left,      // nothing changed: the file stays as it is
+    Replaced,  // the copy replaces the file all the same
+};
+
+// What becomes of a scratch file that does not replace the file.
+enum class Leftover {
+    Deleted,
+    Kept,  // closed and left behind, as far as it was written
+};
+
+// How the scratch file takes the file's place.
+enum class Placing {
+    MoveCommand,  // "mv scratch file" through the shell
+    Rename,       // rename(2)
+};
+
+// What an over-long line does to a stream-failure loop (an end-of-file loop
+// would never end after one, so it always leaves the file as it is).
+enum class LongLine {
+    EndsCopy,    // the copy ends there, like at the end of the file
+    LeavesFile,  // the file stays as it is
 };
 
 struct FilePlan {
@@ -46,7 +65,10 @@ struct FilePlan {
                                 // a stream-failure loop ends there like at end of file
     EmptyLines emptyLines;
     OpenOrder open = OpenOrder::FileFirst;
-    Unchanged unchanged = Unchanged::Discarded;
+    Unchanged unchanged = Unchanged::Left;
+    Leftover leftover = Leftover::Deleted;
+    LongLine longLine = LongLine::EndsCopy;
+    Placing placing = Placing::MoveCommand;
 };
 
 
@@ -99,7 +121,9 @@ public:
     void write(std::string_view text) { rewrite_.out().write(text); }
     void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
     // See Rewrite::commit.
-    [[nodiscard]] bool commit() { return rewrite_.commit(); }
+    [[nodiscard]] bool commit(Placing placing = Placing::MoveCommand) {
+        return placing == Placing::Rename ? rewrite_.commitByRename() : rewrite_.commit();
+    }
     // Closes and deletes the scratch file; the file stays as it was.
     void discard() { rewrite_.discard(); }
 
@@ -161,9 +185,12 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
                       Opened&& opened = Opened()) {
     makeBackup(file, plan);
     ScratchRewrite scratch(scratchPath, file);
-    if (plan.open == OpenOrder::ScratchFirst && !scratch.open()) return Rewritten::ScratchNotOpened;
+    const bool scratchFirst = plan.open != OpenOrder::FileFirst;
+    bool scratchOpen = scratchFirst && scratch.open();
+    if (plan.open == OpenOrder::ScratchFirst && !scratchOpen) return Rewritten::ScratchNotOpened;
     const auto leaveScratch = [&] {
-        if (plan.unchanged == Unchanged::ScratchKept) {
+        if (!scratchOpen) return;
+        if (plan.leftover == Leftover::Kept) {
             static_cast<void>(scratch.out().close());
         } else {
             scratch.discard();
@@ -171,19 +198,21 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
     };
     LineReader in(file, plan.limit);
     if (!in.isOpen()) {
-        if (plan.open == OpenOrder::ScratchFirst) leaveScratch();
+        leaveScratch();
         return Rewritten::FileNotOpened;
     }
-    if (plan.open == OpenOrder::FileFirst && !scratch.open()) return Rewritten::ScratchNotOpened;
+    if (!scratchFirst && !(scratchOpen = scratch.open())) return Rewritten::ScratchNotOpened;
     opened();
     bool changed = false;
-    const ScanEnd end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
+    ScanEnd end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
+    if (plan.longLine == LongLine::LeavesFile && in.tooLong()) end = ScanEnd::TooLong;
     in.close();
-    if (end == ScanEnd::TooLong || (!changed && plan.unchanged != Unchanged::Replaced)) {
+    if (end == ScanEnd::TooLong || !scratchOpen || (!changed && plan.unchanged == Unchanged::Left)) {
         leaveScratch();
-        return end == ScanEnd::TooLong ? Rewritten::TooLong : Rewritten::Unchanged;
+        if (end == ScanEnd::TooLong) return Rewritten::TooLong;
+        return scratchOpen ? Rewritten::Unchanged : Rewritten::ScratchNotOpened;
     }
-    return scratch.commit() ? Rewritten::Replaced : Rewritten::NotWritten;
+    return scratch.commit(plan.placing) ? Rewritten::Replaced : Rewritten::NotWritten;
 }
 
 // The same with the plan's scratch name (file<scratchSuffix>), answered with

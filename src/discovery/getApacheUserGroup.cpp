@@ -2,6 +2,7 @@
 #include "QZCommon.h"
 
 #include "discovery/ApacheDiscovery.h"
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 
 namespace {
@@ -46,12 +47,10 @@ void fromEnvvars(const char* p, std::string& user, std::string& group) {
 void fromConfiguration(const std::string& file, std::string& user, std::string& group) {
     qz::LineReader in(file, qz::kConfigLineLimit);
     if (!in.isOpen()) return;
-    bool inBlock = false;
+    qz::BlockScan block(qz::forms::kServerUser);
     while (in.getline()) {
-        const qz::WordLine w(qz::skipSpace(in.c_str()));
-        if (w.is("<VirtualHost")) inBlock = true;
-        if (w.is("</VirtualHost>")) inBlock = false;
-        if (inBlock) continue;
+        if (block.examine(in.c_str()) == qz::BlockLine::Opening || block.inBlock()) continue;
+        const qz::WordLine w(block.text());
         std::string_view value(w.rest);
         value = value.substr(0, value.find_first_of(" \t"));
         if (w.is("User")) take(user, value);

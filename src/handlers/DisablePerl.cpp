@@ -13,7 +13,7 @@ int CQZWebsite::DisablePerl(std::string szDomainName) {
     bool inDirectory = false;
     return qz::rewritePerlSite(HttpdConfFile, szDomainName, [&](qz::PerlSiteScan& scan, const qz::WordLine& w,
                                                                 std::string_view line, qz::OutFile& out) {
-        if (scan.rootDirectory(w)) {
+        if (scan.rootDirectory(line.data())) {
             inDirectory = true;
         } else if (w.is("</VirtualHost>")) {
             inDirectory = false;

@@ -1,6 +1,7 @@
 // CQZWebsite::DisablePhp: removes the PHP module block from a site.
 #include "CQZWebsite.h"
 
+#include "core/BlockScan.h"
 #include "handlers/HandlerScan.h"
 #include "core/QZLock.h"
 
@@ -9,17 +10,16 @@
 int CQZWebsite::DisablePhp(std::string DomainName) {
     const qz::OperationLock lock;
     if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
-    int depth = 0;         // <VirtualHost> lines not yet closed
-    bool site = false;     // the last ServerName at depth 1 names the domain
+    // The last ServerName of a block not nested in another decides; the site
+    // stays the site's after its closing line, up to the next opening line.
+    qz::BlockScan block(DomainName, qz::forms::kPhpDisable);
     bool inBlock = false;  // inside the site's <IfModule mod_php?.c> block
     return qz::rewriteWords(HttpdConfFile, qz::str(TEMPFILE), 2048,
                             [&](const qz::WordLine& w, std::string_view line, qz::OutFile& out) {
-        if (w.is("<VirtualHost")) {
-            site = inBlock = false;
-            ++depth;
-        } else if (w.is("ServerName")) {
-            if (depth == 1) site = strcasecmp(w.rest, DomainName.c_str()) == 0;
-        } else if (w.is("<IfModule") && site) {
+        const qz::BlockLine kind = block.examine(line.data());
+        if (kind == qz::BlockLine::Opening) inBlock = false;
+        const bool blockLine = kind != qz::BlockLine::Other || w.is("ServerName") || w.is("</VirtualHost>");
+        if (!blockLine && w.is("<IfModule") && block.inSite()) {
             // The name is cut one character before its first dot: the module
             // file's version character goes with it (mod_php5.c> -> mod_php).
             // A rest without a dot, or starting with one, names no module.
@@ -30,13 +30,9 @@ int CQZWebsite::DisablePhp(std::string DomainName) {
                 inBlock = true;
                 return;
             }
-        } else if (w.is("AddHandler") && inBlock) {
+        } else if (!blockLine && inBlock && (w.is("AddHandler") || w.is("</IfModule>"))) {
+            if (w.is("</IfModule>")) inBlock = false;
             return;
-        } else if (w.is("</IfModule>") && inBlock) {
-            inBlock = false;
-            return;
-        } else if (w.is("</VirtualHost>")) {
-            depth = 0;
         }
         out.writeLine(line);
     });

@@ -16,15 +16,4 @@ std::string siteFolder(const std::string& documentRoot, const std::string& domai
     return documentRoot.substr(0, at + domain.size());
 }
 
-bool ServerModuleLine::loads(std::string_view line, const std::string& moduleName) {
-    if (line.substr(0, 12) == "<VirtualHost") {
-        inSite = true;
-    } else if (line.substr(0, 13) == "</VirtualHost") {
-        inSite = false;
-    } else if (!inSite) {
-        return line.substr(0, 1) != "#" && contains(line, "LoadModule") && contains(line, moduleName);
-    }
-    return false;
-}
-
 }  // namespace qz

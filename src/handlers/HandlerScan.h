@@ -5,7 +5,9 @@
 #ifndef QZ_HANDLER_SCAN_H
 #define QZ_HANDLER_SCAN_H
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 
 #include <string>
 #include <string_view>
@@ -36,22 +38,18 @@ inline bool contains(std::string_view text, std::string_view part) {
 // short would lose the rest of it.
 template <class Body>
 int rewriteWords(const std::string& conf, const std::string& scratch, size_t limit, Body&& body) {
-    Rewrite rewrite(scratch, conf);
-    const bool scratchOpen = rewrite.open();
-    LineReader in(conf, limit);
-    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
-    OutFile& out = rewrite.out();
-    while (in.getline()) {
-        if (in.empty()) continue;
+    const FilePlan plan{nullptr,           nullptr,          limit,          LoopEnd::StreamFailure,
+                        EmptyLines::Skipped, OpenOrder::ScratchOptional, Unchanged::Replaced, Leftover::Kept,
+                        LongLine::LeavesFile};
+    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, ScratchRewrite& out, bool&) {
         const char* p = skipSpace(in.c_str());
         if (*p == '#')
             out.writeLine(in.view());
         else
-            body(WordLine(p), in.view(), out);
-    }
-    if (in.tooLong()) return qz::result::handler::ConfigNotOpened;
-    in.close();
-    if (scratchOpen) static_cast<void>(rewrite.commit());
+            body(WordLine(p), in.view(), out.out());
+        return Next::Line;
+    });
+    if (end == Rewritten::FileNotOpened || end == Rewritten::TooLong) return qz::result::handler::ConfigNotOpened;
     return qz::result::handler::Rewritten;
 }
 
@@ -68,14 +66,10 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
 template <class Guard>
 int insertAfterCustomLog(const std::string& conf, const std::string& scratch, const std::string& match,
                          Guard&& guard, const std::vector<std::string>& block, bool insert = true) {
-    Rewrite rewrite(scratch, conf);
-    if (!rewrite.open()) return qz::result::ScratchNotWritten;
-    LineReader in(conf, kNoLineLimit);
-    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
-    OutFile& out = rewrite.out();
+    constexpr FilePlan plan{nullptr, nullptr, kNoLineLimit, LoopEnd::EndOfFile, EmptyLines::Handed,
+                            OpenOrder::ScratchFirst, Unchanged::Left, Leftover::Kept};
     bool inSite = false;
-    bool done = false;
-    while (in.nextUntilEof()) {
+    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, ScratchRewrite& out, bool& done) {
         const std::string_view line = handlerForm(in.view());
         if (line == match) inSite = true;
         if (inSite && line.substr(0, 9) == "CustomLog") {
@@ -92,9 +86,16 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
             }
         }
         out.writeLine(in.view());
+        return Next::Line;
+    });
+    switch (end) {
+    case Rewritten::ScratchNotOpened:
+    case Rewritten::NotWritten: return qz::result::ScratchNotWritten;
+    case Rewritten::FileNotOpened: return qz::result::handler::ConfigNotOpened;
+    case Rewritten::Replaced:
+    case Rewritten::TooLong:
+    case Rewritten::Unchanged: break;
     }
-    in.close();
-    if (done && !rewrite.commit()) return qz::result::ScratchNotWritten;
     return qz::result::handler::Done;
 }
 
@@ -107,11 +108,15 @@ std::string siteFolder(const std::string& documentRoot, const std::string& domai
 // in their handler form; a line starting with "<VirtualHost" enters a site
 // block and one starting with "</VirtualHost" leaves it (case as written).
 struct ServerModuleLine {
-    // Whether `line` (in handler form), outside site blocks, is a LoadModule
-    // line that names `moduleName` and is not a comment.
-    bool loads(std::string_view line, const std::string& moduleName);
+    // Whether `line` (in handler form, ending where the line read ends),
+    // outside site blocks, is a LoadModule line that names `moduleName` and
+    // is not a comment.
+    bool loads(std::string_view line, const std::string& moduleName) {
+        if (block.examine(line.data()) != BlockLine::Other || block.inBlock()) return false;
+        return line.substr(0, 1) != "#" && contains(line, "LoadModule") && contains(line, moduleName);
+    }
 
-    bool inSite = false;
+    BlockScan block{forms::kServerModules};
 };
 
 }  // namespace qz

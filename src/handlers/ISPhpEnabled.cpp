@@ -10,21 +10,16 @@ int CQZWebsite::ISPhpEnabled(std::string DomainName) {
     if (qz::isEmpty(HttpdConfFile)) return qz::result::handler::ConfigNotOpened;
     qz::LineReader in(HttpdConfFile, qz::kPhpStatusLineLimit);
     if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
-    int count = 0;  // <VirtualHost> lines since the last ServerName or closing
-    bool site = false;
+    // A second opening line before a block's ServerName hides its name.
+    qz::BlockScan block(DomainName, qz::forms::kPhpStatus);
     // A line over the limit fails the stream and ends the scan.
     while (in.getline()) {
         if (in.empty()) continue;
-        const char* p = qz::skipSpace(in.c_str());
-        if (*p == '#') continue;
-        const qz::WordLine w(p);
-        if (w.is("<VirtualHost")) {
-            ++count;
-        } else if (w.is("ServerName")) {
-            if (count != 1) continue;
-            count = 0;  // a second ServerName of the block is not looked at
-            site = strcasecmp(w.rest, DomainName.c_str()) == 0;
-        } else if (w.is("<IfModule") && site) {
+        const qz::BlockLine kind = block.examine(in.c_str());
+        if (kind == qz::BlockLine::SiteClosing) return qz::result::handler::NoPhp;
+        if (kind != qz::BlockLine::Other || *block.text() == '#' || !block.inSite()) continue;
+        const qz::WordLine w(block.text());
+        if (w.is("<IfModule")) {
             // A rest without a dot names no module.
             const char* dot = strchr(w.rest, '.');
             if (dot == nullptr) continue;
@@ -42,14 +37,11 @@ int CQZWebsite::ISPhpEnabled(std::string DomainName) {
                 qz::sayLine(qz::msg::kFcgidEnabled);
                 return qz::result::handler::Fcgid;
             }
-        } else if (w.is("SetHandler") && site && qz::startsWithNoCase(w.rest, "\"proxy:unix:") &&
+        } else if (w.is("SetHandler") && qz::startsWithNoCase(w.rest, "\"proxy:unix:") &&
                    strstr(w.rest, "|fcgi://") != nullptr) {
             // The section that hands .php files to the site's PHP-FPM pool.
             qz::sayLine(qz::msg::kFpmEnabled);
             return qz::result::handler::PhpFpm;
-        } else if (w.is("</VirtualHost>")) {
-            if (site) return qz::result::handler::NoPhp;
-            count = 0;
         }
     }
     return qz::result::handler::NoPhp;

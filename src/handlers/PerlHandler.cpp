@@ -4,18 +4,12 @@
 
 namespace qz {
 
-bool PerlSiteScan::rootDirectory(const WordLine& w) {
-    if (w.is("<VirtualHost")) {
-        inHost = true;
-    } else if (w.is("ServerName")) {
-        if (inHost && strcasecmp(w.rest, domain.c_str()) == 0) site = true;
-    } else if (w.is("</VirtualHost>")) {
-        inHost = site = false;
-    } else if (w.is("<Directory") && site) {
-        std::string path;
-        return firstQuoted(w.rest, path) && strcasecmp(path.c_str(), documentRoot.c_str()) == 0;
-    }
-    return false;
+bool PerlSiteScan::rootDirectory(const char* line) {
+    const WordLine w(skipSpace(line));
+    if (block.examine(line) != BlockLine::Other || !block.inSite() || !w.is("<Directory"))
+        return false;
+    std::string path;
+    return firstQuoted(w.rest, path) && strcasecmp(path.c_str(), documentRoot.c_str()) == 0;
 }
 
 }  // namespace qz

@@ -3,6 +3,7 @@
 #ifndef QZ_PERL_HANDLER_H
 #define QZ_PERL_HANDLER_H
 
+#include "core/BlockScan.h"
 #include "handlers/HandlerScan.h"
 #include "toolkit/Toolkit.h"
 
@@ -15,19 +16,18 @@ constexpr const char* kPerlScratch = "/etc/tempapa1";
 constexpr size_t kPerlLineLimit = 2047;
 
 struct PerlSiteScan {
-    PerlSiteScan(const std::string& domainName, const std::string& root) : domain(domainName), documentRoot(root) {}
+    PerlSiteScan(const std::string& domainName, const std::string& root)
+        : block(domainName, forms::kPerl), documentRoot(root) {}
 
-    // Follows the block lines: "<VirtualHost" enters a host, a "ServerName"
-    // in a host naming the domain marks the site (another name does not
-    // unmark it), "</VirtualHost>" clears both. True for a "<Directory" line
-    // of the marked site whose quoted path is the document root (ignoring
-    // case); a path without double quotes never is.
-    bool rootDirectory(const WordLine& w);
+    // Follows the block lines (form kPerl: a "ServerName" in a host naming
+    // the domain marks the site, another name does not unmark it,
+    // "</VirtualHost>" clears both). True for a "<Directory" line of the
+    // marked site whose quoted path is the document root (ignoring case); a
+    // path without double quotes never is.
+    bool rootDirectory(const char* line);
 
-    const std::string& domain;
+    BlockScan block;
     const std::string& documentRoot;
-    bool inHost = false;
-    bool site = false;
 };
 
 // The rewrite of both operations: 21 when no configuration is named; else the

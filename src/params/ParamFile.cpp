@@ -2,6 +2,7 @@
 #include "params/ParamFile.h"
 
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/Messages.h"
 
 #include <cstdio>
@@ -21,18 +22,22 @@ ParamLine::Kind ParamLine::classify(const char* line) const {
     return std::strcmp(p, value.c_str()) == 0 ? Match : Other;
 }
 
+// The scratch file (file_qzbackup) opens first. A line of more than 2998
+// characters fails the read and ends the copy as the end of the file does;
+// the file is replaced by the copy made so far, as the toolkit's reads do.
+// The copy is renamed over the file, which a reader then finds old or new,
+// never missing; a copy that could not be written whole is not put in its
+// place.
+constexpr FilePlan kParamPlan{nullptr,         "_qzbackup",           kParamLineLimit,     LoopEnd::StreamFailure,
+                              EmptyLines::Skipped, OpenOrder::ScratchFirst, Unchanged::Replaced, Leftover::Kept,
+                              LongLine::EndsCopy,  Placing::Rename};
+
 int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const std::string* replacement,
                      bool keepComments) {
     if (filePath.empty() || wanted.name.empty() || wanted.value.empty()) return 0;
-    const std::string scratch = filePath + "_qzbackup";
-    OutFile out;
-    if (!out.open(scratch.c_str())) return 0;
-    LineReader in(filePath, kParamLineLimit);
-    if (!in.isOpen()) return 0;
-
     int changed = 0;
-    while (in.getline()) {
-        if (in.empty()) continue;
+    const Rewritten end = rewriteFile(filePath, filePath + kParamPlan.scratchSuffix, kParamPlan,
+                                      [&](LineReader& in, ScratchRewrite& out, bool&) {
         switch (wanted.classify(in.c_str())) {
         case ParamLine::Comment:
             if (keepComments) out.writeLine(in.view());
@@ -45,21 +50,9 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
             out.writeLine(in.view());
             break;
         }
-    }
-    // A line of more than 2998 characters fails the read and ends the copy as
-    // the end of the file does; the file is replaced by the copy made so far,
-    // as the toolkit's reads do.
-    in.close();
-    // A copy that could not be written whole is not put in its place: 0, the
-    // file as it was.
-    if (!out.finish()) {
-        std::remove(scratch.c_str());
-        return 0;
-    }
-    // The copy is renamed over the file, which a reader then finds old or
-    // new, never missing; the rename's result is not examined.
-    replaceByRename(scratch, filePath);
-    return changed;
+        return Next::Line;
+    });
+    return end == Rewritten::Replaced ? changed : 0;
 }
 
 }  // namespace qz

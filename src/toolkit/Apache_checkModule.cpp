@@ -10,12 +10,13 @@ int qz::checkModule(const std::string& apacheConfFile, const std::string& module
     LineReader in(apacheConfFile, plans::kServerScan.limit);
     if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
+    const BlockScan level(forms::kServerLevel);
     scanLines(in, plans::kServerScan, [&](LineReader& line) {
         const char* p = skipSpace(line.c_str());
         if (isComment(p)) return Next::Line;
         // The skip of a <VirtualHost> block never stops at its closing line:
         // only LoadModule lines before the first block count.
-        if (startsWithNoCase(p, "<VirtualHost")) return Next::Stop;
+        if (level.opens(p)) return Next::Stop;
         if (startsWithNoCase(p, "LoadModule") && startsWithNoCase(afterName(p, 10), moduleName)) {
             isExist = true;
             return Next::Stop;

@@ -14,8 +14,9 @@ int ApacheHelper::Apache_checkModulePhysicalPath(std::string apacheConfFile, std
     // The configuration only has to hold a non-empty line before its first
     // <VirtualHost> block (whose skip reads on to the end of the file).
     bool reached = false;
+    const BlockScan level(forms::kServerLevel);
     scanLines(in, plans::kServerScan, [&](LineReader& line) {
-        reached = !startsWithNoCase(skipSpace(line.c_str()), "<VirtualHost");
+        reached = !level.opens(line.c_str());
         return Next::Stop;
     });
     in.close();

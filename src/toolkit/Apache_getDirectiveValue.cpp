@@ -15,9 +15,10 @@ int qz::directiveValue(const std::string& apacheConfFile, const std::string& dir
     if (!in.isOpen()) return qz::result::toolkit::FileNotOpened;
 
     int result = 6;
+    const BlockScan level(forms::kServerLevel);
     scanLines(in, plans::kServerScan, [&](LineReader& line) {
         const char* p = skipSpace(line.c_str());
-        if (startsWithNoCase(p, "<VirtualHost")) {
+        if (level.opens(p)) {
             skipVirtualHost(in, plans::kSkippedHostLimit);
             return Next::Line;
         }

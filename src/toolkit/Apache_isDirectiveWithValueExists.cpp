@@ -14,12 +14,13 @@ bool qz::directiveWithValueExists(const std::string& apacheConfFile, const std::
     if (!in.isOpen()) return false;
 
     bool exists = false;
+    const BlockScan level(forms::kServerDirective);
     scanLines(in, plans::kServerScan, [&](LineReader& line) {
         const char* p = skipSpace(line.c_str());
         if (isComment(p)) return Next::Line;
         // A bare "<VirtualHost>" opens nothing here; it goes on to the
         // directive test like any other line.
-        if (startsWithNoCase(p, "<VirtualHost") && !startsWithNoCase(p, "<VirtualHost>")) {
+        if (level.opens(p)) {
             skipVirtualHost(in, plans::kServerScan.limit);
             return Next::Line;
         }

@@ -14,8 +14,9 @@ bool appendLine(const std::string& file, std::string_view text) {
 }
 
 void skipVirtualHost(LineReader& in, size_t limit) {
+    const BlockScan level(forms::kServerLevel);
     while (in.getline(limit)) {
-        if (startsWithNoCase(skipSpace(in.c_str()), "</VirtualHost")) return;
+        if (level.closes(in.c_str())) return;
     }
 }
 

@@ -31,7 +31,7 @@ constexpr FilePlan kUpdateDirectiveInVH   {".qzbackup.rt",   "_temp1",          
 constexpr FilePlan kUpdateVHDirContents   {".qzbackup.rt",   "_temp12",         2024, LoopEnd::StreamFailure, EmptyLines::Skipped};
 constexpr FilePlan kIsModuleExistsInVH    {nullptr,          nullptr,           4999, LoopEnd::EndOfFile,     EmptyLines::Skipped};
 constexpr FilePlan kDeleteVhIfmoduleBlock {nullptr,          ".dif",            2047, LoopEnd::EndOfFile,     EmptyLines::Skipped,
-                                           OpenOrder::ScratchFirst, Unchanged::ScratchKept};
+                                           OpenOrder::ScratchFirst, Unchanged::Left, Leftover::Kept};
 constexpr FilePlan kChangeVirtualHostPort {".qzbackup.cp",   "_qzbackup_cp",    2999, LoopEnd::EndOfFile,     EmptyLines::Handed};
 }  // namespace plans
 
@@ -65,18 +65,9 @@ inline const char* valueAfter(const char* p, size_t nameLength) {
 struct ServerLevel {
     // Examines one line (after its leading white space); true when it is at
     // server level.
-    bool at(const char* p) {
-        if (startsWithNoCase(p, "<VirtualHost")) {
-            inHost = true;
-        } else if (startsWithNoCase(p, "</VirtualHost")) {
-            inHost = false;
-        } else {
-            return !inHost;
-        }
-        return false;
-    }
+    bool at(const char* p) { return block.examine(p) == BlockLine::Other && !block.inBlock(); }
 
-    bool inHost = false;
+    BlockScan block{forms::kServerLevel};
 };
 
 // Rewrites `file` as `plan` says with `entry` written before the first line

@@ -13,7 +13,8 @@ namespace {
 // The configuration is copied whole to the manager's scratch file, the
 // site's blocks left out, and replaced by it.
 constexpr qz::FilePlan kDeletePlan{nullptr, nullptr, qz::kConfigLineLimit, qz::LoopEnd::EndOfFile,
-                                   qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Replaced};
+                                   qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Replaced,
+                                   qz::Leftover::Kept};
 }  // namespace
 
 char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {

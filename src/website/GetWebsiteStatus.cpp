@@ -1,32 +1,20 @@
 // CQZWebsite::GetWebsiteStatus: whether a website is running or stopped.
 #include "CQZWebsite.h"
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
-
-#include <strings.h>
 
 char CQZWebsite::GetWebsiteStatus(std::string szDomainName) {
     qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
     if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-    bool inBlock = false;
+    // Only a blank separates the keyword from the rest; a block commented
+    // out is walked as a live one and read as stopped.
+    qz::BlockScan block(szDomainName, qz::forms::kWebsiteStatus);
     while (in.nextUntilEof()) {
-        if (in.empty()) continue;
-        const char* p = qz::skipSpace(in.c_str());
-        const bool commented = *p == '#';
-        if (commented) p = qz::skipSpace(p + 1);
-        // Only a blank separates the keyword from the rest.
-        const qz::WordLine w(p);
-        if (w.is("<VirtualHost")) {
-            inBlock = true;
-        } else if (inBlock && w.is("ServerName")) {
-            if (strcasecmp(w.rest, szDomainName.c_str()) == 0) {
-                qz::sayLine(w.rest);
-                return commented ? qz::result::website::StatusStopped : qz::result::website::StatusRunning;
-            }
-            inBlock = false;
-        } else if (w.word.find("</VirtualHost>") != std::string_view::npos) {
-            inBlock = false;
-        }
+        if (in.empty() || block.examine(in.c_str()) != qz::BlockLine::SiteName) continue;
+        qz::sayLine(qz::WordLine(block.text()).rest);
+        const bool commented = *qz::skipSpace(in.c_str()) == '#';
+        return commented ? qz::result::website::StatusStopped : qz::result::website::StatusRunning;
     }
     return qz::result::website::StatusNoSuchSite;
 }

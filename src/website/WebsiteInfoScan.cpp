@@ -35,39 +35,33 @@ void clearPairs(UpdateVHost& info) {
 
 }  // namespace
 
-InfoLine readInfoLine(const char* raw, const std::string& domain, InfoScan& scan) {
-    const char* p = raw;
-    if (*p == '#') ++p;
-    p = skipSpace(p);
+InfoLine readInfoLine(const char* raw, InfoScan& scan) {
+    const bool inBlock = scan.block.inBlock();
+    const BlockLine kind = scan.block.examine(raw);
+    const char* p = scan.block.text();
     InfoLine line;
-    if (startsWithNoCase(p, "<VirtualHost")) {
-        scan.state = InfoScan::Unnamed;
+    if (kind == BlockLine::Opening) {
         scan.maintenance = false;
         line.kind = InfoKind::Open;
         return line;
     }
-    if (scan.state == InfoScan::Outside) return line;
-    if (startsWithNoCase(p, "ServerName")) {
-        if (serverNameIs(p, domain)) {
-            scan.state = InfoScan::Site;
-            line.kind = InfoKind::NameSite;
-        } else {
-            scan.state = InfoScan::Outside;
-            scan.proxyPassTaken = false;
-            line.kind = InfoKind::NameOther;
-        }
+    if (!inBlock) return line;
+    if (kind == BlockLine::SiteName) {
+        line.kind = InfoKind::NameSite;
+    } else if (kind == BlockLine::Name) {
+        scan.proxyPassTaken = false;
+        line.kind = InfoKind::NameOther;
     } else if (startsWithNoCase(p, "DocumentRoot")) {
         line.kind = InfoKind::DocRoot;
-    } else if (startsWithNoCase(p, "</VirtualHost>")) {
-        line.kind = scan.state == InfoScan::Site ? InfoKind::CloseSite : InfoKind::CloseOther;
-        scan.state = InfoScan::Outside;
+    } else if (kind == BlockLine::SiteClosing || kind == BlockLine::Closing) {
+        line.kind = kind == BlockLine::SiteClosing ? InfoKind::CloseSite : InfoKind::CloseOther;
         scan.proxyPassTaken = false;
         scan.maintenance = false;
     } else if (strcmp(p, kMaintenanceBegin) == 0) {
         scan.maintenance = true;
     } else if (strcmp(p, kMaintenanceEnd) == 0) {
         scan.maintenance = false;
-    } else if (scan.state == InfoScan::Site && !scan.maintenance) {
+    } else if (scan.block.inSite() && !scan.maintenance) {
         if (!scan.proxyPassTaken && startsWithNoCase(p, "ProxyPass")) {
             scan.proxyPassTaken = true;
             line.kind = InfoKind::ProxyPass;
@@ -171,12 +165,12 @@ std::string documentRoot(const char* raw) {
 }
 
 bool readWebsiteInfo(LineReader& in, const std::string& domain, UpdateVHost& info, std::string& docRoot, bool say) {
-    InfoScan scan;
+    InfoScan scan(domain);
     // A line too long for the buffer is read cut to it, and then ends the scan
     // as the end of the file would.
     while (in.nextUntilEof()) {
         const char* raw = in.c_str();
-        const InfoLine line = readInfoLine(raw, domain, scan);
+        const InfoLine line = readInfoLine(raw, scan);
         switch (line.kind) {
             case InfoKind::Other:
             case InfoKind::Open:
@@ -195,7 +189,7 @@ bool readWebsiteInfo(LineReader& in, const std::string& domain, UpdateVHost& inf
                     appendWords(raw + line.body, wordsOf(info, line.kind));
         }
     }
-    return scan.state == InfoScan::Site;
+    return scan.block.inSite();
 }
 
 namespace {
@@ -221,11 +215,11 @@ bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
     const auto flush = [&]() {
         SiteBlock block;
         block.info.reserve(held.size());
-        InfoScan scan;
+        InfoScan scan(domain);
         bool named = false, site = false;
         size_t nameLine = 0;
         for (size_t i = 0; i < held.size(); ++i) {
-            const InfoLine line = readInfoLine(held[i].c_str(), domain, scan);
+            const InfoLine line = readInfoLine(held[i].c_str(), scan);
             block.info.push_back(line);
             if (!named && (line.kind == InfoKind::NameSite || line.kind == InfoKind::NameOther)) {
                 named = true;
@@ -270,30 +264,26 @@ bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
         held.clear();
     };
 
-    bool open = false, preambleDone = false;
+    bool preambleDone = false;
+    BlockScan blocks(forms::kWebsiteBlocks);
     while (in.getline()) {
         const bool unterminated = in.eof();
-        const char* p = in.c_str();
-        if (*p == '#') ++p;
-        p = skipSpace(p);
-        if (startsWithNoCase(p, "<VirtualHost")) {
+        const bool open = blocks.inBlock();
+        const BlockLine kind = blocks.examine(in.c_str());
+        if (kind == BlockLine::Opening) {
             if (open) flush();
-            open = true;
             if (!preambleDone) out.write(preamble);
             preambleDone = true;
         }
-        if (open) {
+        if (open || kind == BlockLine::Opening) {
             held.emplace_back(in.rawView());
             heldUnterminated = unterminated;
-            if (startsWithNoCase(p, "</VirtualHost>")) {
-                flush();
-                open = false;
-            }
+            if (kind == BlockLine::Closing) flush();
         } else {
             put(out, in.rawView(), unterminated);
         }
     }
-    if (open) flush();
+    if (blocks.inBlock()) flush();
     return changed || (preambleDone && !preamble.empty());
 }
 

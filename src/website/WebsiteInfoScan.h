@@ -5,6 +5,7 @@
 #ifndef QZ_WEBSITE_INFO_SCAN_H
 #define QZ_WEBSITE_INFO_SCAN_H
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 #include "QZTypes.h"
 
@@ -21,11 +22,13 @@ enum class InfoKind {
     ProxyPass, ProxyPassReverse, Alias, ScriptAlias, Redirect, ErrorDoc, ServerAlias, Include, DirIndex,
 };
 
-// The reader's position: outside any block, in a block not yet named, or in
-// the site's block; whether the one ProxyPass has been taken; whether the
-// line is inside the maintenance lines the library writes (never entries).
+// The reader's position in the blocks (form kWebsiteInfo: outside any
+// block, in a block not yet named, or in the site's block); whether the one
+// ProxyPass has been taken; whether the line is inside the maintenance lines
+// the library writes (never entries).
 struct InfoScan {
-    enum { Outside, Unnamed, Site } state = Outside;
+    explicit InfoScan(const std::string& domain) : block(domain, forms::kWebsiteInfo) {}
+    BlockScan block;
     bool proxyPassTaken = false;
     bool maintenance = false;
 };
@@ -39,7 +42,7 @@ struct InfoLine {
 // stepped over once (a stopped site reads like a running one); keywords are
 // prefixes compared without case, in the reader's order (the first ProxyPass
 // line also takes a ProxyPassReverse that comes first).
-InfoLine readInfoLine(const char* raw, const std::string& domain, InfoScan& scan);
+InfoLine readInfoLine(const char* raw, InfoScan& scan);
 
 bool isPairKind(InfoKind kind);
 // The record's list for a kind.

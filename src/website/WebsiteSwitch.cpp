@@ -2,7 +2,9 @@
 // block commented out line by line, and back in.
 #include "website/WebsiteSwitch.h"
 
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/Messages.h"
 
 #include <algorithm>
@@ -22,61 +24,57 @@ void writeSwitched(OutFile& out, std::string_view line, SwitchTo to) {
 
 }  // namespace
 
-int switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to) {
-    Rewrite rewrite(str(scratch), str(httpdConfFile));
-    // The scratch file is opened first. When it cannot be, nothing is moved
-    // over the configuration: an old scratch file would otherwise replace it.
-    const bool scratchOpen = scratch != nullptr && rewrite.open();
-    LineReader in(httpdConfFile, kNoLineLimit);
-    if (!in.isOpen()) {
-        sayLine(qz::msg::kConfigNotOpened);
-        return qz::result::ConfigNotOpened;
-    }
-    OutFile& out = rewrite.out();
-    const std::string name = str(domain);
+// The scratch file is opened first. When it cannot be, nothing is moved over
+// the configuration: an old scratch file would otherwise replace it. When
+// nothing changed, the scratch file is left where it is.
+constexpr FilePlan kSwitchPlan{nullptr, nullptr, kNoLineLimit, LoopEnd::EndOfFile, EmptyLines::Skipped,
+                               OpenOrder::ScratchOptional, Unchanged::Left, Leftover::Kept};
 
-    bool inBlock = false, target = false, changed = false;
+int switchWebsite(const char* httpdConfFile, const char* scratch, const char* domain, SwitchTo to) {
+    const std::string name = str(domain);
+    BlockScan block(name, forms::kWebsiteSwitch);
     std::string held;  // the lines of the open block, each ended by a newline
-    while (in.nextUntilEof()) {
-        if (in.empty()) continue;  // empty lines are dropped
+    const Rewritten end = rewriteFile(str(httpdConfFile), scratch == nullptr ? "" : scratch, kSwitchPlan,
+                                      [&](LineReader& in, ScratchRewrite& out, bool& changed) {
         const std::string_view line = in.view();
-        const char* p = skipSpace(in.c_str());
-        if (*p == '#') {
+        if (to == SwitchTo::Stopped && *skipSpace(in.c_str()) == '#') {
             // Stopping writes a comment line at once, so inside a block it
             // moves up above the block; starting reads it as a live line.
-            if (to == SwitchTo::Stopped) {
-                out.writeLine(line);
-                continue;
-            }
-            p = skipSpace(p + 1);
-        }
-        if (line.find("<VirtualHost ") != std::string_view::npos &&
-            line.find("<VirtualHost>") == std::string_view::npos) {
-            inBlock = true;
-        } else if (!inBlock) {
             out.writeLine(line);
+            return Next::Line;
         }
-        if (!inBlock) continue;
-
+        const bool inBlock = block.inBlock();
+        const BlockLine kind = block.examine(in.c_str());
+        if (!inBlock && !block.opened()) {
+            out.writeLine(line);
+            return Next::Line;
+        }
         held.append(line);
         held += '\n';
-        if (startsWithNoCase(p, "ServerName")) {
-            if (serverNameIs(p, name)) target = true;
-        } else if (line.find("</VirtualHost>") != std::string_view::npos) {
-            inBlock = false;
-            if (!target) out.write(held);
-            for (size_t at = 0, end; target && at < held.size(); at = end + 1) {
-                end = held.find('\n', at);
-                writeSwitched(out, std::string_view(held).substr(at, end - at), to);
+        if (kind == BlockLine::Closing || kind == BlockLine::SiteClosing) {
+            if (kind == BlockLine::Closing) out.write(held);
+            for (size_t at = 0, stop; kind == BlockLine::SiteClosing && at < held.size(); at = stop + 1) {
+                stop = held.find('\n', at);
+                writeSwitched(out.out(), std::string_view(held).substr(at, stop - at), to);
             }
-            changed = changed || target;
-            target = false;
+            changed = changed || kind == BlockLine::SiteClosing;
             held.clear();
         }
-    }
+        return Next::Line;
+    });
     // A block still open at the end of the file is not written back.
-    in.close();
-    if (changed && scratchOpen && !rewrite.commit()) return qz::result::ScratchNotWritten;
+    switch (end) {
+    case Rewritten::FileNotOpened:
+        sayLine(qz::msg::kConfigNotOpened);
+        return qz::result::ConfigNotOpened;
+    case Rewritten::NotWritten:
+        return qz::result::ScratchNotWritten;
+    case Rewritten::ScratchNotOpened:
+    case Rewritten::Replaced:
+    case Rewritten::Unchanged:
+    case Rewritten::TooLong:
+        break;
+    }
     return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "webusers/WebUserFile.h"
 
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/Validate.h"
 
 namespace qz {
@@ -11,27 +12,32 @@ std::string webUserFile(const CQZUsers& users) {
     return sysPath(file);
 }
 
+// Through the manager's scratch file, replaced even when nothing changed. A
+// loop until end of file would read on forever after a line over the limit;
+// the file is left as it is instead of losing the lines after it.
+constexpr FilePlan kWebUserPlan{nullptr, nullptr, kWebUserLineLimit, LoopEnd::EndOfFile, EmptyLines::Skipped,
+                                OpenOrder::FileFirst, Unchanged::Replaced, Leftover::Kept};
+
 WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, const std::string* replacement) {
-    const std::string file = webUserFile(users);
-    LineReader in(file, kWebUserLineLimit);
-    if (!in.isOpen()) return {WebUserRewrite::kFileNotOpened, false};
-    Rewrite rewrite(str(users.TEMPFILE), file);
-    if (users.TEMPFILE == nullptr || !rewrite.open()) return {WebUserRewrite::kScratchNotOpened, false};
     bool found = false;
-    while (in.nextUntilEof()) {
-        if (in.empty()) continue;
+    const Rewritten end = rewriteFile(webUserFile(users), str(users.TEMPFILE), kWebUserPlan,
+                                      [&](LineReader& in, ScratchRewrite& out, bool&) {
         if (in.view().compare(0, key.size(), key) == 0) {
             found = true;
-            if (replacement != nullptr) rewrite.out().writeLine(*replacement);
+            if (replacement != nullptr) out.writeLine(*replacement);
         } else {
-            rewrite.out().writeLine(in.view());
+            out.writeLine(in.view());
         }
+        return Next::Line;
+    });
+    switch (end) {
+    case Rewritten::FileNotOpened:
+    case Rewritten::TooLong: return {WebUserRewrite::kFileNotOpened, found};
+    case Rewritten::ScratchNotOpened:
+    case Rewritten::NotWritten: return {WebUserRewrite::kScratchNotOpened, found};
+    case Rewritten::Replaced:
+    case Rewritten::Unchanged: break;
     }
-    // A loop until end of file would read on forever after a line over the
-    // limit; the file is left as it is instead of losing the lines after it.
-    if (in.tooLong()) return {WebUserRewrite::kFileNotOpened, found};
-    in.close();
-    if (!rewrite.commit()) return {WebUserRewrite::kScratchNotOpened, found};
     return {WebUserRewrite::kDone, found};
 }
 
