@@ -42,6 +42,12 @@ enum class Leftover {
     Kept,  // closed and left behind, as far as it was written
 };
 
+// How the scratch file is opened.
+enum class ScratchStart {
+    Empty,     // truncated
+    Appended,  // written at its end, after whatever it already holds
+};
+
 // How the scratch file takes the file's place.
 enum class Placing {
     MoveCommand,  // "mv scratch file" through the shell
@@ -69,6 +75,7 @@ struct FilePlan {
     Leftover leftover = Leftover::Deleted;
     LongLine longLine = LongLine::EndsCopy;
     Placing placing = Placing::MoveCommand;
+    ScratchStart start = ScratchStart::Empty;
 };
 
 
@@ -116,7 +123,9 @@ class ScratchRewrite {
 public:
     ScratchRewrite(const std::string& scratch, const std::string& file) : rewrite_(scratch, file) {}
 
-    bool open() { return rewrite_.open(); }
+    bool open(ScratchStart start = ScratchStart::Empty) {
+        return start == ScratchStart::Appended ? rewrite_.openAppend() : rewrite_.open();
+    }
     OutFile& out() { return rewrite_.out(); }
     void write(std::string_view text) { rewrite_.out().write(text); }
     void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
@@ -186,7 +195,7 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
     makeBackup(file, plan);
     ScratchRewrite scratch(scratchPath, file);
     const bool scratchFirst = plan.open != OpenOrder::FileFirst;
-    bool scratchOpen = scratchFirst && scratch.open();
+    bool scratchOpen = scratchFirst && !scratchPath.empty() && scratch.open(plan.start);
     if (plan.open == OpenOrder::ScratchFirst && !scratchOpen) return Rewritten::ScratchNotOpened;
     const auto leaveScratch = [&] {
         if (!scratchOpen) return;
@@ -201,7 +210,8 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
         leaveScratch();
         return Rewritten::FileNotOpened;
     }
-    if (!scratchFirst && !(scratchOpen = scratch.open())) return Rewritten::ScratchNotOpened;
+    if (!scratchFirst && !(scratchOpen = !scratchPath.empty() && scratch.open(plan.start)))
+        return Rewritten::ScratchNotOpened;
     opened();
     bool changed = false;
     ScanEnd end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });

@@ -23,15 +23,16 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
                               "</IfModule>";
     const std::string folder = qz::sysPath("/tmp/mod_fcgid");
 
-    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
-    if (!in.isOpen()) return qz::result::handler::FcgidFileNotOpened;
-    qz::Rewrite rewrite(HttpdConfFile + ".efcgid", HttpdConfFile);
-    if (!rewrite.open()) return qz::result::handler::FcgidScratchNotOpened;
-    qz::OutFile& out = rewrite.out();
     // Every column-1 Include line gets its own block: earlier blocks are not
-    // looked for.
-    bool written = false;
-    while (in.getline()) {
+    // looked for. A line over 2999 characters ends the copy: the
+    // configuration is left as it is (neither moved over nor appended to)
+    // and 1 is returned, since a copy cut short would lose the rest of the
+    // file. Without an Include line the scratch copy stays.
+    constexpr qz::FilePlan plan{nullptr, ".efcgid", qz::kConfigLineLimit, qz::LoopEnd::StreamFailure,
+                                qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Left,
+                                qz::Leftover::Kept, qz::LongLine::LeavesFile};
+    const qz::Rewritten end = qz::rewriteFile(HttpdConfFile, HttpdConfFile + plan.scratchSuffix, plan,
+                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& written) {
         if (qz::startsWithNoCase(in.c_str(), "Include")) {
             out.writeLine(block);
             qz::runShell(qz::shellCommand({"mkdir", folder}));
@@ -39,15 +40,17 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
             written = true;
         }
         out.writeLine(in.view());
+        return qz::Next::Line;
+    });
+    switch (end) {
+    case qz::Rewritten::Replaced: return qz::result::handler::Rewritten;
+    case qz::Rewritten::FileNotOpened:
+    case qz::Rewritten::TooLong: return qz::result::handler::FcgidFileNotOpened;
+    case qz::Rewritten::ScratchNotOpened:
+    case qz::Rewritten::NotWritten: return qz::result::handler::FcgidScratchNotOpened;
+    case qz::Rewritten::Unchanged: break;
     }
-    // A line over 2999 characters ends the copy: the configuration is left as
-    // it is (neither moved over nor appended to) and 1 is returned, since a
-    // copy cut short would lose the rest of the file.
-    if (in.tooLong()) return qz::result::handler::FcgidFileNotOpened;
-    in.close();
-    if (written) return rewrite.commit() ? qz::result::handler::Rewritten : qz::result::handler::FcgidScratchNotOpened;
-    // No Include line: the block goes at the end; the scratch copy stays.
-    rewrite.out().close();
+    // No Include line: the block goes at the end.
     return qz::appendLine(HttpdConfFile, block) ? qz::result::handler::Rewritten
                                                 : qz::result::handler::FcgidFileNotOpened;
 }

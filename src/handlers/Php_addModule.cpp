@@ -3,6 +3,7 @@
 
 #include "discovery/ApacheDiscovery.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/QZLock.h"
 #include "core/Validate.h"
 
@@ -22,25 +23,30 @@ enum class Pass { Placed, NotPlaced, NoInput, NoScratch };
 template <class Entry>
 Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::string_view keyword, bool place,
                    Entry&& entry) {
-    qz::LineReader in(conf, qz::kConfigLineLimit);
-    if (!in.isOpen()) return Pass::NoInput;
-    qz::Rewrite rewrite(scratch, conf);
-    if (scratch.empty() || !rewrite.open()) return Pass::NoScratch;
-    qz::OutFile& out = rewrite.out();
-    const std::string line = entry();
-    bool placed = false;
-    while (in.getline()) {
-        if (in.empty()) continue;
-        if (place && !placed && qz::startsWithNoCase(in.c_str(), keyword)) {
-            out.writeLine(line);
-            placed = true;
-        }
-        out.writeLine(in.view());
+    constexpr qz::FilePlan plan{nullptr, nullptr, qz::kConfigLineLimit, qz::LoopEnd::StreamFailure,
+                                qz::EmptyLines::Skipped, qz::OpenOrder::FileFirst, qz::Unchanged::Left,
+                                qz::Leftover::Kept, qz::LongLine::LeavesFile};
+    std::string line;
+    const qz::Rewritten end = qz::rewriteFile(
+        conf, scratch, plan,
+        [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& placed) {
+            if (place && !placed && qz::startsWithNoCase(in.c_str(), keyword)) {
+                out.writeLine(line);
+                placed = true;
+            }
+            out.writeLine(in.view());
+            return qz::Next::Line;
+        },
+        [&] { line = entry(); });
+    switch (end) {
+    case qz::Rewritten::Replaced: return Pass::Placed;
+    case qz::Rewritten::FileNotOpened:
+    case qz::Rewritten::TooLong: return Pass::NoInput;
+    case qz::Rewritten::ScratchNotOpened:
+    case qz::Rewritten::NotWritten: return Pass::NoScratch;
+    case qz::Rewritten::Unchanged: break;
     }
-    if (in.tooLong()) return Pass::NoInput;
-    in.close();
-    if (!placed) return Pass::NotPlaced;
-    return rewrite.commit() ? Pass::Placed : Pass::NoScratch;
+    return Pass::NotPlaced;
 }
 
 }  // namespace

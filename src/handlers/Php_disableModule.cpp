@@ -7,22 +7,20 @@
 
 int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string moduleName) {
     const qz::OperationLock lock;
-    const std::string scratch = qz::str(TEMPFILE);
     // Append mode, on purpose: whatever the scratch file already holds ends
-    // up at the top of the configuration.
-    qz::Rewrite rewrite(scratch, apacheConfFile);
-    const bool scratchOpen = !scratch.empty() && rewrite.openAppend();
-    qz::OutFile& out = rewrite.out();
-    qz::LineReader in(apacheConfFile, qz::kNoLineLimit);
-    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
+    // up at the top of the configuration. A scratch file that could not be
+    // opened, or written whole, is not moved over the configuration (mv
+    // would put an older or a short file there); the result stays 0.
+    constexpr qz::FilePlan plan{nullptr, nullptr, qz::kNoLineLimit, qz::LoopEnd::StreamFailure,
+                                qz::EmptyLines::Handed, qz::OpenOrder::ScratchOptional, qz::Unchanged::Replaced,
+                                qz::Leftover::Kept, qz::LongLine::EndsCopy, qz::Placing::MoveCommand,
+                                qz::ScratchStart::Appended};
     qz::ServerModuleLine lines;
-    while (in.getline()) {
+    const qz::Rewritten end = qz::rewriteFile(apacheConfFile, qz::str(TEMPFILE), plan,
+                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
         if (!lines.loads(qz::handlerForm(in.view()), moduleName)) out.writeLine(in.view());
-    }
-    in.close();
-    // A scratch file that could not be opened, or written whole, is not moved
-    // over the configuration (mv would put an older or a short file there);
-    // the result stays 0.
-    if (scratchOpen) static_cast<void>(rewrite.commit());
+        return qz::Next::Line;
+    });
+    if (end == qz::Rewritten::FileNotOpened) return qz::result::handler::ConfigNotOpened;
     return qz::result::handler::Rewritten;
 }
