@@ -42,6 +42,12 @@ enum class Leftover {
     Kept,  // closed and left behind, as far as it was written
 };
 
+// What a file that does not open (missing, a folder, unreadable) does.
+enum class Unopened {
+    Fails,       // nothing is replaced
+    ReadsEmpty,  // it is copied as an empty file
+};
+
 // How the scratch file is opened.
 enum class ScratchStart {
     Empty,     // truncated
@@ -76,6 +82,7 @@ struct FilePlan {
     LongLine longLine = LongLine::EndsCopy;
     Placing placing = Placing::MoveCommand;
     ScratchStart start = ScratchStart::Empty;
+    Unopened unopened = Unopened::Fails;
 };
 
 
@@ -206,7 +213,7 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
         }
     };
     LineReader in(file, plan.limit);
-    if (!in.isOpen()) {
+    if (!in.isOpen() && plan.unopened == Unopened::Fails) {
         leaveScratch();
         return Rewritten::FileNotOpened;
     }
@@ -214,7 +221,8 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
         return Rewritten::ScratchNotOpened;
     opened();
     bool changed = false;
-    ScanEnd end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
+    ScanEnd end = ScanEnd::Done;
+    if (in.isOpen()) end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
     if (plan.longLine == LongLine::LeavesFile && in.tooLong()) end = ScanEnd::TooLong;
     in.close();
     if (end == ScanEnd::TooLong || !scratchOpen || (!changed && plan.unchanged == Unchanged::Left)) {

@@ -1,6 +1,7 @@
 #include "website/HostHeaderRedirect.h"
 
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 
 #include <cstdio>
 #include <unistd.h>
@@ -24,25 +25,21 @@ void rewriteRedirectAliases(const std::string& domain,
         layout = RedirectLayout::RedHat;
         if (access(file.c_str(), F_OK) != 0) return;
     }
-    const std::string temp = sysPath("/etc/temp");
-    OutFile out;
-    // When the scratch file cannot be written (a folder or a link stands at
-    // its name), the redirect file is left as it is: deleting it and renaming
-    // whatever stands there would lose it.
-    if (!out.open(temp.c_str())) return;
-    LineReader in(file, kNoLineLimit);
-    while (in.isOpen() && in.nextUntilEof()) {
+    // The scratch file /etc/temp opens first. When it cannot be written (a
+    // folder or a link stands at its name), the redirect file is left as it
+    // is: deleting it and renaming whatever stands there would lose it. A
+    // redirect file that does not open is copied as an empty one (an empty
+    // folder standing at its name gives way to the copy). The copy is
+    // renamed over the redirect file, which is never missing meanwhile; one
+    // not written whole is not.
+    constexpr FilePlan plan{nullptr, nullptr, kNoLineLimit, LoopEnd::EndOfFile, EmptyLines::Handed,
+                            OpenOrder::ScratchFirst, Unchanged::Replaced, Leftover::Deleted, LongLine::EndsCopy,
+                            Placing::Rename, ScratchStart::Empty, Unopened::ReadsEmpty};
+    static_cast<void>(rewriteFile(file, sysPath("/etc/temp"), plan, [&](LineReader& in, ScratchRewrite& out, bool&) {
         const std::string_view line = in.view();
         out.writeLine(isAliasLine(line) ? change(line, layout) : std::string(line));
-    }
-    in.close();
-    // A copy that could not be written whole is not put in its place.
-    if (!out.finish()) {
-        std::remove(temp.c_str());
-        return;
-    }
-    // Renamed over the redirect file, which is never missing meanwhile.
-    replaceByRename(temp, file);
+        return Next::Line;
+    }));
 }
 
 }  // namespace qz
