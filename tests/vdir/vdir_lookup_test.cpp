@@ -1,5 +1,6 @@
 // Virtual-directory removal and lookups: before/after configurations, result
 // codes, printed lines, tracking, the scratch file and RemoveDir.
+#include "AreaGolden.h"
 #include "QZTestFixture.h"
 
 #include <cstring>
@@ -62,88 +63,67 @@ TEST_F(VirtualDirectoryLookupTest, DeleteFailuresLeaveTheConfiguration) {
 }
 
 TEST_F(VirtualDirectoryLookupTest, ExistsListAndAliasLookups) {
+    watchCalls(tracker_);
     useConf("vdir/aliases.conf");
     // Past the block's end, before the next block, still counts.
-    EXPECT_EQ(exists("shop.test", "/VAR/WWW/SHOP"), 1);
-    EXPECT_EQ(exists("shop.test", "/var/www/after"), 1);
-    EXPECT_EQ(exists("shop.test", "/var/www/none"), 0);
-    EXPECT_EQ(exists("other.test", "/var/www/shop"), 0);
+    for (auto [domain, dir] : {std::pair{"shop.test", "/VAR/WWW/SHOP"}, {"shop.test", "/var/www/after"},
+                               {"shop.test", "/var/www/none"}, {"other.test", "/var/www/shop"}})
+        STEP(std::string("exists ") + domain + " " + dir, exists(domain, dir));
     StringVector list{"kept"};
-    EXPECT_EQ(vdir_->VirtualDirectoryList("shop.test", &list), 0);
-    EXPECT_EQ(list, (StringVector{"kept", "/var/www/shop", "shop", "/var/www/shop", "store", "/var/www/blog", "blog",
-                                  "/var/www/img", "img"}));
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/shop"), "/var/www/shop");
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/loose"), "/var/www/shop");
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "shop.test", "/SHOP"), "");
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "other.test", "/shop"), "/var/www/other");
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "other.test", "/img"), "");
-    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/SHOP"), 1);
-    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/img"), 0);
-    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/blog"), 0);  // unquoted: never counted
-    EXPECT_EQ(check("shop.test", "SHOP"), '}');
-    EXPECT_EQ(check("shop.test", "old"), 'X');
-    EXPECT_EQ(readConf(), data("vdir/aliases.conf"));
-    EXPECT_TRUE(commandLog().empty());
-    // Existence and DirectoryRequired report the info operation's name;
+    STEP("list", vdir_->VirtualDirectoryList("shop.test", &list));
+    STEP("listed", joined(list));
     // GetVDPath is not tracked.
-    const Lines all = calls(tracker_);
-    ASSERT_EQ(all.size(), 1u + 2 * (4 + 1 + 3 + 2));
-    EXPECT_EQ(all[2], "CQZMethodArguments [shop.test|/VAR/WWW/SHOP] [ObjDDir->DomainName|ObjDDir->DirPath]");
-    EXPECT_EQ(all[9] + " " + all[10], "CQZMethodName VirtualDirectoryList CQZMethodArguments [] []");
-    EXPECT_EQ(all[11] + " " + all[12], "CQZMethodName GetVirtualDirectoryinfo "
-                                       "CQZMethodArguments [shop.test|/var/www/SHOP] [DomainName|DirPath]");
-    EXPECT_EQ(all.back(), "CQZMethodArguments [shop.test|old] [ObjDDir->DomainName|ObjDDir->DirName]");
-
+    for (auto [domain, alias] : {std::pair{"shop.test", "/shop"}, {"shop.test", "/loose"}, {"shop.test", "/SHOP"},
+                                 {"other.test", "/shop"}, {"other.test", "/img"}})
+        STEP(std::string("path ") + domain + " " + alias, vdir_->GetVDPath(conf_, domain, alias));
+    // An unquoted section is never counted; DirectoryRequired reports as the
+    // info operation.
+    for (const char* dir : {"/var/www/SHOP", "/var/www/img", "/var/www/blog"})
+        STEP(std::string("required ") + dir, vdir_->DirectoryRequired("shop.test", dir));
+    STEP("check SHOP", check("shop.test", "SHOP"));
+    STEP("check old", check("shop.test", "old"));
     // Two aliases of the site to the folder make it required; the commented
     // one and the other site's do not count.
     writeConf("<VirtualHost *:80>\n    ServerName shop.test\n    Alias /a \"/var/www/two\"\n"
               "    Alias /one \"/var/www/one\"\n#   Alias /old \"/var/www/one\"\n    Alias /b \"/var/www/two\"\n"
               "</VirtualHost>\n<VirtualHost *:80>\n    ServerName other.test\n    Alias /c \"/var/www/one\"\n</VirtualHost>\n");
-    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/two"), 1);
-    EXPECT_EQ(vdir_->DirectoryRequired("shop.test", "/var/www/one"), 0);
-}
+    STEP("required, two aliases", vdir_->DirectoryRequired("shop.test", "/var/www/two"));
+    STEP("required, one alias", vdir_->DirectoryRequired("shop.test", "/var/www/one"));
 
-TEST_F(VirtualDirectoryLookupTest, UnreadableAndOverLongLines) {
     // An unclosed quote: 1, and the scratch file deleted; with a target the
     // same alias matches.
     writeConf("<VirtualHost *:80>\nServerName a.test\n<Directory \"/x>\nAlias /shop\n</VirtualHost>\n");
     writeFile(kScratch, "left over");
-    EXPECT_EQ(exists("a.test", "/y"), 1);
-    EXPECT_FALSE(exists(kScratch));
+    STEP("exists, an unclosed quote", exists("a.test", "/y"));
     writeFile(kScratch, "left over");
-    EXPECT_EQ(check("a.test", "shop", "/y"), 1);
-    EXPECT_FALSE(exists(kScratch));
+    STEP("check, an unclosed quote", check("a.test", "shop", "/y"));
     writeConf("<VirtualHost *:80>\nServerName a.test\nAlias /shop /x\n</VirtualHost>\n");
-    EXPECT_EQ(check("a.test", "shop", "/y"), '}');
-
+    STEP("check, a target", check("a.test", "shop", "/y"));
     // A line over the limit is examined cut, then ends the scan.
     const std::string head = "<VirtualHost *:80>\nServerName a.test\n";
     const std::string tail = "\n<Directory \"/after\">\nAlias /next /n\n</VirtualHost>\n";
     writeConf(head + "<Directory \"/x\"> #" + std::string(3000, 'x') + tail);
-    EXPECT_EQ(exists("a.test", "/x"), 1);
-    EXPECT_EQ(exists("a.test", "/after"), 0);
-    EXPECT_EQ(check("a.test", "next", "/x"), 'X');
+    STEP("exists, cut", exists("a.test", "/x"));
+    STEP("exists, after a long line", exists("a.test", "/after"));
+    STEP("check, after a long line", check("a.test", "next", "/x"));
     const std::string alias = "Alias /shop /var/www/";
     writeConf(head + alias + std::string(3000, 't') + tail);
-    EXPECT_EQ(check("a.test", "shop"), '}');
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "a.test", "/shop"), "/var/www/" + std::string(2999 - alias.size(), 't'));
-    EXPECT_EQ(vdir_->GetVDPath(conf_, "a.test", "/next"), "");
-}
+    STEP("check, a long alias", check("a.test", "shop"));
+    STEP("path, a long alias", vdir_->GetVDPath(conf_, "a.test", "/shop"));
+    STEP("path, after a long line", vdir_->GetVDPath(conf_, "a.test", "/next"));
 
-TEST_F(VirtualDirectoryLookupTest, LookupsWithoutConfiguration) {
-    CQZVirtualDirectory noConf(&tracker_);
+    CQZVirtualDirectory noConf(&tracker_), vdir(&tracker_, missing_.c_str());
     SDDir d = dir("a.test", "/x", "x");
-    StringVector list;
-    EXPECT_EQ(noConf.VirtualDirectoryExists(&d) + noConf.VirtualDirectoryList("a.test", &list) +
-                  noConf.DirectoryRequired("a.test", "/x") + noConf.CheckVirDir(&d), 4 * 21);
-    CQZVirtualDirectory vdir(&tracker_, missing_.c_str());
-    const std::string error = "Error opening HttpdConfFile file\n";
-    EXPECT_PRINTS(vdir.VirtualDirectoryExists(&d), 22, error);
-    EXPECT_PRINTS(vdir.VirtualDirectoryList("a.test", &list), 22, "");
-    EXPECT_PRINTS(vdir.DirectoryRequired("a.test", "/x"), 22, error);
-    EXPECT_PRINTS(vdir.CheckVirDir(&d), 22, error);
-    EXPECT_PRINTS(vdir.GetVDPath(missing_, "a.test", "/x"), "", "Error while opening HttpdConfFile\n");
-    EXPECT_TRUE(list.empty());
+    list.clear();
+    for (CQZVirtualDirectory* manager : {&noConf, &vdir}) {
+        STEP("exists, no configuration", manager->VirtualDirectoryExists(&d));
+        STEP("list, no configuration", manager->VirtualDirectoryList("a.test", &list));
+        STEP("required, no configuration", manager->DirectoryRequired("a.test", "/x"));
+        STEP("check, no configuration", manager->CheckVirDir(&d));
+    }
+    STEP("path, no configuration", vdir.GetVDPath(missing_, "a.test", "/x"));
+    STEP("nothing listed", joined(list));
+    EXPECT_DATA(transcript_, "vdir/lookups.transcript");
 }
 
 TEST_F(VirtualDirectoryLookupTest, RemoveDirDeletesTheTreeButNotWhatLinksPointTo) {
