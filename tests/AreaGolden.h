@@ -6,9 +6,11 @@
 //   write FILE ... end            the lines between, to FILE ("\ no newline at end" drops the last newline)
 //   data NAME [FILE]              tests/data/NAME to FILE (the configuration by default)
 //   inputs NAME, given LABEL      see QZTest::given
-//   mkdir FILE | rm FILE | watch FILE | logged NAME | link TARGET FILE | fake NAME SCRIPT
+//   mkdir FILE | rm FILE | chmod MODE FILE | watch FILE | logged NAME | link TARGET FILE | fake NAME SCRIPT
 //   > OP ARG | ARG | ...          a step: the operation OP of the table with these arguments
-// In every argument @ROOT@ stands for the scratch root, \n \t \r \\ \xHH for
+//                                 (also "mode FILE", its permission bits, and "cwd", the working folder)
+// In every argument (and FILE of watch) @ROOT@ stands for the scratch root (and
+// each name of names_ for its value), \n \t \r \\ \xHH for
 // characters and {N*c} for N times the character c.
 #ifndef QZ_AREA_GOLDEN_H
 #define QZ_AREA_GOLDEN_H
@@ -19,6 +21,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -52,14 +55,26 @@ protected:
                 out += text[i];
             }
         }
-        for (size_t at; (at = out.find("@ROOT@")) != std::string::npos;) out.replace(at, 6, root_);
+        for (const auto& [name, value] : names_)
+            for (size_t at; (at = out.find(name)) != std::string::npos;) out.replace(at, name.size(), value);
         return out;
     }
 
     // Runs tests/data/<name>.script and compares the transcript.
     void run(const std::string& name) {
+        names_["@ROOT@"] = root_;
+        ops.emplace("mode", [this](const Args& a) {
+            char mode[16];
+            snprintf(mode, sizeof mode, "%o", modeOf(a[0]));
+            return modeOf(a[0]) < 0 ? std::string("missing") : mode;
+        });
+        ops.emplace("cwd", [](const Args&) { char cwd[4096]; return std::string(getcwd(cwd, sizeof cwd) ? cwd : ""); });
         std::istringstream in(data(name + ".script"));
         std::string label;
+        const auto rel = [this](const std::string& file) {
+            const std::string full = expand(file);
+            return full.rfind(root_, 0) == 0 ? full.substr(root_.size()) : full;
+        };
         for (std::string line; std::getline(in, line);) {
             const size_t space = line.find(' ');
             const std::string verb = line.substr(0, space), rest = space == std::string::npos ? "" : line.substr(space + 1);
@@ -86,7 +101,7 @@ protected:
                 const std::string noNewline = "\\ no newline at end\n";
                 if (text.size() >= noNewline.size() && text.compare(text.size() - noNewline.size(), noNewline.size(), noNewline) == 0)
                     text.resize(text.size() - noNewline.size() - 1);
-                writeFile(rest, expand(text));
+                writeFile(rel(rest), expand(text));
             } else if (verb == "data") {
                 const size_t to = rest.find(' ');
                 writeFile(to == std::string::npos ? "/conf/httpd.conf" : rest.substr(to + 1), rootedData(rest.substr(0, to)));
@@ -95,11 +110,13 @@ protected:
             } else if (verb == "given") {
                 given(rest);
             } else if (verb == "mkdir") {
-                makeDir(rest);
+                makeDir(rel(rest));
             } else if (verb == "rm") {
-                ASSERT_EQ(std::system(("rm -rf '" + path(rest) + "'").c_str()), 0);
+                ASSERT_EQ(std::system(("rm -rf '" + path(rel(rest)) + "'").c_str()), 0);
+            } else if (verb == "chmod") {
+                ASSERT_EQ(chmod(path(rest.substr(rest.find(' ') + 1)).c_str(), std::stoi(rest, nullptr, 8)), 0);
             } else if (verb == "watch") {
-                watch(rest);
+                watch(rel(rest));
             } else if (verb == "logged") {
                 loggedCommand(rest);
             } else if (verb == "link") {
@@ -115,6 +132,8 @@ protected:
     }
 
     Operations ops;
+    // Words of the scripts and what they stand for.
+    std::map<std::string, std::string> names_;
 };
 
 #endif

@@ -12,6 +12,7 @@ TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
     for (const std::string& file : {std::string("/conf/httpd.conf"), scratch}) watch(file);
     watchCalls(tracker);
     alias(website.TEMPFILE, "@TEMPFILE@");
+    alias(scratch, "@TEMPFILE@");
     for (auto [name, domain] : {std::pair{"two_blocks_same_name", "example.com"}, {"stopped_site", "stopped.com"},
                                 {"nameless_block_after_removed", "gone.com"}, {"unclosed_blocks", "gone.com"}}) {
         useConf("delete/" + std::string(name) + ".conf");
