@@ -36,6 +36,7 @@ TEST_F(WebsiteSwitchTest, StopStartAndStatusOfEachKindOfBlock) {
     // No configuration named gives 21 to the status only; start and stop do
     // not open an empty name.
     CQZWebsite noConf(nullptr), missing(nullptr, missing_.c_str());
+    missing.TEMPFILE = website.TEMPFILE;  // its name holds the second of construction: pinned
     STEP("status, unnamed", noConf.GetWebsiteStatus("a.com"));
     STEP("stop, unnamed", noConf.StopWebsite("a.com"));
     STEP("status, missing", missing.GetWebsiteStatus("a.com"));
