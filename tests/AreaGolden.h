@@ -6,7 +6,7 @@
 //   write FILE ... end            the lines between, to FILE ("\ no newline at end" drops the last newline)
 //   data NAME [FILE]              tests/data/NAME to FILE (the configuration by default)
 //   inputs NAME, given LABEL      see QZTest::given
-//   mkdir FILE | rm FILE | chmod MODE FILE | watch FILE | logged NAME | link TARGET FILE | fake NAME SCRIPT
+//   mkdir FILE | rm FILE | chmod MODE FILE | cd FOLDER | watch FILE | logged NAME | link TARGET FILE | fake NAME SCRIPT
 //   > OP ARG | ARG | ...          a step: the operation OP of the table with these arguments
 //                                 (also "mode FILE", its permission bits, and "cwd", the working folder)
 // In every argument (and FILE of watch) @ROOT@ stands for the scratch root (and
@@ -124,6 +124,10 @@ protected:
                 ASSERT_EQ(symlink(expand(rest.substr(0, to)).c_str(), path(rest.substr(to + 1)).c_str()), 0) << line;
             } else if (verb == "fake") {
                 fakeCommand(rest.substr(0, rest.find(' ')), expand(rest.substr(rest.find(' ') + 1)));
+            } else if (verb == "cd") {
+                ASSERT_EQ(chdir(path(rel(rest)).c_str()), 0) << line;
+            } else if (verbs_.count(verb)) {
+                verbs_[verb](expand(rest));
             } else {
                 FAIL() << "unknown script line in " << name << ": " << line;
             }
@@ -132,6 +136,8 @@ protected:
     }
 
     Operations ops;
+    // Script lines of a fixture's own, by their first word.
+    std::map<std::string, std::function<void(const std::string&)>> verbs_;
     // Words of the scripts and what they stand for.
     std::map<std::string, std::string> names_;
 };
