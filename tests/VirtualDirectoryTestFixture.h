@@ -19,6 +19,7 @@
 #include "AreaGolden.h"
 
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -66,6 +67,13 @@ protected:
             ops["check" + s] = [=](const Args& a) { SDDir d = record(a[0]); return show(m().CheckVirDir(&d)); };
         }
         ops["verifies"] = [this](const Args& a) { return show(htpasswdAccepts(a[2].empty() ? authFile() : a[2], a[0], a[1])); };
+        // The logins of the password file (its hashes are salted afresh each time).
+        ops["users"] = [this](const Args&) {
+            std::istringstream in(readFile(authFile().substr(root_.size())));
+            Lines logins;
+            for (std::string line; std::getline(in, line);) logins.push_back(line.substr(0, line.find(':')));
+            return exists(authFile().substr(root_.size())) ? joined(logins, "file") : std::string("no file");
+        };
         ops["owner"] = [](const Args& a) { return show(GetPathOwner(a[0])); };
         ops["RemoveDir"] = [this](const Args& a) { return show(RemoveDir(path(a[0]).c_str())); };
     }
