@@ -36,9 +36,6 @@ using Operations = std::map<std::string, std::function<std::string(const Args&)>
 
 class ScriptTest : public HttpdConfTest {
 protected:
-    using QZTest::show;
-    static std::string show(const Lines& items) { return joined(items); }
-
     std::string expand(const std::string& text) const {
         std::string out;
         for (size_t i = 0; i < text.size(); ++i) {
