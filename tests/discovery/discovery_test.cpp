@@ -1,6 +1,7 @@
 // Finding the local Apache: server root, module folder, version, init script,
 // PID file, graceful restart, and the command-output and trimming helpers.
 // Every command is a fake script; every fixed path lies under the scratch root.
+#include "AreaGolden.h"
 #include "QZTestFixture.h"
 
 #include <sys/resource.h>
@@ -30,31 +31,27 @@ protected:
     ApacheHelper helper;
 };
 
-TEST_F(DiscoveryTest, ServerRootIsTheQuotedValueOfTheFirstColumnOneDirectiveElseApachectls) {
+TEST_F(DiscoveryTest, ServerRootModulesDirVersionInitScriptAndPidFile) {
+    // The quoted value of the first column-1 ServerRoot, else apachectl's.
     apachectlV(" -D HTTPD_ROOT=\"/from/apachectl\"\n");
     writeFile("/etc/httpd.conf", "#ServerRoot \"/commented\"\n   ServerRoot \"/indented\"\n"
                                  "serverroot   \"/etc/httpd\" trailing\nServerRoot \"/second\"\n");
-    EXPECT_EQ(serverRoot("/etc/httpd.conf"), "/etc/httpd");
-    // An unquoted value ends the scan with nothing and apachectl answers.
+    STEP("server root, first column-1 line", serverRoot("/etc/httpd.conf"));
     writeFile("/etc/httpd.conf", "ServerRoot /etc/unquoted\nServerRoot \"/second\"\n");
-    EXPECT_EQ(serverRoot("/etc/httpd.conf"), "/from/apachectl");
-
-    // apachectl's first HTTPD_ROOT line, its first 49 characters by length.
-    const std::pair<std::string, const char*> answers[] = {
-        {" -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=\"/second\"\n", "/etc/httpd"},
-        {" -D HTTPD_ROOT=/opt/apache\n", "/opt/apache\n"},  // without a double quote the newline stays
-        // A line cut at 49 characters loses two more at its end.
-        {" -D HTTPD_ROOT=\"/opt/a-rather-long-installation-folder/apache\"\n", "/opt/a-rather-long-installation"},
-        {"\"" + std::string(37, 'x') + "HTTPD_ROOT=\"/etc/httpd\"\n", ""},  // "=" as the 49th character leaves nothing
-        {"", ""},
-    };
-    for (const auto& [lines, root] : answers) {
+    STEP("server root, unquoted: apachectl answers", serverRoot("/etc/httpd.conf"));
+    // apachectl's first HTTPD_ROOT line, its first 49 characters by length:
+    // without a double quote the newline stays; a line cut at 49 characters
+    // loses two more at its end; "=" as the 49th character leaves nothing.
+    for (const std::string& lines : {std::string(" -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=\"/second\"\n"),
+                                     std::string(" -D HTTPD_ROOT=/opt/apache\n"),
+                                     std::string(" -D HTTPD_ROOT=\"/opt/a-rather-long-installation-folder/apache\"\n"),
+                                     "\"" + std::string(37, 'x') + "HTTPD_ROOT=\"/etc/httpd\"\n", std::string()}) {
         apachectlV(lines);
-        EXPECT_EQ(serverRoot("/etc/missing.conf"), root) << lines;
+        STEP("server root from apachectl: " + lines, serverRoot("/etc/missing.conf"));
     }
-}
-
-TEST_F(DiscoveryTest, ModulesDirEndsAtTheFirstRelativeLoadModuleFolder) {
+    // The modules folder ends at the first relative LoadModule folder; the
+    // configuration's folder stands in for a missing ServerRoot; a file name
+    // without a folder is taken whole.
     apachectlV("");
     makeDir("/usr/lib64/httpd/modules");
     makeDir("/usr/lib/httpd/modules");
@@ -62,13 +59,70 @@ TEST_F(DiscoveryTest, ModulesDirEndsAtTheFirstRelativeLoadModuleFolder) {
     const std::string conf = "/etc/httpd/conf/httpd.conf";
     writeFile(conf, "ServerRoot \"/etc/httpd\"\n\n  LoadModule a_module /usr/lib64/httpd/modules/mod_a.so\n"
                     "loadmodule   php5_module modules/libphp5.so\nLoadModule b_module other/mod_b.so\n");
-    EXPECT_EQ(modulesDir(conf), "/etc/httpd/modules");
-    // Without a ServerRoot the configuration's folder stands in for it.
+    STEP("modules, the first relative folder", modulesDir(conf));
     writeFile(conf, "LoadModule x_module lib/apache/mod_x.so\n");
-    EXPECT_EQ(modulesDir(conf), path("/etc/httpd/conf") + "/lib/apache");
-    // A file name without a folder is taken whole, as if it were one.
+    STEP("modules, no ServerRoot", modulesDir(conf));
     writeFile(conf, "LoadModule x_module  mod_x.so\n");
-    EXPECT_EQ(modulesDir(conf), path("/etc/httpd/conf") + "/mod_x.so");
+    STEP("modules, a file name alone", modulesDir(conf));
+    // The version: the first line of the first command that says enough; a
+    // carriage return or the byte 255 ends the line too; missing parts stay
+    // -1; five characters are accepted but too short to parse.
+    auto version = [&](const std::string& apachectl, const std::string& httpd = "", const std::string& apache2 = "") {
+        for (const auto& [name, output] : {std::pair{"apachectl", apachectl}, {"httpd", httpd}, {"apache2", apache2}})
+            fakeCommand(name, "echo \"" + std::string(name) + " $*\" >> \"$QZ_TEST_LOG\"\n[ \"$1\" = -v ] && printf '" + output + "'");
+        int major = 0, minor = 0, minorMinor = 0;
+        getApacheVersion(major, minor, minorMinor);
+        return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(minorMinor);
+    };
+    STEP("version", version("Server version: Apache/2.4.57 (Unix)\\nServer built: today\\n", "Apache/9.9.9"));
+    STEP("version, httpd", version("abcd\\n", "Server version: Apache/2.2.15 (CentOS)\\n"));
+    STEP("version, a carriage return", version("", "Apache/2.2\\r.15\\n"));
+    STEP("version, the byte 255", version("", "", "Apache/2.4\\3776.1\\n"));
+    STEP("version, Apache/2", version("Apache/2\\n", "Apache/2.4.1"));
+    STEP("version, no minor minor", version("Server version: Apache/2.4.\\n"));
+    STEP("version, five characters", version("2.4.6\\n", "Apache/2.4.1"));
+    STEP("version, nothing", version("", "", ""));
+    // The init script and the PID file: plain entries with an Apache name.
+    STEP("init script, no /etc/init.d", website.getApacheServicePath());
+    makeDir("/etc/init.d/apache2");
+    for (const char* name : {"httpd.bak", "apache-old", "sshd"}) writeFile(std::string("/etc/init.d/") + name, "");
+    ASSERT_EQ(symlink("nowhere", path("/etc/init.d/httpd").c_str()), 0);
+    STEP("init script, a folder, a link and other names", website.getApacheServicePath());
+    writeFile("/etc/init.d/httpd2", "");
+    STEP("init script", website.getApacheServicePath());
+    STEP("PID file, no /var/run", website.getApachePIDFilePath());
+    makeDir("/var/run/httpd");
+    writeFile("/var/run/sshd.pid", "1");
+    STEP("PID file, a folder named httpd", website.getApachePIDFilePath());
+    writeFile("/var/run/httpd/httpd.pid", "1");
+    STEP("PID file, in the folder", website.getApachePIDFilePath());
+    writeFile("/var/run/old-httpd.pid", "1");
+    STEP("PID file, old-httpd.pid", website.getApachePIDFilePath());
+    ASSERT_EQ(unlink(path("/var/run/old-httpd.pid").c_str()), 0);
+    writeFile("/var/run/myapache2", "1");
+    STEP("PID file, myapache2", website.getApachePIDFilePath());
+    // apachectl's last HTTPD_ROOT line, unquoted; trimming differs on a text
+    // made only of trimmed characters.
+    for (const char* lines : {"Server version: Apache/2.4.6\n -D HTTPD_ROOT=\"/etc/httpd\"\r\n -D SERVER_CONFIG_FILE=\"c\"\n",
+                              " -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=/usr/local/apache2\n", " -D HTTPD_ROOT=\"\"\n",
+                              "HTTPD_ROOT\n", " -D SERVER_CONFIG_FILE=\"conf/httpd.conf\"\n"}) {
+        apachectlV(lines);
+        STEP(std::string("httpd root: ") + lines, helper.Apache_GetHttpdRootPath());
+    }
+    STEP("trim left", helper.TrimLeftChars("\"\"", "\"") + "|" + helper.TrimLeftChars(" \t\"/etc/httpd\" ", " \t\""));
+    STEP("trim right", helper.TrimRightChars("\"\"", "\"") + "|" + helper.TrimRightChars(" /etc/httpd\"\r\n", "\r\n\""));
+    // Command output: every line with its newline, appended.
+    Lines lines{"kept"};
+    STEP("command output", helper.GetCommandOutput("printf 'one\\n\\ntwo\\nlast'", lines));
+    STEP("lines", joined(lines));
+    lines.clear();
+    STEP("command output, nothing", helper.GetCommandOutput("true", lines));
+    STEP("no lines", joined(lines));
+    makeDir("/srv/www");
+    writeFile("/srv/file", "");
+    for (const char* folder : {"/srv/www", "/srv/file", "/srv/missing"})
+        STEP(std::string("is a folder: ") + folder, helper.IsDirectoryExists(path(folder)));
+    EXPECT_DATA(transcript_, "discovery/discovery.transcript");
 }
 
 TEST_F(DiscoveryTest, ModulesDirTriesTheCandidateFoldersOfTheMachineType) {
@@ -92,56 +146,6 @@ TEST_F(DiscoveryTest, ModulesDirTriesTheCandidateFoldersOfTheMachineType) {
     EXPECT_EQ(modulesDir("/etc/missing.conf"), path(is64 ? "/usr/lib64/httpd/modules" : "/usr/lib/httpd/modules"));
 }
 
-TEST_F(DiscoveryTest, VersionComesFromTheFirstLineOfTheFirstCommandThatSaysEnough) {
-    // "major.minor.minorMinor | commands run" with the three commands
-    // printing the given text ("" for a command that is not installed).
-    auto version = [&](const std::string& apachectl, const std::string& httpd = "", const std::string& apache2 = "") {
-        for (const auto& [name, output] : {std::pair{"apachectl", apachectl}, {"httpd", httpd}, {"apache2", apache2}})
-            fakeCommand(name, "echo \"" + std::string(name) + " $*\" >> \"$QZ_TEST_LOG\"\n[ \"$1\" = -v ] && printf '" + output + "'");
-        unlink(path("/.commands.log").c_str());
-        int major = 0, minor = 0, minorMinor = 0;
-        captureOutput();
-        getApacheVersion(major, minor, minorMinor);
-        const std::string parts[] = {std::to_string(major), std::to_string(minor), std::to_string(minorMinor)};
-        EXPECT_EQ(capturedOutput(), "major=" + parts[0] + "\nminor=" + parts[1] + "\nminorMinor=" + parts[2] + "\n");
-        std::string run;
-        for (const std::string& line : commandLog()) run += (run.empty() ? "" : ",") + line;
-        return parts[0] + "." + parts[1] + "." + parts[2] + " | " + run;
-    };
-    EXPECT_EQ(version("Server version: Apache/2.4.57 (Unix)\\nServer built: today\\n", "Apache/9.9.9"), "2.4.57 | apachectl -v");
-    EXPECT_EQ(version("abcd\\n", "Server version: Apache/2.2.15 (CentOS)\\n"), "2.2.15 | apachectl -v,httpd -v");
-    // A carriage return or the byte 255 ends the line too.
-    EXPECT_EQ(version("", "Apache/2.2\\r.15\\n"), "2.-1.-1 | apachectl -v,httpd -v");
-    EXPECT_EQ(version("", "", "Apache/2.4\\3776.1\\n"), "2.-1.-1 | apachectl -v,httpd -v,apache2 -v");
-    // Missing parts stay -1; five characters are accepted but too short to parse.
-    EXPECT_EQ(version("Apache/2\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
-    EXPECT_EQ(version("Server version: Apache/2.4.\\n"), "2.4.-1 | apachectl -v");
-    EXPECT_EQ(version("2.4.6\\n", "Apache/2.4.1"), "-1.-1.-1 | apachectl -v");
-    EXPECT_EQ(version("", "", ""), "-1.-1.-1 | apachectl -v,httpd -v,apache2 -v");
-}
-
-TEST_F(DiscoveryTest, InitScriptAndPidFileArePlainEntriesWithAnApacheName) {
-    EXPECT_EQ(website.getApacheServicePath(), "") << "no /etc/init.d";
-    makeDir("/etc/init.d/apache2");
-    for (const char* name : {"httpd.bak", "apache-old", "sshd"}) writeFile(std::string("/etc/init.d/") + name, "");
-    ASSERT_EQ(symlink("nowhere", path("/etc/init.d/httpd").c_str()), 0);
-    EXPECT_EQ(website.getApacheServicePath(), "");
-    writeFile("/etc/init.d/httpd2", "");
-    EXPECT_EQ(website.getApacheServicePath(), path("/etc/init.d/httpd2"));
-
-    EXPECT_EQ(website.getApachePIDFilePath(), "") << "no /var/run";
-    makeDir("/var/run/httpd");
-    writeFile("/var/run/sshd.pid", "1");
-    EXPECT_EQ(website.getApachePIDFilePath(), "") << "a folder named httpd is not a PID file";
-    writeFile("/var/run/httpd/httpd.pid", "1");
-    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/httpd/httpd.pid"));
-    writeFile("/var/run/old-httpd.pid", "1");
-    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/old-httpd.pid"));
-    ASSERT_EQ(unlink(path("/var/run/old-httpd.pid").c_str()), 0);
-    writeFile("/var/run/myapache2", "1");
-    EXPECT_EQ(website.getApachePIDFilePath(), path("/var/run/myapache2"));
-}
-
 TEST_F(DiscoveryTest, GracefulRestartSendsSignal10ToAPositivePid) {
     const std::string pidFile = path("/var/run/httpd.pid");
     makeDir("/var/run");
@@ -162,15 +166,6 @@ TEST_F(DiscoveryTest, GracefulRestartSendsSignal10ToAPositivePid) {
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == 10) << status;
-}
-
-TEST_F(DiscoveryTest, CommandOutputAppendsEveryLineWithItsNewline) {
-    Lines lines{"kept"};
-    EXPECT_EQ(helper.GetCommandOutput("printf 'one\\n\\ntwo\\nlast'", lines), 0);
-    EXPECT_EQ(lines, (Lines{"kept", "one\n", "\n", "two\n", "last"}));
-    lines.clear();
-    EXPECT_EQ(helper.GetCommandOutput("true", lines), 0);
-    EXPECT_EQ(lines, Lines{});
 }
 
 TEST_F(DiscoveryTest, CommandThatCannotStartGives1AndTheFixedMessage) {
@@ -196,32 +191,4 @@ TEST_F(DiscoveryTest, CommandThatCannotStartGives1AndTheFixedMessage) {
     EXPECT_EQ(lines, Lines{});
     EXPECT_EQ(root, "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error opening file 'apachectl -V'\nError opening file 'apachectl -V'\n");
-}
-
-TEST_F(DiscoveryTest, HttpdRootPathIsTheLastHttpdRootLineUnquoted) {
-    const std::pair<const char*, const char*> answers[] = {
-        {"Server version: Apache/2.4.6\n -D HTTPD_ROOT=\"/etc/httpd\"\r\n -D SERVER_CONFIG_FILE=\"conf/httpd.conf\"\n", "/etc/httpd"},
-        {" -D HTTPD_ROOT=\"/etc/httpd\"\n -D HTTPD_ROOT=/usr/local/apache2\n", "/usr/local/apache2"},
-        // Two quotes and nothing between: the left trim keeps them, the right one takes both.
-        {" -D HTTPD_ROOT=\"\"\n", ""},
-        {"HTTPD_ROOT\n", "HTTPD_ROOT"},
-        {" -D SERVER_CONFIG_FILE=\"conf/httpd.conf\"\n", ""},
-    };
-    for (auto [lines, root] : answers) {
-        apachectlV(lines);
-        EXPECT_EQ(helper.Apache_GetHttpdRootPath(), root) << lines;
-    }
-    // Trimming differs on a text made only of trimmed characters.
-    EXPECT_EQ(helper.TrimLeftChars("\"\"", "\""), "\"\"");
-    EXPECT_EQ(helper.TrimRightChars("\"\"", "\""), "");
-    EXPECT_EQ(helper.TrimLeftChars(" \t\"/etc/httpd\" ", " \t\""), "/etc/httpd\" ");
-    EXPECT_EQ(helper.TrimRightChars(" /etc/httpd\"\r\n", "\r\n\""), " /etc/httpd");
-}
-
-TEST_F(DiscoveryTest, IsDirectoryExistsOnlyForFolders) {
-    makeDir("/srv/www");
-    writeFile("/srv/file", "");
-    EXPECT_TRUE(helper.IsDirectoryExists(path("/srv/www")));
-    EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/file")));
-    EXPECT_FALSE(helper.IsDirectoryExists(path("/srv/missing")));
 }

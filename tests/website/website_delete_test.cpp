@@ -1,65 +1,39 @@
-// DeleteWebsite: before/after configurations, the mv it runs, messages,
-// result codes and tracking.
+// DeleteWebsite: configurations, the mv it runs, messages, result codes and
+// tracking.
 #include "QZTestFixture.h"
 
-
-class DeleteWebsiteTest : public HttpdConfTest {
-protected:
-    void SetUp() override {
-        HttpdConfTest::SetUp();
-        loggedCommand("mv");
-    }
-};
+using DeleteWebsiteTest = HttpdConfTest;
 
 TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
-    for (auto [name, domain] : {std::pair{"two_blocks_same_name", "example.com"}, {"stopped_site", "stopped.com"},
-                                {"nameless_block_after_removed", "gone.com"}, {"unclosed_blocks", "gone.com"}}) {
-        SCOPED_TRACE(name);
-        useConf("delete/" + std::string(name) + ".conf");
-        CQZWebsite website(nullptr, conf_.c_str());
-        EXPECT_EQ(website.DeleteWebsite(domain, 'N'), 24);
-        EXPECT_EQ(readConf(), data("delete/" + std::string(name) + ".expected"));
-        EXPECT_FALSE(exists(std::string(website.TEMPFILE).substr(root_.size()))) << "the scratch file was moved";
-    }
-}
-
-TEST_F(DeleteWebsiteTest, RunsMvOfTheScratchFileAndTracks) {
-    writeConf("\n\nListen 80\n\n");
+    loggedCommand("mv");
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
-    EXPECT_PRINTS(website.DeleteWebsite("nosuch.com", 0), 24, "");
-    EXPECT_EQ(commandLog(), (Lines{"mv " + std::string(website.TEMPFILE) + " " + conf_}));
-    EXPECT_EQ(readConf(), "Listen 80\n");
-    EXPECT_EQ(calls(tracker), (Lines{"CQZModuleName Apache", "CQZModuleProperties [" + conf_ + "] [HDCFFile]",
-                                     "CQZMethodName DeleteWebsite", "CQZMethodArguments [nosuch.com] [pDName]"}));
-}
-
-TEST_F(DeleteWebsiteTest, UnopenableFilesAndOverLongLinesLeaveTheConfiguration) {
-    EXPECT_PRINTS(CQZWebsite(nullptr, missing_.c_str()).DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
-    // The scratch file lies in the configuration's folder; make that
-    // impossible to create by putting a folder where it would go.
-    writeConf("Listen 80\n");
-    CQZWebsite website(nullptr, conf_.c_str());
-    makeDir(std::string(website.TEMPFILE).substr(root_.size()));
-    EXPECT_PRINTS(website.DeleteWebsite("a.com", 0), 23, "Error opening TEMPFILE file");
-    EXPECT_EQ(readConf(), "Listen 80\n");
-    // A folder is not a configuration file.
+    const std::string scratch = std::string(website.TEMPFILE).substr(root_.size());
+    for (const std::string& file : {std::string("/conf/httpd.conf"), scratch}) watch(file);
+    watchCalls(tracker);
+    alias(website.TEMPFILE, "@TEMPFILE@");
+    alias(scratch, "@TEMPFILE@");
+    for (auto [name, domain] : {std::pair{"two_blocks_same_name", "example.com"}, {"stopped_site", "stopped.com"},
+                                {"nameless_block_after_removed", "gone.com"}, {"unclosed_blocks", "gone.com"}}) {
+        useConf("delete/" + std::string(name) + ".conf");
+        STEP(name, website.DeleteWebsite(domain, 'N'));
+    }
+    writeConf("\n\nListen 80\n\n");
+    STEP("no such site: empty lines go", website.DeleteWebsite("nosuch.com", 0));
+    // A line over 2999 characters: 22, the file as it was; 2999 still fit.
+    const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n";
+    writeConf(block + "# " + std::string(3000, 'x') + "\nListen 80\n");
+    STEP("a line of 3002 characters", website.DeleteWebsite("a.com", 0));
+    writeConf(block + "# " + std::string(2997, 'x') + "\n");
+    STEP("a line of 2999 characters", website.DeleteWebsite("a.com", 0));
+    // The scratch file cannot be made where a folder stands; a folder is no
+    // configuration file.
+    makeDir(scratch);
+    STEP("the scratch file a folder", website.DeleteWebsite("a.com", 0));
     makeDir("/conf/folder.conf");
     const std::string folder = path("/conf/folder.conf");
-    CQZWebsite onFolder(nullptr, folder.c_str());
-    EXPECT_PRINTS(onFolder.DeleteWebsite("a.com", 0), 22, "Error opening HttpdConfFile file");
-    EXPECT_PRINTS(onFolder.WebsiteExists("a.com"), 22, "Error while opening HttpdConfFile\n");
-
-    // A line over 2999 characters: 22, the file as it was; 2999 still fit.
-    std::remove(std::string(website.TEMPFILE).c_str());
-    const std::string block = "<VirtualHost *:80>\n    ServerName a.com\n</VirtualHost>\n";
-    const std::string overLong = block + "# " + std::string(3000, 'x') + "\nListen 80\n";
-    writeConf(overLong);
-    EXPECT_EQ(website.DeleteWebsite("a.com", 0), 22);
-    EXPECT_EQ(readConf(), overLong);
-    EXPECT_TRUE(commandLog().empty());
-    const std::string fits = "# " + std::string(2997, 'x') + "\n";
-    writeConf(block + fits);
-    EXPECT_EQ(website.DeleteWebsite("a.com", 0), 24);
-    EXPECT_EQ(readConf(), fits);
+    STEP("the configuration a folder", CQZWebsite(nullptr, folder.c_str()).DeleteWebsite("a.com", 0));
+    STEP("exists, the configuration a folder", CQZWebsite(nullptr, folder.c_str()).WebsiteExists("a.com"));
+    STEP("no configuration", CQZWebsite(nullptr, missing_.c_str()).DeleteWebsite("a.com", 0));
+    EXPECT_DATA(transcript_, "delete/delete_website.transcript");
 }
