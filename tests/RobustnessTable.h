@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,8 +44,9 @@ inline std::string replaced(std::string text, const std::string& mark, const std
 }
 
 // Runs `call` in a child process as `uid` (when not negative), its standard
-// output dropped; what it returns, or how the child failed.
-inline std::string inChild(const std::function<std::string()>& call, int uid = -1) {
+// output dropped, with a file-size limit when `sizeLimit` is not negative;
+// what it returns, or how the child failed.
+inline std::string inChild(const std::function<std::string()>& call, int uid = -1, long long sizeLimit = -1) {
     int fds[2];
     if (pipe(fds) != 0) return "pipe failed";
     std::fflush(nullptr);
@@ -52,6 +55,9 @@ inline std::string inChild(const std::function<std::string()>& call, int uid = -
         close(fds[0]);
         if (freopen("/dev/null", "w", stdout) == nullptr) _exit(1);
         if (uid >= 0 && (setgid(uid) != 0 || setuid(uid) != 0)) _exit(1);
+        signal(SIGXFSZ, SIG_IGN);  // a write past the limit then fails with EFBIG
+        const rlimit limit{static_cast<rlim_t>(sizeLimit), static_cast<rlim_t>(sizeLimit)};
+        if (sizeLimit >= 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(1);
         const std::string result = call();
         if (write(fds[1], result.data(), result.size()) < 0) _exit(1);
         _exit(0);
