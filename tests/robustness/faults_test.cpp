@@ -186,13 +186,20 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
     insertAfter("\tServerAdmin admin@site600.test\n", "\tCustomLog logs/site600 combined\n");
     insertAfter("\tServerAdmin admin@site8.test\n", "\t<Directory \"/srv/old\">\n\t\tOptions None\n\t</Directory>\n");
     std::string keyLines, userLines;
-    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n";
-    for (int i = 0; i < 8000; ++i) userLines += "user" + std::to_string(i) + ":pw\n";
+    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n", userLines += "user" + std::to_string(i) + ":pw\n";
     const std::string oldRedirect = "<VirtualHost 10.0.0.9:8080>\n\tServerName site4.test\n</VirtualHost>\n";
     const std::string keys = path("/conf/keys");
     const std::string users = path("/opt/qz/etc/webusers/passwd.site5.test");
     const std::string redirect = path("/etc/httpd/qz/site4.test.conf");
     const auto webUsers = [] { return CQZUsers(nullptr, "/opt/qz", "site5.test", nullptr); };
+    const auto web = [&] { return CQZWebsite(nullptr, conf_.c_str()); };
+    const auto vdirs = [&] { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz"); };
+    ApacheHelper kit;
+    FileHandling params;
+    SDDir dir = {};
+    snprintf(dir.DomainName, sizeof dir.DomainName, "site5.test");
+    snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/vhome/").c_str());
     struct Case {
         const char* name;
         std::string file;
@@ -201,38 +208,24 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
         std::function<int()> call;
     };
     const std::vector<Case> cases = {
-        {"DeleteWebsite", conf_, original, 24, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site7.test", 0)); }},
-        {"StopWebsite", conf_, original, 30, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).StopWebsite("site900.test")); }},
+        {"DeleteWebsite", conf_, original, 24, 23, [&] { return int(web().DeleteWebsite("site7.test", 0)); }},
+        {"StopWebsite", conf_, original, 30, 23, [&] { return int(web().StopWebsite("site900.test")); }},
         {"CreateWebsite", conf_, original, 94, 23, [&] {
              const std::string sites = "/home/" + std::to_string(getpid()) + "/";  // new folders each run
              makeDir(sites + "new.test");
              VHostEntry v = websiteRecord("10.0.0.2", "new.test", "new.test", path(sites), '0');
-             return int(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v));
+             return int(web().CreateWebsite(&v));
          }},
-        {"AddHostHeader", conf_, original, 0, 1, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).AddHostHeader("site9.test", "alias.site9.test")); }},
-        {"EnablePhp", conf_, original, 96, 23, [&] { return CQZWebsite(nullptr, conf_.c_str()).EnablePhp("site600.test", "mod_php7"); }},
-        {"CreateVirtualDirectory", conf_, original, 'S', 23, [&] {
-             SDDir dir = {};
-             snprintf(dir.DomainName, sizeof dir.DomainName, "site5.test");
-             snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
-             snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/vhome/").c_str());
-             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, 0, "", ""));
-         }},
-        {"DeleteVirtualDirectory", conf_, original, 'U', 23, [&] {
-             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").DeleteVirtualDirectory("/srv/old"));
-         }},
-        {"Apache_UpdateDirectiveInVH", conf_, original, 0, 2, [&] {
-             return ApacheHelper().Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false);
-         }},
-        {"Apache_writeDirective", conf_, original, 0, 2, [&] {
-             return ApacheHelper().Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1);
-         }},
-        {"Apache_RedirectVHFromHttpToHttps", redirect, oldRedirect, 1, 0, [&] {
-             return int(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "site4.test", "10.0.0.1", "80"));
-         }},
-        {"delParamFromFile", keys, keyLines, 1, 0, [&] { return FileHandling().delParamFromFile(keys, "key5", "v", '=', '#'); }},
-        {"editParamValueInFile", keys, keyLines, 1, 0, [&] { return FileHandling().editParamValueInFile(keys, "key5", "v", "w", '=', '#'); }},
-        {"addParamInFile", keys, keyLines, 1, 0, [&] { return FileHandling().addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
+        {"AddHostHeader", conf_, original, 0, 1, [&] { return int(web().AddHostHeader("site9.test", "alias.site9.test")); }},
+        {"EnablePhp", conf_, original, 96, 23, [&] { return web().EnablePhp("site600.test", "mod_php7"); }},
+        {"CreateVirtualDirectory", conf_, original, 'S', 23, [&] { return int(vdirs().CreateVirtualDirectory(&dir, 0, "", "")); }},
+        {"DeleteVirtualDirectory", conf_, original, 'U', 23, [&] { return int(vdirs().DeleteVirtualDirectory("/srv/old")); }},
+        {"Apache_UpdateDirectiveInVH", conf_, original, 0, 2, [&] { return kit.Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false); }},
+        {"Apache_writeDirective", conf_, original, 0, 2, [&] { return kit.Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1); }},
+        {"Apache_RedirectVHFromHttpToHttps", redirect, oldRedirect, 1, 0, [&] { return int(kit.Apache_RedirectVHFromHttpToHttps(conf_, "site4.test", "10.0.0.1", "80")); }},
+        {"delParamFromFile", keys, keyLines, 1, 0, [&] { return params.delParamFromFile(keys, "key5", "v", '=', '#'); }},
+        {"editParamValueInFile", keys, keyLines, 1, 0, [&] { return params.editParamValueInFile(keys, "key5", "v", "w", '=', '#'); }},
+        {"addParamInFile", keys, keyLines, 1, 0, [&] { return params.addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
         {"UserCreate", users, userLines, 'M', 'N', [&] { return int(webUsers().UserCreate("ann", std::string(70000, 'x').c_str())); }},
         {"UserDelete", users, userLines, 'O', 23, [&] { return int(webUsers().UserDelete("user5")); }},
     };
