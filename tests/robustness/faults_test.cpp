@@ -188,9 +188,7 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
     std::string keyLines, userLines;
     for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n", userLines += "user" + std::to_string(i) + ":pw\n";
     const std::string oldRedirect = "<VirtualHost 10.0.0.9:8080>\n\tServerName site4.test\n</VirtualHost>\n";
-    const std::string keys = path("/conf/keys");
-    const std::string users = path("/opt/qz/etc/webusers/passwd.site5.test");
-    const std::string redirect = path("/etc/httpd/qz/site4.test.conf");
+    const std::string keys = path("/conf/keys"), users = path("/opt/qz/etc/webusers/passwd.site5.test"), redirect = path("/etc/httpd/qz/site4.test.conf");
     const auto webUsers = [] { return CQZUsers(nullptr, "/opt/qz", "site5.test", nullptr); };
     const auto web = [&] { return CQZWebsite(nullptr, conf_.c_str()); };
     const auto vdirs = [&] { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz"); };

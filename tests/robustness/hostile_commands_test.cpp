@@ -125,7 +125,6 @@ protected:
     }
 
     std::vector<Case> cases_;
-    CQZTrackManager tracker_;
 };
 
 TEST_F(HostileCommandTest, WebsiteCommands) {
