@@ -6,6 +6,7 @@
 // removed, or rewritten with the lines it lost (-) and gained (+). Every call
 // must end within kBound seconds; an alarm ends a test that hangs.
 #include "QZTestFixture.h"
+#include "RobustnessTable.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,32 +16,11 @@
 #include <functional>
 #include <map>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr int kBound = 10;
-
-const char* const kSite =
-    "ServerRoot \"@ROOT@/etc/httpd\"\n"
-    "Listen 80\n"
-    "LoadModule php5_module modules/libphp5.so\n"
-    "Include conf.d/*.conf\n"
-    "<VirtualHost 10.0.0.1:80>\n"
-    "\tServerName a.com\n"
-    "\tServerAdmin admin@a.com\n"
-    "\tDocumentRoot \"@ROOT@/s/a.com/www/html\"\n"
-    "\tServerAlias www.a.com\n"
-    "\tCustomLog @ROOT@/s/a.com/log/access_log combined\n"
-    "\tAlias /shop \"@ROOT@/s/a.com/shop\"\n"
-    "\t<Directory \"@ROOT@/s/a.com/www/html\">\n"
-    "\t\tOptions +Indexes\n"
-    "\t</Directory>\n"
-    "\t<IfModule mod_php5.c>\n"
-    "\t\tAddHandler application/x-httpd-php .php\n"
-    "\t</IfModule>\n"
-    "</VirtualHost>\n";
 
 // Runs of one character longer than 8 written as "c{count}", control
 // characters in caret notation, a missing final newline marked.
@@ -73,10 +53,11 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 class BadInputTest : public HttpdConfTest {
 protected:
-    // What a condition does to the file before the call, and who calls.
+    // What a condition makes of the file's good content before the call (no
+    // function: the file is missing, or a folder), and who calls.
     struct Condition {
         std::string name;
-        std::function<void(BadInputTest&, const std::string& rel, const std::string& text)> prepare;
+        std::function<std::string(std::string)> content;
         bool asNobody = false;     // run by an unprivileged user
         bool lockFolders = false;  // the scratch folders cannot be written
     };
@@ -84,9 +65,7 @@ protected:
     // its read limit N (lines hold at most N-1 characters; 0: no limit) and
     // the call, its result as text.
     struct Operation {
-        std::string name;
-        std::string file;
-        std::string text;
+        std::string name, file, text;
         size_t limit;
         std::function<std::string()> call;
     };
@@ -102,7 +81,7 @@ protected:
         // tempnam prefers TMPDIR to the folder of the web users it is given.
         makeDir("/tmp");
         setenv("TMPDIR", path("/tmp").c_str(), 1);
-        site_ = rootedText(kSite);
+        site_ = rootedData("badinput/site.conf");
     }
     void TearDown() override {
         alarm(0);
@@ -111,74 +90,26 @@ protected:
         HttpdConfTest::TearDown();
     }
 
-    std::string rootedText(std::string text) const {
-        for (size_t at; (at = text.find("@ROOT@")) != std::string::npos;) text.replace(at, 6, root_);
-        return text;
-    }
-
     static std::vector<Condition> conditions(size_t limit) {
-        auto write = [](const std::string& content) {
-            return [content](BadInputTest& t, const std::string& rel, const std::string& text) {
-                t.writeFile(rel, content.empty() ? text : content);
-            };
-        };
+        const auto same = [](std::string text) { return text; };
         std::vector<Condition> list = {
-            {"missing", [](BadInputTest&, const std::string&, const std::string&) {}},
-            {"folder", [](BadInputTest& t, const std::string& rel, const std::string&) { t.makeDir(rel); }},
-            {"empty", [](BadInputTest& t, const std::string& rel, const std::string&) { t.writeFile(rel, ""); }},
-            {"no final newline", [](BadInputTest& t, const std::string& rel, const std::string& text) {
-                 t.writeFile(rel, text.substr(0, text.size() - 1));
-             }},
-            {"crlf", [](BadInputTest& t, const std::string& rel, const std::string& text) {
-                 std::string crlf;
-                 for (char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
-                 t.writeFile(rel, crlf);
-             }},
-            {"nul byte", [](BadInputTest& t, const std::string& rel, const std::string& text) {
-                 std::string withNul = text;
-                 const size_t at = withNul.find('\n', withNul.size() / 2);
-                 withNul.insert(at, std::string("\0tail", 5));
-                 t.writeFile(rel, withNul);
-             }},
-            {"unreadable", [](BadInputTest& t, const std::string& rel, const std::string& text) {
-                 t.writeFile(rel, text);
-                 chmod(t.path(rel).c_str(), 0);
-             }, true},
-            {"scratch folder read-only", write(""), true, true},
+            {"missing", nullptr},
+            {"folder", nullptr},
+            {"empty", [](std::string) { return std::string(); }},
+            {"no final newline", [](std::string text) { return text.substr(0, text.size() - 1); }},
+            {"crlf", [](std::string text) { return replaced(text, "\n", "\r\n"); }},
+            {"nul byte", [](std::string text) { return text.insert(text.find('\n', text.size() / 2), std::string("\0tail", 5)); }},
+            {"unreadable", same, true},
+            {"scratch folder read-only", same, true, true},
         };
-        if (limit != 0) {
-            for (const size_t length : {limit - 2, limit - 1, limit}) {
-                list.push_back({"line of " + std::to_string(length), [length](BadInputTest& t, const std::string& rel, const std::string& text) {
-                                    t.writeFile(rel, "#" + std::string(length - 1, 'x') + "\n" + text);
-                                }});
-            }
-        }
+        for (const size_t length : {limit - 2, limit - 1, limit})
+            if (limit != 0) list.push_back({"line of " + std::to_string(length), [length](std::string text) { return "#" + std::string(length - 1, 'x') + "\n" + text; }});
         return list;
     }
 
     // The call, run as nobody (in a child process) when the condition asks.
     std::string run(const Operation& op, const Condition& cond) {
-        if (!cond.asNobody || geteuid() != 0) return op.call();
-        int fds[2];
-        if (pipe(fds) != 0) return "pipe failed";
-        fflush(stdout);
-        const pid_t child = fork();
-        if (child == 0) {
-            close(fds[0]);
-            if (setgid(65534) != 0 || setuid(65534) != 0) _exit(1);
-            const std::string result = op.call();
-            if (write(fds[1], result.data(), result.size()) < 0) _exit(1);
-            _exit(0);
-        }
-        close(fds[1]);
-        std::string result;
-        char buf[256];
-        for (ssize_t got; (got = read(fds[0], buf, sizeof buf)) > 0;) result.append(buf, static_cast<size_t>(got));
-        close(fds[0]);
-        int status = 0;
-        waitpid(child, &status, 0);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return result;
-        return "child failed (" + (WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "signal " + std::to_string(WTERMSIG(status))) + ")";
+        return cond.asNobody && geteuid() == 0 ? inChild(op.call, 65534) : op.call();
     }
 
     // Every condition for every operation, as lines of text.
@@ -192,7 +123,9 @@ protected:
                 std::filesystem::remove_all(path("/conf"));
                 for (const char* fixed : {"/etc/apactemp1", "/etc/tempapa1", "/etc/temp"}) std::remove(path(fixed).c_str());
                 makeDir("/conf");
-                cond.prepare(*this, op.file, op.text);
+                if (cond.name == "folder") makeDir(op.file);
+                if (cond.content) writeFile(op.file, cond.content(op.text));
+                if (cond.name == "unreadable") chmod(path(op.file).c_str(), 0);
                 const bool existed = exists(op.file);
                 const std::string before = existed ? readFile(op.file) : "";
                 setModes(cond, op.file);
@@ -215,13 +148,13 @@ protected:
         if (!cond.asNobody) return;
         if (cond.lockFolders) chmod(path(rel).c_str(), 0444);
         chmod(root_.c_str(), 0755);
-        const mode_t folders = cond.lockFolders ? 0555 : 0777;
-        for (const char* folder : {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"}) chmod(path(folder).c_str(), folders);
+        for (const char* folder : kFolders) chmod(path(folder).c_str(), cond.lockFolders ? 0555 : 0777);
     }
     void restoreModes() {
-        for (const char* folder : {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"}) chmod(path(folder).c_str(), 0755);
+        for (const char* folder : kFolders) chmod(path(folder).c_str(), 0755);
         if (exists("/conf/httpd.conf")) chmod(path("/conf/httpd.conf").c_str(), 0644);
     }
+    static constexpr const char* kFolders[] = {"/conf", "/etc", "/etc/httpd", "/s/a.com/www/html", "/tmp", "/opt/etc/webusers"};
 
     std::string fileState(const std::string& rel, bool existed, const std::string& before) {
         struct stat st;
@@ -245,14 +178,7 @@ protected:
     mode_t umask_ = 0;
 };
 
-namespace {
-std::string text(int result) { return std::to_string(result); }
-std::string text(char result) { return result > ' ' && result < 127 ? std::string{'\'', result, '\''} : text(+result); }
-std::string text(bool result) { return result ? "true" : "false"; }
-std::string text(const std::string& result) { return "\"" + result + "\""; }
-}  // namespace
-
-#define OP(limit, call) Operation{#call, "/conf/httpd.conf", site_, limit, [&] { return text(call); }}
+#define OP(limit, call) Operation{#call, "/conf/httpd.conf", site_, limit, [&] { return show(call); }}
 
 TEST_F(BadInputTest, Websites) {
     CQZWebsite web(nullptr, conf_.c_str());
@@ -384,25 +310,25 @@ TEST_F(BadInputTest, ParameterAndSettingsFiles) {
     const std::string kv = "# list\nann:1\nbob:2\n";
     fakeCommand("htpasswd", "exit 0");  // its own file handling is not under test
     const std::string report = sweep({
-        {"isParamValueExistsInFile", "/conf/params.txt", kv, 2999, [&] { return text(files.isParamValueExistsInFile(params, "bob", "2", ':', '#')); }},
-        {"delParamFromFile", "/conf/params.txt", kv, 2999, [&] { return text(files.delParamFromFile(params, "bob", "2", ':', '#')); }},
-        {"editParamValueInFile", "/conf/params.txt", kv, 2999, [&] { return text(files.editParamValueInFile(params, "bob", "2", "3", ':', '#')); }},
-        {"addParamInFile", "/conf/params.txt", kv, 0, [&] { return text(files.addParamInFile(params, "cy:4")); }},
+        {"isParamValueExistsInFile", "/conf/params.txt", kv, 2999, [&] { return show(files.isParamValueExistsInFile(params, "bob", "2", ':', '#')); }},
+        {"delParamFromFile", "/conf/params.txt", kv, 2999, [&] { return show(files.delParamFromFile(params, "bob", "2", ':', '#')); }},
+        {"editParamValueInFile", "/conf/params.txt", kv, 2999, [&] { return show(files.editParamValueInFile(params, "bob", "2", "3", ':', '#')); }},
+        {"addParamInFile", "/conf/params.txt", kv, 0, [&] { return show(files.addParamInFile(params, "cy:4")); }},
         {"getParamFromQZConfFile", "/etc/QZ.conf", "A=\"1\"\nWebServerPort=\"8080\"\n", 120,
-         [&] { port = "80"; return text(getParamFromQZConfFile(qzconf, port, "WebServerPort")) + " " + port; }},
-        {"UserDelete", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserDelete("bob")); }},
-        {"ChangePasswd", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.ChangePasswd("bob", "3")); }},
-        {"UserList", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return text(users.UserList(&list)) + " " + std::to_string(list.size()); }},
-        {"UserCreate", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserCreate("cy", "3")); }},
-        {"UserExist", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return text(users.UserExist(&list)) + " " + std::to_string(list.size()); }},
-        {"UserDeleteAll", userFile, "ann:1\nbob:2\n", 3000, [&] { return text(users.UserDeleteAll()); }},
+         [&] { port = "80"; return show(getParamFromQZConfFile(qzconf, port, "WebServerPort")) + " " + port; }},
+        {"UserDelete", userFile, "ann:1\nbob:2\n", 3000, [&] { return show(users.UserDelete("bob")); }},
+        {"ChangePasswd", userFile, "ann:1\nbob:2\n", 3000, [&] { return show(users.ChangePasswd("bob", "3")); }},
+        {"UserList", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return show(users.UserList(&list)) + " " + std::to_string(list.size()); }},
+        {"UserCreate", userFile, "ann:1\nbob:2\n", 3000, [&] { return show(users.UserCreate("cy", "3")); }},
+        {"UserExist", userFile, "ann:1\nbob:2\n", 3000, [&] { list.clear(); return show(users.UserExist(&list)) + " " + std::to_string(list.size()); }},
+        {"UserDeleteAll", userFile, "ann:1\nbob:2\n", 3000, [&] { return show(users.UserDeleteAll()); }},
         // The folder's ".htaccess"; deleting waits two seconds a call and is
         // left to the private-folder tests.
         {"addPrivateFolder", "/conf/.htaccess", "Options -Indexes\nAuthType Basic\n", 2999,
-         [&] { return text(PrivateFolder().addPrivateFolder(path("/conf"), "bob", "pw")); }},
+         [&] { return show(PrivateFolder().addPrivateFolder(path("/conf"), "bob", "pw")); }},
         // Editing in place reads only the password file, which htpasswd keeps.
         {"editPrivateFolder", "/conf/.htpasswd", "ann:x\nbob:y\n", 0,
-         [&] { return text(PrivateFolder().editPrivateFolder(path("/conf"), path("/conf"), "bob", "pw")); }},
+         [&] { return show(PrivateFolder().editPrivateFolder(path("/conf"), path("/conf"), "bob", "pw")); }},
     });
     EXPECT_DATA(report, "badinput/params.report");
 }

@@ -2,21 +2,17 @@
 // configuration at once, a scratch file that cannot be written whole, and
 // rewrites killed at random moments.
 #include "QZTestFixture.h"
+#include "RobustnessTable.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <dirent.h>
-#include <cstring>
-#include <functional>
+#include <filesystem>
 #include <random>
+#include <sstream>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -31,35 +27,6 @@ std::string sites(int count) {
     return text;
 }
 
-// Runs `call` in a child process (its output dropped), with a file-size limit
-// when `sizeLimit` is not negative; the call's result, or -1 when the child
-// did not end normally.
-int inChild(const std::function<int()>& call, long long sizeLimit = -1) {
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (freopen("/dev/null", "w", stdout) == nullptr) _exit(255);
-        if (sizeLimit >= 0) {
-            signal(SIGXFSZ, SIG_IGN);  // a write past the limit then fails with EFBIG
-            const rlimit limit{static_cast<rlim_t>(sizeLimit), static_cast<rlim_t>(sizeLimit)};
-            if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(255);
-        }
-        _exit(call() & 0xff);
-    }
-    int status = 0;
-    if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
-    return WEXITSTATUS(status);
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    for (size_t at = 0, end; at < text.size(); at = end + 1) {
-        end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-    }
-    return lines;
-}
-
 // The items from `first` on sorted, each followed by `after`.
 std::string sortedFrom(std::vector<std::string> items, size_t first, const std::string& after) {
     std::sort(items.begin() + static_cast<long>(first), items.end());
@@ -68,26 +35,32 @@ std::string sortedFrom(std::vector<std::string> items, size_t first, const std::
     return joined;
 }
 
-// The configuration's blocks in order of name, empty lines dropped: what
-// must hold whatever order the callers came in.
-std::string blocksSorted(const std::string& text) {
-    std::vector<std::string> blocks(1);
-    for (const std::string& line : linesOf(text)) {
-        if (line.empty()) continue;
-        if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("#<VirtualHost", 0) == 0) blocks.emplace_back();
-        blocks.back() += line + "\n";
+// The configuration's blocks in order of name, empty lines dropped (or,
+// with `blocks` false, its lines in order): what must hold whatever order
+// the callers came in.
+std::string sorted(const std::string& text, bool blocks = true) {
+    std::vector<std::string> parts(1);
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        if (!blocks) parts.push_back(line);
+        else if (line.rfind("<VirtualHost", 0) == 0 || line.rfind("#<VirtualHost", 0) == 0) parts.push_back(line + "\n");
+        else if (!line.empty()) parts.back() += line + "\n";
     }
-    return sortedFrom(blocks, 1, "--\n");
+    return blocks ? sortedFrom(parts, 1, "--\n") : sortedFrom({parts.begin() + 1, parts.end()}, 0, "\n");
 }
 
 // The names in a folder, in order.
 std::string namesIn(const std::string& folder) {
     std::vector<std::string> names;
-    if (DIR* dir = opendir(folder.c_str())) {
-        while (const dirent* entry = readdir(dir)) names.push_back(entry->d_name);
-        closedir(dir);
-    }
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) names.push_back(entry.path().filename());
     return sortedFrom(names, 0, " ");
+}
+
+// Runs `call` in a child process, with a file-size limit when `sizeLimit`
+// is not negative: its result.
+std::string childResult(const std::function<int()>& call, long long sizeLimit = -1) {
+    return inChild([&] { return std::to_string(call()); }, -1, sizeLimit);
 }
 
 }  // namespace
@@ -144,7 +117,7 @@ protected:
 
     // The files the workers change, in a form that does not depend on their order.
     std::string outcome(int workers) {
-        std::string text = blocksSorted(readConf()) + sortedFrom(linesOf(readFile("/etc/params")), 0, "\n");
+        std::string text = sorted(readConf()) + sorted(readFile("/etc/params"), false);
         for (int n = 0; n < workers; ++n) text += readFile("/opt/qz/etc/webusers/passwd.w" + std::to_string(n) + ".test");
         return text;
     }
@@ -213,13 +186,18 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
     insertAfter("\tServerAdmin admin@site600.test\n", "\tCustomLog logs/site600 combined\n");
     insertAfter("\tServerAdmin admin@site8.test\n", "\t<Directory \"/srv/old\">\n\t\tOptions None\n\t</Directory>\n");
     std::string keyLines, userLines;
-    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n";
-    for (int i = 0; i < 8000; ++i) userLines += "user" + std::to_string(i) + ":pw\n";
+    for (int i = 0; i < 8000; ++i) keyLines += "key" + std::to_string(i) + "=v\n", userLines += "user" + std::to_string(i) + ":pw\n";
     const std::string oldRedirect = "<VirtualHost 10.0.0.9:8080>\n\tServerName site4.test\n</VirtualHost>\n";
-    const std::string keys = path("/conf/keys");
-    const std::string users = path("/opt/qz/etc/webusers/passwd.site5.test");
-    const std::string redirect = path("/etc/httpd/qz/site4.test.conf");
+    const std::string keys = path("/conf/keys"), users = path("/opt/qz/etc/webusers/passwd.site5.test"), redirect = path("/etc/httpd/qz/site4.test.conf");
     const auto webUsers = [] { return CQZUsers(nullptr, "/opt/qz", "site5.test", nullptr); };
+    const auto web = [&] { return CQZWebsite(nullptr, conf_.c_str()); };
+    const auto vdirs = [&] { return CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz"); };
+    ApacheHelper kit;
+    FileHandling params;
+    SDDir dir = {};
+    snprintf(dir.DomainName, sizeof dir.DomainName, "site5.test");
+    snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
+    snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/vhome/").c_str());
     struct Case {
         const char* name;
         std::string file;
@@ -228,38 +206,24 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
         std::function<int()> call;
     };
     const std::vector<Case> cases = {
-        {"DeleteWebsite", conf_, original, 24, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).DeleteWebsite("site7.test", 0)); }},
-        {"StopWebsite", conf_, original, 30, 23, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).StopWebsite("site900.test")); }},
+        {"DeleteWebsite", conf_, original, 24, 23, [&] { return int(web().DeleteWebsite("site7.test", 0)); }},
+        {"StopWebsite", conf_, original, 30, 23, [&] { return int(web().StopWebsite("site900.test")); }},
         {"CreateWebsite", conf_, original, 94, 23, [&] {
              const std::string sites = "/home/" + std::to_string(getpid()) + "/";  // new folders each run
              makeDir(sites + "new.test");
              VHostEntry v = websiteRecord("10.0.0.2", "new.test", "new.test", path(sites), '0');
-             return int(CQZWebsite(nullptr, conf_.c_str()).CreateWebsite(&v));
+             return int(web().CreateWebsite(&v));
          }},
-        {"AddHostHeader", conf_, original, 0, 1, [&] { return int(CQZWebsite(nullptr, conf_.c_str()).AddHostHeader("site9.test", "alias.site9.test")); }},
-        {"EnablePhp", conf_, original, 96, 23, [&] { return CQZWebsite(nullptr, conf_.c_str()).EnablePhp("site600.test", "mod_php7"); }},
-        {"CreateVirtualDirectory", conf_, original, 'S', 23, [&] {
-             SDDir dir = {};
-             snprintf(dir.DomainName, sizeof dir.DomainName, "site5.test");
-             snprintf(dir.DirPath, sizeof dir.DirPath, "docs");
-             snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", path("/vhome/").c_str());
-             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").CreateVirtualDirectory(&dir, 0, "", ""));
-         }},
-        {"DeleteVirtualDirectory", conf_, original, 'U', 23, [&] {
-             return int(CQZVirtualDirectory(nullptr, conf_.c_str(), "/opt/qz").DeleteVirtualDirectory("/srv/old"));
-         }},
-        {"Apache_UpdateDirectiveInVH", conf_, original, 0, 2, [&] {
-             return ApacheHelper().Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false);
-         }},
-        {"Apache_writeDirective", conf_, original, 0, 2, [&] {
-             return ApacheHelper().Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1);
-         }},
-        {"Apache_RedirectVHFromHttpToHttps", redirect, oldRedirect, 1, 0, [&] {
-             return int(ApacheHelper().Apache_RedirectVHFromHttpToHttps(conf_, "site4.test", "10.0.0.1", "80"));
-         }},
-        {"delParamFromFile", keys, keyLines, 1, 0, [&] { return FileHandling().delParamFromFile(keys, "key5", "v", '=', '#'); }},
-        {"editParamValueInFile", keys, keyLines, 1, 0, [&] { return FileHandling().editParamValueInFile(keys, "key5", "v", "w", '=', '#'); }},
-        {"addParamInFile", keys, keyLines, 1, 0, [&] { return FileHandling().addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
+        {"AddHostHeader", conf_, original, 0, 1, [&] { return int(web().AddHostHeader("site9.test", "alias.site9.test")); }},
+        {"EnablePhp", conf_, original, 96, 23, [&] { return web().EnablePhp("site600.test", "mod_php7"); }},
+        {"CreateVirtualDirectory", conf_, original, 'S', 23, [&] { return int(vdirs().CreateVirtualDirectory(&dir, 0, "", "")); }},
+        {"DeleteVirtualDirectory", conf_, original, 'U', 23, [&] { return int(vdirs().DeleteVirtualDirectory("/srv/old")); }},
+        {"Apache_UpdateDirectiveInVH", conf_, original, 0, 2, [&] { return kit.Apache_UpdateDirectiveInVH(conf_, "site3.test", "ServerAdmin", "root@x", false); }},
+        {"Apache_writeDirective", conf_, original, 0, 2, [&] { return kit.Apache_writeDirective(conf_, "Timeout 30", "Listen", false, -1); }},
+        {"Apache_RedirectVHFromHttpToHttps", redirect, oldRedirect, 1, 0, [&] { return int(kit.Apache_RedirectVHFromHttpToHttps(conf_, "site4.test", "10.0.0.1", "80")); }},
+        {"delParamFromFile", keys, keyLines, 1, 0, [&] { return params.delParamFromFile(keys, "key5", "v", '=', '#'); }},
+        {"editParamValueInFile", keys, keyLines, 1, 0, [&] { return params.editParamValueInFile(keys, "key5", "v", "w", '=', '#'); }},
+        {"addParamInFile", keys, keyLines, 1, 0, [&] { return params.addParamInFile(keys, "key=" + std::string(70000, 'x')); }},
         {"UserCreate", users, userLines, 'M', 'N', [&] { return int(webUsers().UserCreate("ann", std::string(70000, 'x').c_str())); }},
         {"UserDelete", users, userLines, 'O', 23, [&] { return int(webUsers().UserDelete("user5")); }},
     };
@@ -271,14 +235,14 @@ TEST_F(FaultsTest, WriteFailureLeavesTheFileWhole) {
         // (the fixed scratch names) and TMPDIR.
         const auto names = [&] { return namesIn(path(rel.substr(0, rel.rfind('/')))) + namesIn(path("/etc")) + namesIn(path("/tmp")); };
         writeFile(rel, c.before);
-        ASSERT_EQ(inChild(c.call), c.success) << c.name;  // unlimited, it succeeds
+        ASSERT_EQ(childResult(c.call), std::to_string(c.success)) << c.name;  // unlimited, it succeeds
         const long long written = static_cast<long long>(readFile(rel).size());
         const std::string left = names();  // with the backups a run leaves
         for (const long long limit : {0LL, 1LL, 65535LL, 65536LL, 65537LL, written - 1}) {
             if (limit >= written) continue;
             writeFile(rel, c.before);
             ++injected;
-            EXPECT_EQ(inChild(c.call, limit), c.failure) << c.name << " limit " << limit;
+            EXPECT_EQ(childResult(c.call, limit), std::to_string(c.failure)) << c.name << " limit " << limit;
             EXPECT_TRUE(readFile(rel) == c.before) << c.name << " limit " << limit;
             EXPECT_EQ(names(), left) << c.name << " limit " << limit;
         }
@@ -298,9 +262,9 @@ TEST_F(FaultsTest, KilledRewritesLeaveTheOldOrTheNewFile) {
     // The two whole files: the rewrite also drops the empty lines.
     writeConf(sites(100));
     const auto started = std::chrono::steady_clock::now();
-    ASSERT_EQ(inChild([&] { return update("root@site5.test"); }), 0);
+    ASSERT_EQ(childResult([&] { return update("root@site5.test"); }), "0");
     const std::string changed = readConf();
-    ASSERT_EQ(inChild([&] { return update("admin@site5.test"); }), 0);
+    ASSERT_EQ(childResult([&] { return update("admin@site5.test"); }), "0");
     const std::string original = readConf();
     // Kills spread over a little more than a whole run, however loaded the machine.
     const auto run = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);

@@ -8,6 +8,7 @@
 // otherwise plain name (no blank or quote to force the quoting), must give
 // the words and files of the ordinary run with that character added.
 #include "QZTestFixture.h"
+#include "RobustnessTable.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -27,32 +28,6 @@ const std::string kHostileAdmin = "-R $(touch canary);`touch canary`|&'";
 // password, where "~" and "#" act. "*" and "?" match the folders of the other
 // cases; "~root/" names root's home folder (its "/" is a "_" in folder names).
 const char* const kSingleMetacharacters[] = {";", "|", "&", "$HOME", "`canary`", ">x", "<x", "*", "?", "~root/", "#", "(", "\\", "'"};
-
-const char* const kSite =
-    "Listen 80\n"
-    "LoadModule php5_module modules/libphp5.so\n"
-    "Include conf.d/*.conf\n"
-    "<VirtualHost 10.0.0.1:80>\n"
-    "\tServerName a.com\n"
-    "\tServerAdmin @ADMIN@@a.com\n"
-    "\tDocumentRoot \"@SITES@/a.com/www/html\"\n"
-    "\tServerAlias www.a.com\n"
-    "\tCustomLog @SITES@/a.com/log/httpd/access_log combined\n"
-    "\t<Directory \"@SITES@/a.com\">\n"
-    "\t\tAllowOverride All\n"
-    "\t</Directory>\n"
-    "\t<Directory \"@SITES@/a.com/www/html\">\n"
-    "\t\tAuthType Basic\n"
-    "\t</Directory>\n"
-    "\t<IfModule mod_fcgid.c>\n"
-    "\t\tAddHandler fcgid-script .php\n"
-    "\t</IfModule>\n"
-    "</VirtualHost>\n";
-
-std::string replaced(std::string text, const std::string& mark, const std::string& by) {
-    for (size_t at; (at = text.find(mark)) != std::string::npos;) text.replace(at, mark.size(), by);
-    return text;
-}
 
 }  // namespace
 
@@ -114,9 +89,9 @@ protected:
     // as `as` in the transcript.
     void scratchAlias(const std::string& name, const std::string& as) { alias(replaced(name, "\n", "\\n"), as); }
 
-    // The site's configuration for a case, written in its folder; its path.
-    std::string site(const Case& c, const std::string& text = kSite) {
-        writeFile(c.conf(), replaced(replaced(text, "@SITES@", root_ + c.sites), "@ADMIN@", c.admin));
+    // The site's configuration (hostile/site.conf) for a case, written in its folder; its path.
+    std::string site(const Case& c) {
+        writeFile(c.conf(), replaced(replaced(data("hostile/site.conf"), "@SITES@", root_ + c.sites), "@ADMIN@", c.admin));
         return path(c.conf());
     }
 
@@ -150,7 +125,6 @@ protected:
     }
 
     std::vector<Case> cases_;
-    CQZTrackManager tracker_;
 };
 
 TEST_F(HostileCommandTest, WebsiteCommands) {
@@ -212,39 +186,6 @@ TEST_F(HostileCommandTest, ToolkitCommands) {
     EXPECT_DATA(transcript_, "hostile/toolkit.transcript");
 }
 
-TEST_F(HostileCommandTest, AccessCommands) {
-    forEachCase([&](const Case& c) {
-        const std::string conf = site(c);
-        CQZVirtualDirectory vdir(nullptr, conf.c_str());
-        SDDir dir = {};
-        snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
-        snprintf(dir.DirPath, sizeof dir.DirPath, "%s%s/a.com/www/html", root_.c_str(), c.sites.c_str());
-        snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s%s", root_.c_str(), c.sites.c_str());
-        dir.Order = '1';
-        dir.AnonAccess = '1';
-        const bool hostile = c.label == "hostile";
-        const std::string name = hostile ? "-D;touch canary" : c.word + "webadmin";
-        const std::string pass = hostile ? "p'w \"$(touch canary)\"\n`id`" : c.word + "s3cret";
-        STEP(c.label + ": UpdateVirtualDirectory", vdir.UpdateVirtualDirectory(&dir, name, pass));
-        // htpasswd itself reads a line starting with "#" as a comment.
-        if (name[0] != '#') {
-            EXPECT_TRUE(htpasswdAccepts(root_ + c.sites + "/a.com/webusers_a.com.htpasswd", name, pass)) << c.label;
-        }
-        // The password file of a web user, named after the domain and folder.
-        const std::string tag = replaced(c.word, "/", "_");
-        const std::string domain = hostile ? "shop.test';touch canary;'$(touch canary)\n-x" : "shop.test" + tag;
-        const std::string folder = hostile ? "/priv `touch canary`" : "/priv" + tag;
-        CQZUsers users(nullptr, "/opt", domain.c_str(), folder.c_str());
-        scratchAlias(users.TEMPFILE, "@USERSTEMP@");
-        std::filesystem::create_directories(path("/opt/etc/webusers"));
-        const std::string file = "/opt/etc/webusers/passwd." + domain + "_" + users.FolderPath;
-        writeFile(file, "ann:1\nbob:2\n");
-        STEP(c.label + ": ChangePasswd", users.ChangePasswd("ann", "3"));
-        EXPECT_EQ(readFile(file), "ann:3\nbob:2\n") << c.label;
-    });
-    EXPECT_DATA(transcript_, "hostile/access.transcript");
-}
-
 // Virtual directories, web users and private folders. Deleting a private
 // folder pauses two seconds a call: it runs for the ordinary and the hostile
 // names only.
@@ -253,42 +194,51 @@ TEST_F(HostileCommandTest, ManagerCommands) {
     ASSERT_EQ(stat(root_.c_str(), &st), 0);
     std::filesystem::create_directories(path("/opt/etc/webusers"));
     forEachCase([&](const Case& c) {
-        // The owner of the site folders, the web admin whom chown is given,
-        // is named like the case's ServerAdmin (but where "#" would make the
-        // line a comment).
-        const std::string owner = c.admin[0] == '#' ? "admin" : c.admin;
-        writeFile("/etc/passwd", owner + ":x:" + std::to_string(st.st_uid) + ":1::/:/bin/sh\n");
-        const std::string conf = site(c), sites = root_ + c.sites;
+        const std::string conf = site(c), sites = root_ + c.sites, tag = replaced(c.word, "/", "_");
         const bool hostile = c.label == "hostile";
         const std::string name = hostile ? "-D;touch canary" : c.word + "webadmin";
         const std::string pass = hostile ? "p'w \"$(touch canary)\"\n`id`" : c.word + "s3cret";
+        // htpasswd itself reads a line starting with "#" as a comment.
+        const auto accepts = [&](const std::string& file, const std::string& password) {
+            if (name[0] != '#') {
+                EXPECT_TRUE(htpasswdAccepts(file, name, password)) << c.label;
+            }
+        };
         SDDir dir = {};
         snprintf(dir.DomainName, sizeof dir.DomainName, "a.com");
-        snprintf(dir.DirPath, sizeof dir.DirPath, "%s/a.com/shop", sites.c_str());
+        snprintf(dir.DirPath, sizeof dir.DirPath, "%s/a.com/www/html", sites.c_str());
         snprintf(dir.WebAdminPath, sizeof dir.WebAdminPath, "%s", sites.c_str());
+        dir.Order = '1';
         dir.AnonAccess = '1';
-        STEP(c.label + ": CreateVirtualDirectory", CQZVirtualDirectory(nullptr, conf.c_str(), "/opt").CreateVirtualDirectory(&dir, 0, name, pass));
-        if (name[0] != '#') {
-            EXPECT_TRUE(htpasswdAccepts(sites + "/a.com/webusers_a.com.htpasswd", name, pass)) << c.label;
-        }
-        STEP(c.label + ": DeleteVirtualDirectory", CQZVirtualDirectory(nullptr, conf.c_str()).DeleteVirtualDirectory(dir.DirPath));
+        STEP(c.label + ": UpdateVirtualDirectory", CQZVirtualDirectory(nullptr, conf.c_str()).UpdateVirtualDirectory(&dir, name, pass));
+        accepts(sites + "/a.com/webusers_a.com.htpasswd", pass);
 
-        const std::string tag = replaced(c.word, "/", "_");
+        // The password file of a web user, named after the domain and folder.
         const std::string domain = hostile ? "shop.test';touch canary;'$(touch canary)\n-x" : "shop.test" + tag;
         const std::string folder = hostile ? "/priv `touch canary`" : "/priv" + tag;
         CQZUsers users(nullptr, "/opt", domain.c_str(), folder.c_str());
         scratchAlias(users.TEMPFILE, "@USERSTEMP@");
         const std::string file = "/opt/etc/webusers/passwd." + domain + "_" + users.FolderPath;
         writeFile(file, "ann:1\nbob:2\n");
+        STEP(c.label + ": ChangePasswd", users.ChangePasswd("ann", "3"));
+        EXPECT_EQ(readFile(file), "ann:3\nbob:2\n") << c.label;
         STEP(c.label + ": UserDelete", users.UserDelete("ann"));
         EXPECT_EQ(readFile(file), "bob:2\n") << c.label;
+
+        // The owner of the site folders, the web admin whom chown is given,
+        // is named like the case's ServerAdmin (but where "#" would make the
+        // line a comment).
+        writeFile("/etc/passwd", (c.admin[0] == '#' ? "admin" : c.admin) + ":x:" + std::to_string(st.st_uid) + ":1::/:/bin/sh\n");
+        snprintf(dir.DirPath, sizeof dir.DirPath, "%s/a.com/shop", sites.c_str());
+        dir.Order = 0;
+        STEP(c.label + ": CreateVirtualDirectory", CQZVirtualDirectory(nullptr, conf.c_str(), "/opt").CreateVirtualDirectory(&dir, 0, name, pass));
+        accepts(sites + "/a.com/webusers_a.com.htpasswd", pass);
+        STEP(c.label + ": DeleteVirtualDirectory", CQZVirtualDirectory(nullptr, conf.c_str()).DeleteVirtualDirectory(dir.DirPath));
 
         const std::string priv = sites + "/a.com/www/html";
         STEP(c.label + ": addPrivateFolder", PrivateFolder().addPrivateFolder(priv, name, pass));
         STEP(c.label + ": editPrivateFolder", PrivateFolder().editPrivateFolder(priv, priv, name, pass + "2"));
-        if (name[0] != '#') {
-            EXPECT_TRUE(htpasswdAccepts(priv + "/.htpasswd", name, pass + "2")) << c.label;
-        }
+        accepts(priv + "/.htpasswd", pass + "2");
     });
     for (const Case& c : {cases_[0], cases_[1]}) {
         const std::string priv = root_ + c.sites + "/a.com/www/html";
