@@ -15,8 +15,7 @@ namespace {
 // One line per read: the text read (up to a NUL) and its length, then "eof"
 // and "fail" as set.
 std::string state(std::string_view line, bool eof, bool fail) {
-    return std::string(line) + " [" + std::to_string(line.size()) + "]" + (eof ? " eof" : "") +
-           (fail ? " fail" : "") + "\n";
+    return std::string(line) + " [" + std::to_string(line.size()) + "]" + (eof ? " eof" : "") + (fail ? " fail" : "") + "\n";
 }
 
 // The limit of read `i`: `n` for every read, or, when `mixed`, a limit of
@@ -26,24 +25,20 @@ size_t limitOf(size_t n, int i, bool mixed) { return mixed && i % 2 == 1 ? 1 + (
 
 // Up to `reads` getline(buf, n) calls on a real stream with a zeroed buffer,
 // or std::getline calls into one string when n is 0.
-std::string streamReads(const std::string& file, size_t n, int reads, bool mixed = false) {
+std::string streamReads(const std::string& file, size_t n, int reads, bool mixed) {
     std::ifstream in(file);
     std::string line, out;
     for (int i = 0; i < reads; ++i) {
         const size_t limit = limitOf(n, i, mixed);
-        if (limit == 0) {
-            std::getline(in, line);
-            out += state(line.c_str(), in.eof(), in.fail());
-        } else {
-            std::vector<char> buf(limit, '\0');
-            in.getline(buf.data(), static_cast<std::streamsize>(limit));
-            out += state(buf.data(), in.eof(), in.fail());
-        }
+        std::vector<char> buf(limit + 1, '\0');
+        if (limit == 0) std::getline(in, line);
+        else in.getline(buf.data(), static_cast<std::streamsize>(limit));
+        out += state(limit == 0 ? line.c_str() : buf.data(), in.eof(), in.fail());
     }
     return out;
 }
 
-std::string readerReads(const std::string& file, size_t n, int reads, bool mixed = false) {
+std::string readerReads(const std::string& file, size_t n, int reads, bool mixed) {
     qz::LineReader in(file, n);
     std::string out;
     for (int i = 0; i < reads; ++i) {
@@ -58,6 +53,11 @@ std::string readerReads(const std::string& file, size_t n, int reads, bool mixed
 
 using CoreTest = QZTest;
 
+// Short texts (edge cases and random ones) with small limits, some reads
+// with limits of their own; and a file of several of the reader's blocks,
+// with long lines and NUL bytes, so that lines handed out where they lie in
+// the block and lines copied (crossing its end, reaching the limit or
+// following a NUL) are both read as the stream reads them.
 TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
     std::vector<std::string> all = {
         "", "\n", "abc", "abc\n", "abcd\nef\n\n",
@@ -71,8 +71,7 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
     std::mt19937 random(7);
     for (int i = 0; i < 200; ++i) {
         std::string text;
-        const int length = static_cast<int>(random() % 40);
-        for (int j = 0; j < length; ++j) text += "ab\n c"[random() % 5];
+        for (int j = static_cast<int>(random() % 40); j > 0; --j) text += "ab\n c"[random() % 5];
         all.push_back(text);
     }
     const std::string file = path("/lines.txt");
@@ -80,79 +79,53 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
         writeFile("/lines.txt", text);
         for (size_t n : {0u, 1u, 2u, 3u, 5u, 8u, 10u, 120u}) {
             SCOPED_TRACE("n=" + std::to_string(n) + " text=\"" + text + "\"");
-            EXPECT_EQ(readerReads(file, n, 12), streamReads(file, n, 12));
+            EXPECT_EQ(readerReads(file, n, 12, false), streamReads(file, n, 12, false));
             if (n > 0) {
                 EXPECT_EQ(readerReads(file, n, 12, true), streamReads(file, n, 12, true));
             }
         }
     }
-}
-
-TEST_F(CoreTest, LineReaderAcrossBlockBoundariesAndUnlimitedLines) {
-    std::string big;
-    std::vector<std::string> lines;
-    for (int i = 0; i < 20000; ++i) {
-        lines.push_back(std::string(static_cast<size_t>(i % 97), 'x') + std::to_string(i));
-        big += lines.back() + "\n";
-    }
-    lines.push_back(std::string(200000, 'y'));
-    big += lines.back();
-    writeFile("/big.txt", big);
-
-    qz::LineReader limited(path("/big.txt"), 3000);
-    for (size_t i = 0; i + 1 < lines.size(); ++i) {
-        ASSERT_TRUE(limited.nextUntilEof());
-        ASSERT_EQ(limited.view(), lines[i]);
-    }
-    ASSERT_TRUE(limited.nextUntilEof()) << "the over-long last line is handed out cut";
-    EXPECT_EQ(limited.view(), std::string(2999, 'y'));
-    EXPECT_TRUE(limited.tooLong());
-    EXPECT_FALSE(limited.nextUntilEof()) << "and then ends the scan";
-
-    qz::LineReader whole(path("/big.txt"), 0);
-    size_t count = 0;
-    while (whole.nextUntilEof()) ASSERT_EQ(whole.view(), lines[count++]);
-    EXPECT_EQ(count, lines.size());
-}
-
-// Lines handed out where they lie in the reader's block, and lines copied
-// because they cross its end, reach the limit or follow a NUL byte: a file of
-// several blocks must read as the stream reads it, text and view alike.
-TEST_F(CoreTest, LineReaderMatchesIstreamGetlineOverManyBlocks) {
-    std::mt19937 random(11);
     std::string text;
     int lines = 0;
-    while (text.size() < 300000) {
+    for (; text.size() < 300000; ++lines) {
         const size_t length = random() % 50 == 0 ? 2000 + random() % 4000 : random() % 120;
         for (size_t j = 0; j < length; ++j) text += random() % 5000 == 0 ? '\0' : "ab c\t"[random() % 5];
         text += '\n';
-        ++lines;
     }
     text.pop_back();  // the last line ends the file without its newline
-    writeFile("/blocks.txt", text);
-    const std::string file = path("/blocks.txt");
+    writeFile("/lines.txt", text);
     for (size_t n : {0u, 3000u, 2025u, 120u, 2u}) {
-        SCOPED_TRACE("n=" + std::to_string(n));
-        qz::LineReader in(file, n);
-        std::ifstream stream(file);
-        std::vector<char> buf(n);
-        std::string line;
-        for (int i = 0; i < lines + 2; ++i) {
-            if (n == 0) {
-                std::getline(stream, line);
-            } else {
-                std::fill(buf.begin(), buf.end(), '\0');
-                stream.getline(buf.data(), static_cast<std::streamsize>(n));
-                line = buf.data();
-            }
-            in.getline();
-            ASSERT_EQ(std::string(in.view()), n == 0 ? std::string(line.c_str()) : line) << "read " << i;
-            ASSERT_STREQ(in.c_str(), line.c_str());
-            ASSERT_EQ(in.eof(), stream.eof());
-            ASSERT_EQ(in.fail(), stream.fail());
-            if (!stream.good() && n != 0) break;
-        }
+        const std::string reader = readerReads(file, n, lines + 2, false), stream = streamReads(file, n, lines + 2, false);
+        EXPECT_TRUE(reader == stream) << "n=" << n << " differs from read " << std::count(reader.begin(), reader.begin() +
+            (std::mismatch(reader.begin(), reader.end(), stream.begin(), stream.end()).first - reader.begin()), '\n');
     }
+}
+
+// The loop "until end of file" sees the final empty read after a last
+// newline; an over-long line is handed out cut, marked, and ends the scan;
+// without a limit lines have any length.
+TEST_F(CoreTest, LineReaderScansUntilEndOfFile) {
+    std::string big, lines;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string line = std::string(static_cast<size_t>(i % 97), 'x') + std::to_string(i);
+        big += line + "\n";
+        lines += line + "|";
+    }
+    big += std::string(200000, 'y');
+    const std::vector<std::tuple<std::string, size_t, std::string>> rows = {
+        {"a\nb\n", 3000, "a|b||"},
+        {"a\nb", 3000, "a|b|"},
+        {big, 3000, lines + std::string(2999, 'y') + " (too long)|"},
+        {big, 0, lines + std::string(200000, 'y') + "|"},
+    };
+    for (const auto& [text, limit, expected] : rows) {
+        writeFile("/f", text);
+        qz::LineReader in(path("/f"), limit);
+        std::string seen;
+        while (in.nextUntilEof()) seen += std::string(in.view()) + (in.tooLong() ? " (too long)|" : "|");
+        EXPECT_TRUE(seen == expected) << "limit " << limit << ", text of " << text.size() << " bytes: " << seen.substr(0, 200);
+    }
+    EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());
 }
 
 // The keyword tests answer as strncasecmp and strcasecmp do, for every mix
@@ -212,43 +185,29 @@ TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     EXPECT_TRUE(qz::equalsNoCase("Example.COM", "example.com"));
 }
 
-TEST_F(CoreTest, UntilEndOfFileLoopSeesTheFinalEmptyRead) {
-    for (auto [text, expected] : {std::pair{"a\nb\n", "a|b||"}, {"a\nb", "a|b|"}}) {
-        writeFile("/f", text);
-        qz::LineReader in(path("/f"), 3000);
-        std::string seen;
-        while (in.nextUntilEof()) seen += std::string(in.view()) + "|";
-        EXPECT_EQ(seen, expected);
-    }
-    EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());
-}
-
+// Ordinary words stay as they are; any other is quoted, and reaches the
+// command as one argument that runs nothing. A word with one character to
+// quote and nothing else is quoted too: no blank or quote forces it.
+// "canary" is a command that would create the canary file; "*" and "?"
+// match the "/argv" file written.
 TEST_F(CoreTest, ShellWordsKeepOrdinaryNamesAndQuoteEverythingElse) {
     EXPECT_EQ(qz::shellCommand({"mv", "/etc/httpd/conf/1732166400", "/etc/httpd/conf/httpd.conf"}),
               "mv /etc/httpd/conf/1732166400 /etc/httpd/conf/httpd.conf");
-    EXPECT_EQ(qz::shellWord("user@example.com:qz7group,a=b+c%d_e-f"), "user@example.com:qz7group,a=b+c%d_e-f");
-    EXPECT_EQ(qz::shellWord(""), "");
     EXPECT_EQ(qz::shellCommand({"chown", "-R", "a:qz7group", ""}), "chown -R a:qz7group ");
-    EXPECT_EQ(qz::shellWord("a b"), "'a b'");
-    EXPECT_EQ(qz::shellWord("it's"), "'it'\\''s'");
     EXPECT_EQ(qz::shellQuotedBody("p'w"), "p'\\''w");
-
-    // Hostile words reach the command as one argument each and run nothing.
+    EXPECT_EQ(qz::shellWord(""), "");
     const std::string canary = path("/canary");
-    for (const std::string& word : {"; touch " + canary, "| touch " + canary, "& touch " + canary,
-                                    "$(touch " + canary + ")", "`touch " + canary + "`", "a\ntouch " + canary,
-                                    "\"; touch " + canary + "; \"", "'; touch " + canary + "; '", std::string("-rf")}) {
-        qz::runShell(qz::shellCommand({"printf", "%s", word}) + " > " + qz::shellWord(path("/argv")));
-        EXPECT_EQ(readFile("/argv"), word);
-        EXPECT_FALSE(exists("/canary")) << word;
-    }
-    // One character to quote and nothing else: no blank or quote forces the
-    // quoting. "canary" is a command that would create the canary file; "*"
-    // and "?" match the "/argv" file just written.
     fakeCommand("canary", ": >" + qz::shellWord(canary));
-    for (const std::string& word : std::vector<std::string>{"a;canary", "a|canary", "a&canary", "$HOME", "`canary`", ">" + canary, "<x",
-                                    path("/arg*"), path("/arg?"), "~root", "#a", "a(b", "a\\b", "a\tb", "a\nb"}) {
-        EXPECT_EQ(qz::shellWord(word), "'" + word + "'");
+    // Each word and its quoted form ("" for the word in single quotes).
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"user@example.com:qz7group,a=b+c%d_e-f", "user@example.com:qz7group,a=b+c%d_e-f"}, {"-rf", "-rf"},
+        {"a b", ""}, {"it's", "'it'\\''s'"}, {"'; touch " + canary + "; '", "''\\''; touch " + canary + "; '\\'''"},
+        {"; touch " + canary, ""}, {"| touch " + canary, ""}, {"& touch " + canary, ""}, {"$(touch " + canary + ")", ""},
+        {"`touch " + canary + "`", ""}, {"a\ntouch " + canary, ""}, {"\"; touch " + canary + "; \"", ""},
+        {"a;canary", ""}, {"a|canary", ""}, {"a&canary", ""}, {"$HOME", ""}, {"`canary`", ""}, {">" + canary, ""}, {"<x", ""},
+        {path("/arg*"), ""}, {path("/arg?"), ""}, {"~root", ""}, {"#a", ""}, {"a(b", ""}, {"a\\b", ""}, {"a\tb", ""}, {"a\nb", ""}};
+    for (const auto& [word, quoted] : rows) {
+        EXPECT_EQ(qz::shellWord(word), quoted.empty() ? "'" + word + "'" : quoted);
         qz::runShell(qz::shellCommand({"printf", "%s", word}) + " > " + qz::shellWord(path("/argv")));
         EXPECT_EQ(readFile("/argv"), word);
         EXPECT_FALSE(exists("/canary")) << word;
@@ -335,12 +294,5 @@ TEST_F(CoreTest, FolderLocksHoldOnlyCustomersFolders) {
         chmod(path("/sticky/site/d").c_str(), 0705);  // as chmod -R would
     }
     seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "; " + state("/sticky/site") + "\n";
-    EXPECT_EQ(seen, "sticky: held\n"
-                    "/sticky 0 1777; /sticky/site 0 0755\n"
-                    "/sticky 0 1777; /sticky/site 65534 0755\n"
-                    "open: refused (EPERM)\n"
-                    "/open 0 0777; /open/site 65534 0755\n"
-                    "tree: held\n"
-                    "/sticky/site/d 0 0755; /sticky/site/d/e 0 0755\n"
-                    "/sticky/site/d 65534 0705; /sticky/site/d/e 65534 0755; /sticky/site 65534 0755\n");
+    EXPECT_DATA(seen, "core-locks/folder_locks_hold_only_customers_folders.txt");
 }
