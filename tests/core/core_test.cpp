@@ -137,29 +137,22 @@ TEST_F(CoreTest, OutFileKeepsEveryByteInOrder) {
     std::mt19937 random(5);
     const size_t sizes[] = {0, 1, 2, 100, 65535, 65536, 65537, 200000};
     for (int round = 0; round < 60; ++round) {
-        const std::string file = path("/out" + std::to_string(round % 3));
+        const std::string rel = "/out" + std::to_string(round % 3), file = path(rel);
         std::string expected = round % 3 == 1 ? "kept\n" : "";
-        writeFile("/out" + std::to_string(round % 3), expected);
+        writeFile(rel, expected);
         {
             qz::OutFile out;
-            const bool opened = round % 3 == 0   ? out.open(file.c_str())
-                                : round % 3 == 1 ? out.openAppend(file.c_str())
-                                                 : out.openTarget(file.c_str());
-            ASSERT_TRUE(opened);
+            ASSERT_TRUE(round % 3 == 0 ? out.open(file.c_str()) : round % 3 == 1 ? out.openAppend(file.c_str()) : out.openTarget(file.c_str()));
             for (int piece = 0; piece < 6; ++piece) {
                 std::string text(sizes[random() % 8], static_cast<char>('a' + random() % 26));
                 if (!text.empty()) text[0] = static_cast<char>('0' + piece);
-                if (random() % 2) {
-                    out.writeLine(text);
-                    expected += text + "\n";
-                } else {
-                    out.write(text);
-                    expected += text;
-                }
+                const bool line = random() % 2;
+                line ? out.writeLine(text) : out.write(text);
+                expected += line ? text + "\n" : text;
             }
             if (round % 2) out.close();  // otherwise the destructor closes it
         }
-        ASSERT_EQ(readFile("/out" + std::to_string(round % 3)), expected) << "round " << round;
+        ASSERT_EQ(readFile(rel), expected) << "round " << round;
     }
     qz::OutFile never;
     never.write("dropped");  // a file never opened takes writes and writes nothing
@@ -171,7 +164,7 @@ TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";
     auto word = [&](size_t length) {
         std::string w;
-        for (size_t i = 0; i < length; ++i) w += alphabet[random() % alphabet.size()];
+        while (w.size() < length) w += alphabet[random() % alphabet.size()];
         return w;
     };
     for (int i = 0; i < 20000; ++i) {
@@ -223,7 +216,6 @@ TEST_F(CoreTest, ShellPipeReadsACommandsOutputAndPathsResolveUnderTheRoot) {
     EXPECT_STREQ(line, "Server version: Apache/2.4.62 (Debian)\n");
     EXPECT_EQ(pipe.close(), 0);
     EXPECT_EQ(pipe.get(), nullptr);
-
     EXPECT_EQ(qz::systemRoot(), root_);
     EXPECT_EQ(qz::sysPath("/etc/QZ.conf"), root_ + "/etc/QZ.conf");
     qz::setSystemRoot("");
@@ -253,46 +245,45 @@ TEST_F(CoreTest, GuardCatchesRealToolsAndWritesOutsideTheScratchRoot) {
 // gives each its owner back with the mode it has by then.
 TEST_F(CoreTest, FolderLocksHoldOnlyCustomersFolders) {
     if (geteuid() != 0) GTEST_SKIP() << "holding folders needs root";
-    auto state = [&](const std::string& rel) {
-        struct stat st {};
-        if (lstat(path(rel).c_str(), &st) != 0) return rel + " missing";
-        char mode[8];
-        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
-        return rel + " " + std::to_string(st.st_uid) + " " + mode;
-    };
-    auto folder = [&](const std::string& rel, uid_t uid, mode_t mode) {
-        makeDir(rel);
-        ASSERT_EQ(chown(path(rel).c_str(), uid, uid), 0);
-        ASSERT_EQ(chmod(path(rel).c_str(), mode), 0);
+    // "rel uid mode" of each folder, on one line.
+    auto state = [&](std::initializer_list<const char*> rels) {
+        std::string line;
+        for (const char* rel : rels) {
+            struct stat st {};
+            char text[128];
+            lstat(path(rel).c_str(), &st);
+            snprintf(text, sizeof text, "%s%s %u %04o", line.empty() ? "" : "; ", rel, st.st_uid, static_cast<unsigned>(st.st_mode & 07777));
+            line += text;
+        }
+        return line + "\n";
     };
     chmod(root_.c_str(), 0755);
-    folder("/sticky", 0, 01777);
-    folder("/sticky/site", 65534, 0755);
-    folder("/open", 0, 0777);
-    folder("/open/site", 65534, 0755);
-    folder("/sticky/site/d", 65534, 0777);
-    folder("/sticky/site/d/e", 65534, 0775);
+    for (const auto& [rel, uid, mode] : std::vector<std::tuple<std::string, uid_t, mode_t>>{
+             {"/sticky", 0, 01777}, {"/sticky/site", 65534, 0755}, {"/open", 0, 0777}, {"/open/site", 65534, 0755},
+             {"/sticky/site/d", 65534, 0777}, {"/sticky/site/d/e", 65534, 0775}}) {
+        makeDir(rel);
+        ASSERT_EQ(chown(path(rel).c_str(), uid, uid) | chmod(path(rel).c_str(), mode), 0) << rel;
+    }
     std::string seen;
     {
         qz::FolderLock still;
         seen += std::string("sticky: ") + (still.lock(path("/sticky/site")) ? "held" : "refused") + "\n";
-        seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+        seen += state({"/sticky", "/sticky/site"});
     }
-    seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+    seen += state({"/sticky", "/sticky/site"});
     {
         qz::FolderLock still;
         const bool held = still.lock(path("/open/site"));
         seen += std::string("open: ") + (held ? "held" : errno == EPERM ? "refused (EPERM)" : "refused") + "\n";
-        seen += state("/open") + "; " + state("/open/site") + "\n";
+        seen += state({"/open", "/open/site"});
     }
     {
         qz::FolderLock parent;
         qz::TreeLock tree;
         const bool held = parent.lock(path("/sticky/site")) && tree.lock(path("/sticky/site/d"));
-        seen += std::string("tree: ") + (held ? "held" : "refused") + "\n";
-        seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "\n";
+        seen += std::string("tree: ") + (held ? "held" : "refused") + "\n" + state({"/sticky/site/d", "/sticky/site/d/e"});
         chmod(path("/sticky/site/d").c_str(), 0705);  // as chmod -R would
     }
-    seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "; " + state("/sticky/site") + "\n";
+    seen += state({"/sticky/site/d", "/sticky/site/d/e", "/sticky/site"});
     EXPECT_DATA(seen, "core-locks/folder_locks_hold_only_customers_folders.txt");
 }
