@@ -122,7 +122,7 @@ TEST_F(CoreTest, LineReaderScansUntilEndOfFile) {
         writeFile("/f", text);
         qz::LineReader in(path("/f"), limit);
         std::string seen;
-        while (in.nextUntilEof()) seen += std::string(in.view()) + (in.tooLong() ? " (too long)|" : "|");
+        while (seen.size() <= expected.size() && in.nextUntilEof()) seen += std::string(in.view()) + (in.tooLong() ? " (too long)|" : "|");
         EXPECT_TRUE(seen == expected) << "limit " << limit << ", text of " << text.size() << " bytes: " << seen.substr(0, 200);
     }
     EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());

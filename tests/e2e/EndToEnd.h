@@ -17,20 +17,18 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 
 using namespace sandbox;
 
-#define REQUIRE_TOOLS(missingTools)                                                                      \
-    do {                                                                                                 \
-        const std::string missing_ = (missingTools);                                                     \
-        if (missing_.empty()) break;                                                                     \
-        const char* required_ = getenv("QZ_E2E_REQUIRED");                                               \
-        if (required_ != nullptr && *required_ != '\0' && std::string(required_) != "0")                 \
-            FAIL() << "needed: " << missing_;                                                            \
-        GTEST_SKIP() << "needed: " << missing_ << " (scripts/test.sh installs apache2, php8.2-fpm, curl)"; \
-    } while (0)
+// Fails or skips the case (see above) when `missing` names tools.
+inline void requireTools(const std::string& missing) {
+    const char* required = getenv("QZ_E2E_REQUIRED");
+    if (!missing.empty() && required != nullptr && *required != '\0' && std::string(required) != "0") FAIL() << "needed: " << missing;
+    if (!missing.empty()) GTEST_SKIP() << "needed: " << missing << " (scripts/test.sh installs apache2, php8.2-fpm, curl)";
+}
 
 inline std::string fileText(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -42,8 +40,12 @@ inline std::string fileText(const std::string& path) {
 class EndToEnd : public ::testing::Test {
 protected:
     // Makes the sandbox (and with `withFpm` a php-fpm for it, with a system
-    // user for each site), creates each site (name, ASCII name) and starts.
-    void build(const std::vector<std::pair<std::string, std::string>>& sites, bool withFpm = false) {
+    // user for each site), creates each site (name, ASCII name), runs
+    // `beforeStart` and starts; with tools missing, nothing (see requireTools).
+    void build(const std::string& missingTools, const std::vector<std::pair<std::string, std::string>>& sites,
+               bool withFpm = false, const std::function<void()>& beforeStart = [] {}) {
+        requireTools(missingTools);
+        if (IsSkipped() || HasFatalFailure()) return;
         sandbox_ = std::make_unique<ApacheSandbox>();
         ASSERT_TRUE(sandbox_->ready()) << sandbox_->problem();
         conf_ = sandbox_->configuration();
@@ -57,6 +59,7 @@ protected:
         }
         std::string message;
         ASSERT_TRUE(sandbox_->configurationAccepted(&message)) << message;
+        beforeStart();
         ASSERT_TRUE(sandbox_->start(&message)) << message;
     }
 

@@ -13,10 +13,7 @@
 
 class ApacheEndToEnd : public EndToEnd {
 protected:
-    void SetUp() override {
-        REQUIRE_TOOLS(ApacheSandbox::missingTools());
-        build({{kShop, kShop}, {kBooks, kBooksAscii}});
-    }
+    void SetUp() override { build(ApacheSandbox::missingTools(), {{kShop, kShop}, {kBooks, kBooksAscii}}); }
 };
 
 TEST_F(ApacheEndToEnd, NewWebsitesAnswerByNameAndByTheirWwwAlias) {
@@ -262,21 +259,15 @@ TEST(ApacheSandboxFolder, OnlyAnExistingEmptyFolderIsUsed) {
 // The port is free when the sandbox is made, but another program may take it
 // before the server starts: start() then moves the sites to another port.
 TEST_F(EndToEnd, StartMovesToAnotherPortWhenItsPortIsTaken) {
-    REQUIRE_TOOLS(ApacheSandbox::missingTools());
-    sandbox_ = std::make_unique<ApacheSandbox>();
-    ASSERT_TRUE(sandbox_->ready()) << sandbox_->problem();
-    conf_ = sandbox_->configuration();  // the manager keeps the pointer
-    website_ = std::make_unique<CQZWebsite>(&tracker_, conf_.c_str());
-    ASSERT_EQ(sandbox_->createWebsite(*website_, kShop, kShop), 94);
-    const int taken = sandbox_->port(), holder = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(taken);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(holder, 1), 0);
-    std::string message;
-    EXPECT_TRUE(sandbox_->start(&message)) << message;
+    int taken = 0, holder = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    build(ApacheSandbox::missingTools(), {{kShop, kShop}}, false, [&] {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(taken = sandbox_->port());
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address) | listen(holder, 1), 0);
+    });
+    if (IsSkipped() || HasFatalFailure()) return;
     EXPECT_NE(sandbox_->port(), taken);
     EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
     close(holder);

@@ -18,10 +18,7 @@ bool exists(const std::string& path) { return std::filesystem::exists(std::files
 
 class PhpFpmEndToEnd : public EndToEnd {
 protected:
-    void SetUp() override {
-        REQUIRE_TOOLS(ApacheSandbox::missingTools() + PhpFpmSandbox::missingTools());
-        build({{kA, kA}, {kB, kB}}, true);
-    }
+    void SetUp() override { build(ApacheSandbox::missingTools() + PhpFpmSandbox::missingTools(), {{kA, kA}, {kB, kB}}, true); }
 };
 
 TEST_F(PhpFpmEndToEnd, EachSiteRunsAsItsOwnUserBehindItsOwnBasedir) {
