@@ -117,8 +117,6 @@ TEST_F(CoreTest, LineReaderScansUntilEndOfFile) {
     EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());
 }
 
-// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
-// of letter case, other ASCII, bytes above 0x7f and early ends.
 // Output files gather small writes in a buffer of their own and write large
 // ones straight through: whatever the mix of sizes, and whether the file is
 // closed or simply destroyed, it must hold exactly the bytes written, in order.
@@ -148,6 +146,8 @@ TEST_F(CoreTest, OutFileKeepsEveryByteInOrder) {
     never.close();
 }
 
+// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
+// of letter case, other ASCII, bytes above 0x7f and early ends.
 TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     std::mt19937 random(5);
     const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";

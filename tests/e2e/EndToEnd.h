@@ -3,7 +3,6 @@
 // library's system root) with websites created through the library, checked
 // with "apachectl -t" and started; requests go to 127.0.0.1 with the site's
 // Host header. The members' destructors stop php-fpm, then the server.
-//
 // Without the real tools the cases are skipped, unless QZ_E2E_REQUIRED is set
 // to anything but 0 (scripts/test.sh sets it to 1): then they fail.
 #ifndef QZ_END_TO_END_H
