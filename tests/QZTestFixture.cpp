@@ -9,6 +9,22 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace {
+std::string slurp(const std::string& file, bool* found = nullptr) {
+    std::ifstream in(file, std::ios::binary);
+    if (found) *found = in.good();
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// `text` with each `from` written as `to`.
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    for (size_t at = from.empty() ? std::string::npos : text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) text.replace(at, from.size(), to);
+    return text;
+}
+}  // namespace
+
 VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const std::string& puny,
                          const std::string& sitesFolder, char ipSwitch, const std::string& admin,
                          const std::string& user, const std::string& port) {
@@ -24,9 +40,12 @@ VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const
     return v;
 }
 
-const char* const QZTest::kFakedTools[] = {
+namespace {
+// The tools every test finds faked (silent, exit 127) first on PATH.
+const char* const kFakedTools[] = {
     "apachectl", "apache2ctl", "httpd", "httpd2", "apache2", "a2enmod", "a2dismod", "a2query", "systemctl", "service",
     "php", "php-cgi", "php-fpm", "php-fpm7.4", "php-fpm8.0", "php-fpm8.1", "php-fpm8.2", "php-fpm8.3", "php-fpm8.4"};
+}  // namespace
 
 void QZTest::SetUp() {
     char templ[] = "/tmp/qzapache-test-XXXXXX";
@@ -74,12 +93,7 @@ void QZTest::writeFile(const std::string& rel, const std::string& contents) cons
     out << contents;
 }
 
-std::string QZTest::readFile(const std::string& rel) const {
-    std::ifstream in(path(rel), std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+std::string QZTest::readFile(const std::string& rel) const { return slurp(path(rel)); }
 
 bool QZTest::exists(const std::string& rel) const { return access(path(rel).c_str(), F_OK) == 0; }
 
@@ -90,24 +104,15 @@ void QZTest::makeDir(const std::string& rel) const {
 }
 
 std::string QZTest::data(const std::string& name) {
-    std::ifstream in(std::string(QZ_TEST_DATA) + "/" + name, std::ios::binary);
-    EXPECT_TRUE(in.good()) << "missing golden file " << name;
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string QZTest::rootedData(const std::string& name) const {
-    std::string text = data(name);
-    for (size_t at = text.find("@ROOT@"); at != std::string::npos; at = text.find("@ROOT@", at))
-        text.replace(at, 6, root_);
+    bool found = false;
+    std::string text = slurp(std::string(QZ_TEST_DATA) + "/" + name, &found);
+    EXPECT_TRUE(found) << "missing golden file " << name;
     return text;
 }
 
-std::string QZTest::unrooted(std::string text) const {
-    for (size_t at; (at = text.find(root_)) != std::string::npos;) text.replace(at, root_.size(), "@ROOT@");
-    return text;
-}
+std::string QZTest::rootedData(const std::string& name) const { return replaced(data(name), "@ROOT@", root_); }
+
+std::string QZTest::unrooted(std::string text) const { return replaced(text, root_, "@ROOT@"); }
 
 std::string QZTest::expectedData(const std::string& actual, const std::string& name) {
     if (getenv("QZ_UPDATE_GOLDEN") == nullptr) return data(name);
@@ -121,12 +126,8 @@ int QZTest::modeOf(const std::string& rel) const {
 }
 
 void QZTest::fakeCommand(const std::string& name, const std::string& script) const {
-    const std::string file = bin_ + "/" + name;
-    {
-        std::ofstream out(file, std::ios::trunc);
-        out << "#!/bin/sh\n" << script << "\n";
-    }
-    chmod(file.c_str(), 0755);
+    std::ofstream(bin_ + "/" + name, std::ios::trunc) << "#!/bin/sh\n" << script << "\n";
+    chmod((bin_ + "/" + name).c_str(), 0755);
 }
 
 void QZTest::loggedCommand(const std::string& name) const {
@@ -135,8 +136,8 @@ void QZTest::loggedCommand(const std::string& name) const {
 }
 
 Lines QZTest::commandLog() const {
-    std::vector<std::string> lines;
-    std::ifstream in(root_ + "/.commands.log");
+    Lines lines;
+    std::istringstream in(slurp(root_ + "/.commands.log"));
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
@@ -199,8 +200,7 @@ void QZTest::given(const std::string& label) const {
 
 void QZTest::beginStep() {
     before_.clear();
-    for (const std::string& rel : watched_)
-        before_[rel] = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
+    for (const std::string& rel : watched_) before_[rel] = exists(rel) ? std::optional(readFile(rel)) : std::nullopt;
     commandsBefore_ = commandLog().size();
     callsBefore_ = tracker_ ? calls(*tracker_).size() : 0;
     captureOutput();
@@ -213,13 +213,10 @@ void QZTest::endStep(const std::string& label, const std::string& result) {
     for (size_t i = commandsBefore_; i < commands.size(); ++i) text += "$ " + commands[i] + "\n";
     const std::vector<std::string> tracked = tracker_ ? calls(*tracker_) : std::vector<std::string>{};
     for (size_t i = callsBefore_; i < tracked.size(); ++i) text += "@ " + tracked[i] + "\n";
-    for (const std::string& rel : watched_) {
-        const std::optional<std::string> now = exists(rel) ? std::optional<std::string>(readFile(rel)) : std::nullopt;
-        if (now == before_[rel]) continue;
-        text += "--- " + rel + (now ? "\n" + block(*now) : " removed\n");
-    }
-    for (const auto& [name, as] : aliases_)
-        for (size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, name.size(), as);
+    for (const std::string& rel : watched_)
+        if (const auto now = exists(rel) ? std::optional(readFile(rel)) : std::nullopt; now != before_[rel])
+            text += "--- " + rel + (now ? "\n" + block(*now) : " removed\n");
+    for (const auto& [name, as] : aliases_) text = replaced(text, name, as);
     transcript_ += unrooted(text);
 }
 

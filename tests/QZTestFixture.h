@@ -15,9 +15,7 @@
 
 using Lines = std::vector<std::string>;
 
-// A new website's record as the panel fills it: address, names, owner,
-// ServerAdmin, the folder its site folder goes in, IPSwitch and port (an
-// empty text leaves a field zeroed).
+// A new website's record as the panel fills it (an empty text leaves a field zeroed).
 VHostEntry websiteRecord(const std::string& ip, const std::string& domain, const std::string& puny,
                          const std::string& sitesFolder, char ipSwitch, const std::string& admin = "admin",
                          const std::string& user = "nobody", const std::string& port = "");
@@ -34,8 +32,7 @@ protected:
     bool exists(const std::string& rel) const;
     void makeDir(const std::string& rel) const;
 
-    // A golden file of tests/data.
-    static std::string data(const std::string& name);
+    static std::string data(const std::string& name);  // tests/data/<name>
     // tests/data/<name> with every @ROOT@ standing for the scratch root.
     std::string rootedData(const std::string& name) const;
     // `text` with the scratch root written as @ROOT@.
@@ -47,8 +44,7 @@ protected:
 
     // Puts an executable script called `name` first on PATH.
     void fakeCommand(const std::string& name, const std::string& script) const;
-    // A fake `name` that logs "name args..." to the command log, then runs
-    // the real command.
+    // A fake `name` that logs "name args..." to the command log, then runs the real one.
     void loggedCommand(const std::string& name) const;
     // The lines logged by fake commands, in order.
     Lines commandLog() const;
@@ -62,17 +58,16 @@ protected:
     // Whether the real htpasswd accepts the password for the user in `file`.
     static bool htpasswdAccepts(const std::string& file, const std::string& user, const std::string& password);
 
-    // A transcript of steps (see STEP): what each returned and printed, the
-    // commands it ran, the tracker calls it made and the watched files it
-    // changed, compared whole with a golden file.
+    // A transcript of steps (see STEP): what each returned and printed, the commands it
+    // ran, the tracker calls it made and the watched files it changed.
     void watch(const std::string& rel) { watched_.push_back(rel); }
     void watchCalls(const CQZTrackManager& tracker) { tracker_ = &tracker; }
     // Writes `text` (a scratch name made of the time, say) as `as` in the transcript.
     void alias(const std::string& text, const std::string& as) { aliases_.emplace_back(text, as); }
     void beginStep();
     void endStep(const std::string& label, const std::string& result);
-    // Writes the section "#### <label>" of tests/data/<inputs_> (@ROOT@ for
-    // the root; "\ no newline at end" as in a transcript) to givenTo_.
+    // Writes the section "#### <label>" of tests/data/<inputs_> (@ROOT@ for the root;
+    // "\ no newline at end" as in a transcript) to givenTo_.
     void given(const std::string& label) const;
     std::string inputs_;
     std::string givenTo_ = "/conf/httpd.conf";
@@ -81,9 +76,6 @@ protected:
     static std::string show(bool result) { return result ? "true" : "false"; }
     static std::string show(const std::string& result) { return "\"" + result + "\""; }
     std::string transcript_;
-
-    // The tools every test finds faked (silent, exit 127) first on PATH.
-    static const char* const kFakedTools[];
 
     std::string root_;
     std::string bin_;
@@ -106,8 +98,7 @@ protected:
     void SetUp() override;
     void writeConf(const std::string& text) const { writeFile("/conf/httpd.conf", text); }
     std::string readConf() const { return readFile("/conf/httpd.conf"); }
-    // The configuration from tests/data/<name>, @ROOT@ standing for the root.
-    void useConf(const std::string& name) const { writeConf(rootedData(name)); }
+    void useConf(const std::string& name) const { writeConf(rootedData(name)); }  // tests/data/<name>
 
     std::string conf_;  // stays put: managers borrow its characters
     std::string missing_;  // <root>/conf/missing.conf, which does not exist
@@ -117,29 +108,19 @@ protected:
 #define EXPECT_DATA(actual, name) \
     do { const std::string actual_ = unrooted(actual); EXPECT_EQ(actual_, expectedData(actual_, name)) << (name); } while (0)
 // `call` returns `result` and prints exactly `text`.
-#define EXPECT_PRINTS(call, result, text) \
-    do {                                                                                   \
-        captureOutput();                                                                   \
-        const auto result_ = (call);                                                       \
-        const std::string printed_ = capturedOutput();                                     \
-        EXPECT_EQ(result_, result) << #call;                                               \
-        EXPECT_EQ(printed_, text) << #call;                                                \
+#define EXPECT_PRINTS(call, result, text)                                          \
+    do {                                                                           \
+        captureOutput();                                                           \
+        const auto result_ = (call);                                               \
+        const std::string printed_ = capturedOutput();                             \
+        EXPECT_EQ(result_, result) << #call;                                       \
+        EXPECT_EQ(printed_, text) << #call;                                        \
     } while (0)
 
-// Runs `call` as a step of transcript_, under `label`.
-#define STEP(label, call)             \
-    do {                              \
-        beginStep();                  \
-        const auto result_ = (call);  \
-        endStep(label, show(result_)); \
-    } while (0)
-
-// Writes the input labelled `label` (see given), then runs `call` as a step
-// under the same label.
-#define GIVEN_STEP(label, call) \
-    do {                        \
-        given(label);           \
-        STEP(label, call);      \
-    } while (0)
+// Runs `call` as a step of transcript_, under `label`; GIVEN_STEP writes the
+// input labelled `label` (see given) first.
+#define STEP(label, call) \
+    do { beginStep(); const auto result_ = (call); endStep(label, show(result_)); } while (0)
+#define GIVEN_STEP(label, call) do { given(label); STEP(label, call); } while (0)
 
 #endif

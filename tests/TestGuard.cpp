@@ -17,24 +17,15 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-// The system folders a unit test must leave as they are.
+// The system folders a unit test must leave as they are, and where and by
+// which names the programs lie that it must never start: Apache and its
+// tools, PHP in every version, the service managers.
 const char* const kProtected[] = {"/etc", "/var", "/run"};
-
-// Programs of the system that a unit test must never start: Apache and its
-// tools, PHP in every version, and the service managers.
 const char* const kToolFolders[] = {"/usr/sbin", "/usr/bin", "/usr/local/sbin", "/usr/local/bin", "/sbin", "/bin"};
 const char* const kToolPrefixes[] = {"apache2", "apachectl", "httpd", "a2en", "a2dis", "a2query", "php",
                                      "systemctl", "service", "invoke-rc.d"};
 
-bool isTool(const std::string& name) {
-    for (const char* prefix : kToolPrefixes)
-        if (name.rfind(prefix, 0) == 0) return true;
-    return false;
-}
-
 std::string failure(const std::string& what) { return what + ": " + std::strerror(errno); }
-
 }  // namespace
 
 std::string TestGuard::arm(const std::string& folder) {
@@ -47,31 +38,27 @@ std::string TestGuard::arm(const std::string& folder) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return failure("make / private");
     if (mkdir(folder.c_str(), 0755) != 0) return failure("mkdir " + folder);
     if (mount("qzguard", folder.c_str(), "tmpfs", 0, "mode=0755") != 0) return failure("tmpfs on " + folder);
-
+    std::error_code error;
     for (const char* dir : kProtected) {
         const std::string upper = folder + "/up" + dir, work = folder + "/work" + dir;
-        std::error_code error;
         fs::create_directories(upper, error);
         fs::create_directories(work, error);
         const std::string options = std::string("lowerdir=") + dir + ",upperdir=" + upper + ",workdir=" + work;
         if (mount("qzguard", dir, "overlay", 0, options.c_str()) != 0) return failure(std::string("overlay on ") + dir);
     }
-
     const std::string tripwire = folder + "/tripwire";
-    {
-        std::ofstream out(tripwire);
-        out << "#!/bin/sh\n{ printf 'ran %s' \"$0\"; for a; do printf ' %s' \"$a\"; done; echo; } >> '"
-            << folder << "/tripped'\nexit 126\n";
-    }
+    std::ofstream(tripwire) << "#!/bin/sh\n{ printf 'ran %s' \"$0\"; for a; do printf ' %s' \"$a\"; done; echo; } >> '"
+                            << folder << "/tripped'\nexit 126\n";
     if (chmod(tripwire.c_str(), 0755) != 0) return failure("chmod " + tripwire);
     std::set<std::string> covered;
     for (const char* dir : kToolFolders) {
-        std::error_code error;
         for (const auto& entry : fs::directory_iterator(dir, error)) {
-            if (!isTool(entry.path().filename().string())) continue;
+            const std::string name = entry.path().filename().string();
             char real[PATH_MAX];
-            if (realpath(entry.path().c_str(), real) == nullptr || !covered.insert(real).second) continue;
             struct stat st;
+            bool tool = false;
+            for (const char* prefix : kToolPrefixes) tool = tool || name.rfind(prefix, 0) == 0;
+            if (!tool || realpath(entry.path().c_str(), real) == nullptr || !covered.insert(real).second) continue;
             if (stat(real, &st) != 0 || !S_ISREG(st.st_mode)) continue;
             if (mount(tripwire.c_str(), real, nullptr, MS_BIND, nullptr) != 0) return failure(std::string("cover ") + real);
         }
@@ -90,19 +77,17 @@ std::vector<std::string> TestGuard::findings() {
     std::remove(log.c_str());
     // Every leaf of an overlay's upper folder is something written, made,
     // changed or removed (a whiteout) through it; its parent folders were
-    // only copied up.
+    // only copied up. Each is reported once.
     for (const char* dir : kProtected) {
         const std::string upper = folder_ + "/up" + dir;
         std::error_code error;
         std::vector<fs::path> leaves;
         for (auto it = fs::recursive_directory_iterator(upper, error); !error && it != fs::recursive_directory_iterator();
-             it.increment(error)) {
-            const bool folder = it->is_directory() && !it->is_symlink();
-            if (!folder || fs::is_empty(it->path())) leaves.push_back(it->path());
-        }
+             it.increment(error))
+            if (!(it->is_directory() && !it->is_symlink()) || fs::is_empty(it->path())) leaves.push_back(it->path());
         for (const auto& leaf : leaves) {
             found.push_back("wrote " + std::string(dir) + leaf.string().substr(upper.size()));
-            fs::remove(leaf, error);  // reported once
+            fs::remove(leaf, error);
         }
     }
     return found;

@@ -1,16 +1,10 @@
 // The unit tests' guard: while a test runs, the real Apache, PHP and service
-// tools cannot run and the real /etc, /var and /run cannot change.
-//
-// As root, the test process moves into a mount namespace of its own where
-//   - /etc, /var and /run are overlays whose changes land in a tmpfs of the
-//     test's scratch root instead of the real folders;
-//   - every real Apache, PHP or service program (apache2, apachectl, httpd,
-//     a2enmod, php-fpm8.2, systemctl, ...) in the system's bin folders is
-//     covered by a tripwire script that records its call and exits 126.
-// At the end of the test, findings() lists each tripped tool and each path
-// written through an overlay, and the fixture fails the test with them.
-// Nothing leaves the namespace: the test process returns to the system's
-// namespace and the overlays and tripwires vanish with it.
+// tools cannot run and the real /etc, /var and /run cannot change. As root, the
+// test process moves into a mount namespace of its own where /etc, /var and
+// /run are overlays whose changes land in a tmpfs of the test's scratch root,
+// and every such program in the system's bin folders is covered by a tripwire
+// script that records its call and exits 126. findings() lists each tripped
+// tool and each path written through an overlay; nothing leaves the namespace.
 #ifndef QZ_TEST_GUARD_H
 #define QZ_TEST_GUARD_H
 

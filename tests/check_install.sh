@@ -20,15 +20,12 @@ if [ "$mode" = deb ]; then
   fi
   # A panel with its own tracking library installs libqzapache0 without libqztm.
   ! dpkg-deb -c "$scratch"/deb/libqzapache0_*.deb | grep -q libqztm || fail "libqzapache0 holds the tracking library"
-  for deb in "$scratch"/deb/*.deb; do dpkg -x "$deb" "$scratch/tree"; done
-  prefix=$scratch/tree/usr
+  for deb in "$scratch"/deb/*.deb; do dpkg -x "$deb" "$scratch/tree"; done; prefix=$scratch/tree/usr
   export PKG_CONFIG_SYSROOT_DIR="$scratch/tree"   # the packages' qzapache.pc names /usr
 else
-  cmake --install "$build" --prefix "$scratch/tree" >/dev/null
-  prefix=$scratch/tree
+  cmake --install "$build" --prefix "$scratch/tree" >/dev/null; prefix=$scratch/tree
 fi
-pc=$(find "$prefix" -name qzapache.pc)
-export PKG_CONFIG_PATH="${pc%/*}"
+pc=$(find "$prefix" -name qzapache.pc); export PKG_CONFIG_PATH="${pc%/*}"
 libdir=$(pkg-config --libs-only-L qzapache); libdir=${libdir#-L}; libdir=${libdir%% *}
 
 flags=$(pkg-config --cflags qzapache)
@@ -74,20 +71,11 @@ awk '/^Commands:$/ { on = 1; next } on && /^$/ { exit } on { sub(/^  /, ""); sub
     grep -qx "   $command" "$scratch/man" || fail "the manual page has no section for $command"
   done
 
-# Bash completion: "words|what is offered" for the last word (@: an empty one).
+# Bash completion: each line of tests/data/cli/completion.cases is "words|what is offered" for the
+# last word (@: an empty one).
 mkdir "$scratch/folder"; touch "$scratch/folder/httpd.conf"
 while IFS='|' read -r line expected; do
   got=$(cd "$scratch" && bash -c '. "$1"; shift; COMP_WORDS=("${@/#@/}"); COMP_CWORD=$(($# - 1)); _qzapache; echo "${COMPREPLY[*]}"' \
         completion "$prefix/share/bash-completion/completions/qzapache" $line)
   [ "$got" = "$expected" ] || fail "completing '$line': '$got', not '$expected'"
-done <<'CASES'
-qzapache create-w|create-website
-qzapache --json --root folder redirect-https @|create stop start delete
-qzapache help redirect-https create --d|--domain-name
-qzapache website-exists --domain-name a.test --v|--verbose --verify
-qzapache --conf folder/h|folder/httpd.conf
-qzapache --root fol|folder
-qzapache update-website --from-json folder/h|folder/httpd.conf
-qzapache website-exists --domain-name @|
-qzapache list-websites @|
-CASES
+done < "$source/tests/data/cli/completion.cases"

@@ -15,8 +15,7 @@ namespace {
 // One line per read: the text read (up to a NUL) and its length, then "eof"
 // and "fail" as set.
 std::string state(std::string_view line, bool eof, bool fail) {
-    return std::string(line) + " [" + std::to_string(line.size()) + "]" + (eof ? " eof" : "") +
-           (fail ? " fail" : "") + "\n";
+    return std::string(line) + " [" + std::to_string(line.size()) + "]" + (eof ? " eof" : "") + (fail ? " fail" : "") + "\n";
 }
 
 // The limit of read `i`: `n` for every read, or, when `mixed`, a limit of
@@ -24,32 +23,20 @@ std::string state(std::string_view line, bool eof, bool fail) {
 // shorter buffer does.
 size_t limitOf(size_t n, int i, bool mixed) { return mixed && i % 2 == 1 ? 1 + (n + i) % 7 : n; }
 
-// Up to `reads` getline(buf, n) calls on a real stream with a zeroed buffer,
-// or std::getline calls into one string when n is 0.
-std::string streamReads(const std::string& file, size_t n, int reads, bool mixed = false) {
+// Up to `reads` getline(buf, n) calls on the reader, or on a real stream with
+// a zeroed buffer (std::getline into one string when n is 0).
+std::string reads(const std::string& file, size_t n, int reads, bool mixed, bool reader) {
+    qz::LineReader lines(file, n);
     std::ifstream in(file);
     std::string line, out;
     for (int i = 0; i < reads; ++i) {
         const size_t limit = limitOf(n, i, mixed);
-        if (limit == 0) {
-            std::getline(in, line);
-            out += state(line.c_str(), in.eof(), in.fail());
-        } else {
-            std::vector<char> buf(limit, '\0');
-            in.getline(buf.data(), static_cast<std::streamsize>(limit));
-            out += state(buf.data(), in.eof(), in.fail());
-        }
-    }
-    return out;
-}
-
-std::string readerReads(const std::string& file, size_t n, int reads, bool mixed = false) {
-    qz::LineReader in(file, n);
-    std::string out;
-    for (int i = 0; i < reads; ++i) {
-        in.getline(limitOf(n, i, mixed));
-        EXPECT_EQ(in.view(), std::string_view(in.c_str()));
-        out += state(in.view(), in.eof(), in.fail());
+        std::vector<char> buf(limit + 1, '\0');
+        if (reader) lines.getline(limit);
+        else if (limit == 0) std::getline(in, line);
+        else in.getline(buf.data(), static_cast<std::streamsize>(limit));
+        EXPECT_TRUE(!reader || lines.view() == std::string_view(lines.c_str()));
+        out += reader ? state(lines.view(), lines.eof(), lines.fail()) : state(limit == 0 ? line.c_str() : buf.data(), in.eof(), in.fail());
     }
     return out;
 }
@@ -58,6 +45,11 @@ std::string readerReads(const std::string& file, size_t n, int reads, bool mixed
 
 using CoreTest = QZTest;
 
+// Short texts (edge cases and random ones) with small limits, some reads
+// with limits of their own; and a file of several of the reader's blocks,
+// with long lines and NUL bytes, so that lines handed out where they lie in
+// the block and lines copied (crossing its end, reaching the limit or
+// following a NUL) are both read as the stream reads them.
 TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
     std::vector<std::string> all = {
         "", "\n", "abc", "abc\n", "abcd\nef\n\n",
@@ -71,8 +63,7 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
     std::mt19937 random(7);
     for (int i = 0; i < 200; ++i) {
         std::string text;
-        const int length = static_cast<int>(random() % 40);
-        for (int j = 0; j < length; ++j) text += "ab\n c"[random() % 5];
+        for (int j = static_cast<int>(random() % 40); j > 0; --j) text += "ab\n c"[random() % 5];
         all.push_back(text);
     }
     const std::string file = path("/lines.txt");
@@ -80,83 +71,52 @@ TEST_F(CoreTest, LineReaderMatchesIstreamGetline) {
         writeFile("/lines.txt", text);
         for (size_t n : {0u, 1u, 2u, 3u, 5u, 8u, 10u, 120u}) {
             SCOPED_TRACE("n=" + std::to_string(n) + " text=\"" + text + "\"");
-            EXPECT_EQ(readerReads(file, n, 12), streamReads(file, n, 12));
-            if (n > 0) {
-                EXPECT_EQ(readerReads(file, n, 12, true), streamReads(file, n, 12, true));
-            }
+            for (const bool mixed : {false, n > 0}) EXPECT_EQ(reads(file, n, 12, mixed, true), reads(file, n, 12, mixed, false));
         }
     }
-}
-
-TEST_F(CoreTest, LineReaderAcrossBlockBoundariesAndUnlimitedLines) {
-    std::string big;
-    std::vector<std::string> lines;
-    for (int i = 0; i < 20000; ++i) {
-        lines.push_back(std::string(static_cast<size_t>(i % 97), 'x') + std::to_string(i));
-        big += lines.back() + "\n";
-    }
-    lines.push_back(std::string(200000, 'y'));
-    big += lines.back();
-    writeFile("/big.txt", big);
-
-    qz::LineReader limited(path("/big.txt"), 3000);
-    for (size_t i = 0; i + 1 < lines.size(); ++i) {
-        ASSERT_TRUE(limited.nextUntilEof());
-        ASSERT_EQ(limited.view(), lines[i]);
-    }
-    ASSERT_TRUE(limited.nextUntilEof()) << "the over-long last line is handed out cut";
-    EXPECT_EQ(limited.view(), std::string(2999, 'y'));
-    EXPECT_TRUE(limited.tooLong());
-    EXPECT_FALSE(limited.nextUntilEof()) << "and then ends the scan";
-
-    qz::LineReader whole(path("/big.txt"), 0);
-    size_t count = 0;
-    while (whole.nextUntilEof()) ASSERT_EQ(whole.view(), lines[count++]);
-    EXPECT_EQ(count, lines.size());
-}
-
-// Lines handed out where they lie in the reader's block, and lines copied
-// because they cross its end, reach the limit or follow a NUL byte: a file of
-// several blocks must read as the stream reads it, text and view alike.
-TEST_F(CoreTest, LineReaderMatchesIstreamGetlineOverManyBlocks) {
-    std::mt19937 random(11);
     std::string text;
     int lines = 0;
-    while (text.size() < 300000) {
+    for (; text.size() < 300000; ++lines) {
         const size_t length = random() % 50 == 0 ? 2000 + random() % 4000 : random() % 120;
         for (size_t j = 0; j < length; ++j) text += random() % 5000 == 0 ? '\0' : "ab c\t"[random() % 5];
         text += '\n';
-        ++lines;
     }
     text.pop_back();  // the last line ends the file without its newline
-    writeFile("/blocks.txt", text);
-    const std::string file = path("/blocks.txt");
+    writeFile("/lines.txt", text);
     for (size_t n : {0u, 3000u, 2025u, 120u, 2u}) {
-        SCOPED_TRACE("n=" + std::to_string(n));
-        qz::LineReader in(file, n);
-        std::ifstream stream(file);
-        std::vector<char> buf(n);
-        std::string line;
-        for (int i = 0; i < lines + 2; ++i) {
-            if (n == 0) {
-                std::getline(stream, line);
-            } else {
-                std::fill(buf.begin(), buf.end(), '\0');
-                stream.getline(buf.data(), static_cast<std::streamsize>(n));
-                line = buf.data();
-            }
-            in.getline();
-            ASSERT_EQ(std::string(in.view()), n == 0 ? std::string(line.c_str()) : line) << "read " << i;
-            ASSERT_STREQ(in.c_str(), line.c_str());
-            ASSERT_EQ(in.eof(), stream.eof());
-            ASSERT_EQ(in.fail(), stream.fail());
-            if (!stream.good() && n != 0) break;
-        }
+        const std::string reader = reads(file, n, lines + 2, false, true), stream = reads(file, n, lines + 2, false, false);
+        EXPECT_TRUE(reader == stream) << "n=" << n << " differs from read " << std::count(reader.begin(), reader.begin() +
+            (std::mismatch(reader.begin(), reader.end(), stream.begin(), stream.end()).first - reader.begin()), '\n');
     }
 }
 
-// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
-// of letter case, other ASCII, bytes above 0x7f and early ends.
+// The loop "until end of file" sees the final empty read after a last
+// newline; an over-long line is handed out cut, marked, and ends the scan;
+// without a limit lines have any length.
+TEST_F(CoreTest, LineReaderScansUntilEndOfFile) {
+    std::string big, lines;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string line = std::string(static_cast<size_t>(i % 97), 'x') + std::to_string(i);
+        big += line + "\n";
+        lines += line + "|";
+    }
+    big += std::string(200000, 'y');
+    const std::vector<std::tuple<std::string, size_t, std::string>> rows = {
+        {"a\nb\n", 3000, "a|b||"},
+        {"a\nb", 3000, "a|b|"},
+        {big, 3000, lines + std::string(2999, 'y') + " (too long)|"},
+        {big, 0, lines + std::string(200000, 'y') + "|"},
+    };
+    for (const auto& [text, limit, expected] : rows) {
+        writeFile("/f", text);
+        qz::LineReader in(path("/f"), limit);
+        std::string seen;
+        while (seen.size() <= expected.size() && in.nextUntilEof()) seen += std::string(in.view()) + (in.tooLong() ? " (too long)|" : "|");
+        EXPECT_TRUE(seen == expected) << "limit " << limit << ", text of " << text.size() << " bytes: " << seen.substr(0, 200);
+    }
+    EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());
+}
+
 // Output files gather small writes in a buffer of their own and write large
 // ones straight through: whatever the mix of sizes, and whether the file is
 // closed or simply destroyed, it must hold exactly the bytes written, in order.
@@ -164,41 +124,36 @@ TEST_F(CoreTest, OutFileKeepsEveryByteInOrder) {
     std::mt19937 random(5);
     const size_t sizes[] = {0, 1, 2, 100, 65535, 65536, 65537, 200000};
     for (int round = 0; round < 60; ++round) {
-        const std::string file = path("/out" + std::to_string(round % 3));
+        const std::string rel = "/out" + std::to_string(round % 3), file = path(rel);
         std::string expected = round % 3 == 1 ? "kept\n" : "";
-        writeFile("/out" + std::to_string(round % 3), expected);
+        writeFile(rel, expected);
         {
             qz::OutFile out;
-            const bool opened = round % 3 == 0   ? out.open(file.c_str())
-                                : round % 3 == 1 ? out.openAppend(file.c_str())
-                                                 : out.openTarget(file.c_str());
-            ASSERT_TRUE(opened);
+            ASSERT_TRUE(round % 3 == 0 ? out.open(file.c_str()) : round % 3 == 1 ? out.openAppend(file.c_str()) : out.openTarget(file.c_str()));
             for (int piece = 0; piece < 6; ++piece) {
                 std::string text(sizes[random() % 8], static_cast<char>('a' + random() % 26));
                 if (!text.empty()) text[0] = static_cast<char>('0' + piece);
-                if (random() % 2) {
-                    out.writeLine(text);
-                    expected += text + "\n";
-                } else {
-                    out.write(text);
-                    expected += text;
-                }
+                const bool line = random() % 2;
+                line ? out.writeLine(text) : out.write(text);
+                expected += line ? text + "\n" : text;
             }
             if (round % 2) out.close();  // otherwise the destructor closes it
         }
-        ASSERT_EQ(readFile("/out" + std::to_string(round % 3)), expected) << "round " << round;
+        ASSERT_EQ(readFile(rel), expected) << "round " << round;
     }
     qz::OutFile never;
     never.write("dropped");  // a file never opened takes writes and writes nothing
     never.close();
 }
 
+// The keyword tests answer as strncasecmp and strcasecmp do, for every mix
+// of letter case, other ASCII, bytes above 0x7f and early ends.
 TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     std::mt19937 random(5);
     const std::string alphabet = std::string("sSeErR@`[{ \t") + "\xc9\xe9\xff";
     auto word = [&](size_t length) {
         std::string w;
-        for (size_t i = 0; i < length; ++i) w += alphabet[random() % alphabet.size()];
+        while (w.size() < length) w += alphabet[random() % alphabet.size()];
         return w;
     };
     for (int i = 0; i < 20000; ++i) {
@@ -212,43 +167,29 @@ TEST_F(CoreTest, NoCaseComparisonsMatchTheCLibrary) {
     EXPECT_TRUE(qz::equalsNoCase("Example.COM", "example.com"));
 }
 
-TEST_F(CoreTest, UntilEndOfFileLoopSeesTheFinalEmptyRead) {
-    for (auto [text, expected] : {std::pair{"a\nb\n", "a|b||"}, {"a\nb", "a|b|"}}) {
-        writeFile("/f", text);
-        qz::LineReader in(path("/f"), 3000);
-        std::string seen;
-        while (in.nextUntilEof()) seen += std::string(in.view()) + "|";
-        EXPECT_EQ(seen, expected);
-    }
-    EXPECT_FALSE(qz::LineReader(path("/nothing"), 3000).isOpen());
-}
-
+// Ordinary words stay as they are; any other is quoted, and reaches the
+// command as one argument that runs nothing. A word with one character to
+// quote and nothing else is quoted too: no blank or quote forces it.
+// "canary" is a command that would create the canary file; "*" and "?"
+// match the "/argv" file written.
 TEST_F(CoreTest, ShellWordsKeepOrdinaryNamesAndQuoteEverythingElse) {
     EXPECT_EQ(qz::shellCommand({"mv", "/etc/httpd/conf/1732166400", "/etc/httpd/conf/httpd.conf"}),
               "mv /etc/httpd/conf/1732166400 /etc/httpd/conf/httpd.conf");
-    EXPECT_EQ(qz::shellWord("user@example.com:qz7group,a=b+c%d_e-f"), "user@example.com:qz7group,a=b+c%d_e-f");
-    EXPECT_EQ(qz::shellWord(""), "");
     EXPECT_EQ(qz::shellCommand({"chown", "-R", "a:qz7group", ""}), "chown -R a:qz7group ");
-    EXPECT_EQ(qz::shellWord("a b"), "'a b'");
-    EXPECT_EQ(qz::shellWord("it's"), "'it'\\''s'");
     EXPECT_EQ(qz::shellQuotedBody("p'w"), "p'\\''w");
-
-    // Hostile words reach the command as one argument each and run nothing.
+    EXPECT_EQ(qz::shellWord(""), "");
     const std::string canary = path("/canary");
-    for (const std::string& word : {"; touch " + canary, "| touch " + canary, "& touch " + canary,
-                                    "$(touch " + canary + ")", "`touch " + canary + "`", "a\ntouch " + canary,
-                                    "\"; touch " + canary + "; \"", "'; touch " + canary + "; '", std::string("-rf")}) {
-        qz::runShell(qz::shellCommand({"printf", "%s", word}) + " > " + qz::shellWord(path("/argv")));
-        EXPECT_EQ(readFile("/argv"), word);
-        EXPECT_FALSE(exists("/canary")) << word;
-    }
-    // One character to quote and nothing else: no blank or quote forces the
-    // quoting. "canary" is a command that would create the canary file; "*"
-    // and "?" match the "/argv" file just written.
     fakeCommand("canary", ": >" + qz::shellWord(canary));
-    for (const std::string& word : std::vector<std::string>{"a;canary", "a|canary", "a&canary", "$HOME", "`canary`", ">" + canary, "<x",
-                                    path("/arg*"), path("/arg?"), "~root", "#a", "a(b", "a\\b", "a\tb", "a\nb"}) {
-        EXPECT_EQ(qz::shellWord(word), "'" + word + "'");
+    // Each word and its quoted form ("" for the word in single quotes).
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"user@example.com:qz7group,a=b+c%d_e-f", "user@example.com:qz7group,a=b+c%d_e-f"}, {"-rf", "-rf"},
+        {"a b", ""}, {"it's", "'it'\\''s'"}, {"'; touch " + canary + "; '", "''\\''; touch " + canary + "; '\\'''"},
+        {"; touch " + canary, ""}, {"| touch " + canary, ""}, {"& touch " + canary, ""}, {"$(touch " + canary + ")", ""},
+        {"`touch " + canary + "`", ""}, {"a\ntouch " + canary, ""}, {"\"; touch " + canary + "; \"", ""},
+        {"a;canary", ""}, {"a|canary", ""}, {"a&canary", ""}, {"$HOME", ""}, {"`canary`", ""}, {">" + canary, ""}, {"<x", ""},
+        {path("/arg*"), ""}, {path("/arg?"), ""}, {"~root", ""}, {"#a", ""}, {"a(b", ""}, {"a\\b", ""}, {"a\tb", ""}, {"a\nb", ""}};
+    for (const auto& [word, quoted] : rows) {
+        EXPECT_EQ(qz::shellWord(word), quoted.empty() ? "'" + word + "'" : quoted);
         qz::runShell(qz::shellCommand({"printf", "%s", word}) + " > " + qz::shellWord(path("/argv")));
         EXPECT_EQ(readFile("/argv"), word);
         EXPECT_FALSE(exists("/canary")) << word;
@@ -264,7 +205,6 @@ TEST_F(CoreTest, ShellPipeReadsACommandsOutputAndPathsResolveUnderTheRoot) {
     EXPECT_STREQ(line, "Server version: Apache/2.4.62 (Debian)\n");
     EXPECT_EQ(pipe.close(), 0);
     EXPECT_EQ(pipe.get(), nullptr);
-
     EXPECT_EQ(qz::systemRoot(), root_);
     EXPECT_EQ(qz::sysPath("/etc/QZ.conf"), root_ + "/etc/QZ.conf");
     qz::setSystemRoot("");
@@ -294,53 +234,45 @@ TEST_F(CoreTest, GuardCatchesRealToolsAndWritesOutsideTheScratchRoot) {
 // gives each its owner back with the mode it has by then.
 TEST_F(CoreTest, FolderLocksHoldOnlyCustomersFolders) {
     if (geteuid() != 0) GTEST_SKIP() << "holding folders needs root";
-    auto state = [&](const std::string& rel) {
-        struct stat st {};
-        if (lstat(path(rel).c_str(), &st) != 0) return rel + " missing";
-        char mode[8];
-        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
-        return rel + " " + std::to_string(st.st_uid) + " " + mode;
-    };
-    auto folder = [&](const std::string& rel, uid_t uid, mode_t mode) {
-        makeDir(rel);
-        ASSERT_EQ(chown(path(rel).c_str(), uid, uid), 0);
-        ASSERT_EQ(chmod(path(rel).c_str(), mode), 0);
+    // "rel uid mode" of each folder, on one line.
+    auto state = [&](std::initializer_list<const char*> rels) {
+        std::string line;
+        for (const char* rel : rels) {
+            struct stat st {};
+            char text[128];
+            lstat(path(rel).c_str(), &st);
+            snprintf(text, sizeof text, "%s%s %u %04o", line.empty() ? "" : "; ", rel, st.st_uid, static_cast<unsigned>(st.st_mode & 07777));
+            line += text;
+        }
+        return line + "\n";
     };
     chmod(root_.c_str(), 0755);
-    folder("/sticky", 0, 01777);
-    folder("/sticky/site", 65534, 0755);
-    folder("/open", 0, 0777);
-    folder("/open/site", 65534, 0755);
-    folder("/sticky/site/d", 65534, 0777);
-    folder("/sticky/site/d/e", 65534, 0775);
+    for (const auto& [rel, uid, mode] : std::vector<std::tuple<std::string, uid_t, mode_t>>{
+             {"/sticky", 0, 01777}, {"/sticky/site", 65534, 0755}, {"/open", 0, 0777}, {"/open/site", 65534, 0755},
+             {"/sticky/site/d", 65534, 0777}, {"/sticky/site/d/e", 65534, 0775}}) {
+        makeDir(rel);
+        ASSERT_EQ(chown(path(rel).c_str(), uid, uid) | chmod(path(rel).c_str(), mode), 0) << rel;
+    }
     std::string seen;
     {
         qz::FolderLock still;
         seen += std::string("sticky: ") + (still.lock(path("/sticky/site")) ? "held" : "refused") + "\n";
-        seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+        seen += state({"/sticky", "/sticky/site"});
     }
-    seen += state("/sticky") + "; " + state("/sticky/site") + "\n";
+    seen += state({"/sticky", "/sticky/site"});
     {
         qz::FolderLock still;
         const bool held = still.lock(path("/open/site"));
         seen += std::string("open: ") + (held ? "held" : errno == EPERM ? "refused (EPERM)" : "refused") + "\n";
-        seen += state("/open") + "; " + state("/open/site") + "\n";
+        seen += state({"/open", "/open/site"});
     }
     {
         qz::FolderLock parent;
         qz::TreeLock tree;
         const bool held = parent.lock(path("/sticky/site")) && tree.lock(path("/sticky/site/d"));
-        seen += std::string("tree: ") + (held ? "held" : "refused") + "\n";
-        seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "\n";
+        seen += std::string("tree: ") + (held ? "held" : "refused") + "\n" + state({"/sticky/site/d", "/sticky/site/d/e"});
         chmod(path("/sticky/site/d").c_str(), 0705);  // as chmod -R would
     }
-    seen += state("/sticky/site/d") + "; " + state("/sticky/site/d/e") + "; " + state("/sticky/site") + "\n";
-    EXPECT_EQ(seen, "sticky: held\n"
-                    "/sticky 0 1777; /sticky/site 0 0755\n"
-                    "/sticky 0 1777; /sticky/site 65534 0755\n"
-                    "open: refused (EPERM)\n"
-                    "/open 0 0777; /open/site 65534 0755\n"
-                    "tree: held\n"
-                    "/sticky/site/d 0 0755; /sticky/site/d/e 0 0755\n"
-                    "/sticky/site/d 65534 0705; /sticky/site/d/e 65534 0755; /sticky/site 65534 0755\n");
+    seen += state({"/sticky/site/d", "/sticky/site/d/e", "/sticky/site"});
+    EXPECT_DATA(seen, "core-locks/folder_locks_hold_only_customers_folders.txt");
 }

@@ -1,96 +1,19 @@
-// End to end: what the library writes is served by a real Apache.
-//
-// Every case builds a sandbox (ApacheSandbox: its own server root, port,
-// PID file and logs in a scratch folder, which is also the library's system
-// root), creates two websites through the library, one with a punycode
-// name, checks the configuration with "apachectl -t", starts the server and
-// then edits the configuration through the library only. After every edit
-// Apache must accept the configuration and restart gracefully through
-// CmdApchRestart; requests go to 127.0.0.1 with the site's Host header. The
-// fixture's teardown stops the server whatever happened.
-//
-// Without a real Apache the cases are skipped, unless QZ_E2E_REQUIRED is set
-// to anything but 0 (scripts/test.sh sets it to 1): then they fail.
-#include "ApacheSandbox.h"
-#include "libqzapache.h"
-
-#include <gtest/gtest.h>
+// End to end: what the library writes is served by a real Apache. Every case
+// starts with two websites created through the library, one with a punycode
+// name, then edits the configuration through the library only; after every
+// edit Apache must accept it and restart gracefully.
+#include "EndToEnd.h"
 
 #include <arpa/inet.h>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using namespace sandbox;
-
-namespace {
-bool e2eRequired() {
-    const char* required = getenv("QZ_E2E_REQUIRED");
-    return required != nullptr && *required != '\0' && std::string(required) != "0";
-}
-}  // namespace
-
-#define REQUIRE_APACHE()                                                               \
-    do {                                                                               \
-        const std::string missing = ApacheSandbox::missingTools();                     \
-        if (missing.empty()) break;                                                    \
-        if (e2eRequired()) FAIL() << "a real Apache is needed; missing: " << missing;  \
-        GTEST_SKIP() << "a real Apache is needed and these are missing: " << missing   \
-                     << " (scripts/test.sh installs apache2, apache2-utils and curl)"; \
-    } while (0)
-
-class ApacheEndToEnd : public ::testing::Test {
+class ApacheEndToEnd : public EndToEnd {
 protected:
-    void SetUp() override {
-        REQUIRE_APACHE();
-        sandbox_ = std::make_unique<ApacheSandbox>();
-        ASSERT_TRUE(sandbox_->ready()) << sandbox_->problem();
-        conf_ = sandbox_->configuration();
-        website_ = std::make_unique<CQZWebsite>(&tracker_, conf_.c_str());
-        ASSERT_EQ(sandbox_->createWebsite(*website_, kShop, kShop), 94);
-        ASSERT_EQ(sandbox_->createWebsite(*website_, kBooks, kBooksAscii), 94);
-        std::string message;
-        ASSERT_TRUE(sandbox_->configurationAccepted(&message)) << message;
-        ASSERT_TRUE(sandbox_->start(&message)) << message;
-    }
-
-    void TearDown() override {
-        website_.reset();
-        sandbox_.reset();  // stops the server
-    }
-
-    // After an edit: Apache accepts the configuration, and its (live) server
-    // is asked for a graceful restart.
-    void reload() {
-        std::string report;
-        ASSERT_TRUE(sandbox_->checkAndRestart(*website_, &report)) << report;
-    }
-
-    // Whether GET `path` with Host `host` gets `status` and a body holding
-    // `text` (or, for a redirect, exactly the Location `text`), asking again
-    // for a few seconds while a restart takes effect.
-    ::testing::AssertionResult answers(const std::string& host, const std::string& path, int status,
-                                       const std::string& text, const Login& login = {}) {
-        const auto wanted = [&](const Reply& reply) { return reply.matches(status, text); };
-        const Reply reply = sandbox_->fetchUntil(wanted, host, path, login);
-        if (wanted(reply)) return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure()
-               << "GET " << path << " (Host: " << host << (login.user.empty() ? "" : ", user " + login.user)
-               << ") got " << reply.summary() << "; wanted " << status << " \"" << text
-               << "\"\nerror log:\n" << sandbox_->errorLogTail();
-    }
-
-    std::string docroot(const std::string& site) const { return sandbox_->documentRoot(site); }
-
-    CQZTrackManager tracker_;
-    std::unique_ptr<ApacheSandbox> sandbox_;
-    std::string conf_;
-    std::unique_ptr<CQZWebsite> website_;
+    void SetUp() override { build(ApacheSandbox::missingTools(), {{kShop, kShop}, {kBooks, kBooksAscii}}); }
 };
 
 TEST_F(ApacheEndToEnd, NewWebsitesAnswerByNameAndByTheirWwwAlias) {
@@ -108,7 +31,6 @@ TEST_F(ApacheEndToEnd, StoppedWebsiteFallsToTheDefaultSiteUntilStarted) {
     ASSERT_NO_FATAL_FAILURE(reload());
     EXPECT_TRUE(answers(kShop, "/", 200, kDefaultPage));
     EXPECT_TRUE(answers(kBooksAscii, "/", 200, welcome(kBooks)));
-
     EXPECT_EQ(website_->StartWebsite(kShop.c_str()), 29);
     EXPECT_EQ(website_->GetWebsiteStatus(kShop), 34);
     ASSERT_NO_FATAL_FAILURE(reload());
@@ -119,54 +41,41 @@ TEST_F(ApacheEndToEnd, VirtualDirectoryWithoutAnonymousAccessWantsTheWebadminLog
     SDDir dir = sandbox_->virtualDirectory(kShop, "members");
     ASSERT_TRUE(sandbox_->addFolder(dir.DirPath, "Members only"));
     EXPECT_TRUE(answers(kShop, "/members/", 200, "Members only"));
-
     CQZVirtualDirectory directories(&tracker_, conf_.c_str());
     EXPECT_EQ(directories.CreateVirtualDirectory(&dir, 0, "webadmin", "s3cret pass"), 'S');
     ASSERT_NO_FATAL_FAILURE(reload());
-
     EXPECT_TRUE(answers(kShop, "/members/", 401, "Unauthorized"));
     EXPECT_TRUE(answers(kShop, "/members/", 200, "Members only", {"webadmin", "s3cret pass"}));
     EXPECT_TRUE(answers(kShop, "/members/", 401, "Unauthorized", {"webadmin", "wrong"}));
     EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
 }
 
+// A private folder's files live in the folder and Apache reads them on every
+// request; "apachectl -t" does not read .htaccess files, so it is the answers
+// that prove each edit (the check still runs after each).
 TEST_F(ApacheEndToEnd, PrivateFolderAdmitsItsUsersAndNobodyElse) {
     const std::string folder = docroot(kBooks) + "/private";
     ASSERT_TRUE(sandbox_->addFolder(folder, "Private pages"));
-    const Login alice{"alice", "alice's pw"}, bob{"bob", "bob pw"}, carol{"carol", "carol pw"};
+    const Login alice{"alice", "alice's pw"}, bob{"bob", "bob pw"}, carol{"carol", "carol pw"}, none{};
     PrivateFolder folders(&tracker_);
-    // The files live in the folder itself and Apache reads them on every
-    // request; "apachectl -t" does not read .htaccess files, so it is the
-    // answers below that prove each edit (the check still runs after each).
-    const auto syntaxOk = [&] {
-        std::string message;
-        return sandbox_->configurationAccepted(&message) ? ::testing::AssertionSuccess()
-                                                         : ::testing::AssertionFailure() << message;
+    const std::string in = "Private pages", out = "Unauthorized";
+    // Each edit, then who gets in and who does not.
+    const std::vector<std::pair<std::function<int()>, std::vector<std::pair<Login, bool>>>> edits = {
+        {[&] { return folders.addPrivateFolder(folder, alice.user, alice.password); },
+         {{none, false}, {alice, true}, {{"alice", "bob pw"}, false}, {bob, false}}},
+        {[&] { return folders.addPrivateFolder(folder, bob.user, bob.password); }, {{bob, true}, {alice, true}, {carol, false}}},
+        {[&] { return folders.deletePrivateFolder(folder, alice.user); }, {{alice, false}, {bob, true}, {none, false}}},
+        // Without users the folder is no longer protected.
+        {[&] { return folders.deletePrivateFolder(folder, bob.user); }, {{none, true}}},
     };
-
-    EXPECT_EQ(folders.addPrivateFolder(folder, alice.user, alice.password), 1602);
-    EXPECT_TRUE(syntaxOk());
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized"));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 200, "Private pages", alice));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized", {"alice", "bob pw"}));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized", bob));  // not added yet
-
-    EXPECT_EQ(folders.addPrivateFolder(folder, bob.user, bob.password), 1602);
-    EXPECT_TRUE(syntaxOk());
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 200, "Private pages", bob));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 200, "Private pages", alice));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized", carol));  // never added
-
-    EXPECT_EQ(folders.deletePrivateFolder(folder, alice.user), 1603);
-    EXPECT_TRUE(syntaxOk());
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized", alice));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 200, "Private pages", bob));
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 401, "Unauthorized"));
-
-    // Without users the folder is no longer protected.
-    EXPECT_EQ(folders.deletePrivateFolder(folder, bob.user), 1603);
-    EXPECT_TRUE(syntaxOk());
-    EXPECT_TRUE(answers(kBooksAscii, "/private/", 200, "Private pages"));
+    for (size_t i = 0; i < edits.size(); ++i) {
+        EXPECT_EQ(edits[i].first(), i < 2 ? 1602 : 1603) << "edit " << i;
+        std::string message;
+        EXPECT_TRUE(sandbox_->configurationAccepted(&message)) << message;
+        for (const auto& [login, admitted] : edits[i].second)
+            EXPECT_TRUE(answers(kBooksAscii, "/private/", admitted ? 200 : 401, admitted ? in : out, login))
+                << "edit " << i << ", user " << login.user;
+    }
 }
 
 TEST_F(ApacheEndToEnd, HostHeaderIsServedWhileListed) {
@@ -175,7 +84,6 @@ TEST_F(ApacheEndToEnd, HostHeaderIsServedWhileListed) {
     ASSERT_NO_FATAL_FAILURE(reload());
     EXPECT_TRUE(answers("store.example", "/", 200, welcome(kShop)));
     EXPECT_TRUE(answers("www." + kShop, "/", 200, welcome(kShop)));
-
     EXPECT_EQ(website_->DeleteHostHeader(kShop, "store.example"), 0);
     ASSERT_NO_FATAL_FAILURE(reload());
     EXPECT_TRUE(answers("store.example", "/", 200, kDefaultPage));
@@ -185,42 +93,36 @@ TEST_F(ApacheEndToEnd, HostHeaderIsServedWhileListed) {
 TEST_F(ApacheEndToEnd, HttpsRedirectAnswersWhileItsFileIsActive) {
     ApacheHelper helper;
     const std::string redirected = "https://" + kShop + "/cart?id=7";
-    EXPECT_TRUE(helper.Apache_RedirectVHFromHttpToHttps(conf_, kShop, "127.0.0.1", sandbox_->portText()));
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, "/cart?id=7", 301, redirected));
-    EXPECT_TRUE(answers(kBooksAscii, "/", 200, welcome(kBooks)));
-
-    EXPECT_TRUE(helper.Apache_StopRedirectVHFromHttpToHttps(conf_, kShop));
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
-
-    EXPECT_TRUE(helper.Apache_StartRedirectVHFromHttpToHttps(conf_, kShop));
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, "/cart?id=7", 301, redirected));
-
-    EXPECT_TRUE(helper.Apache_DeleteRedirectVHFromHttpToHttps(conf_, kShop));
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
+    // create, stop, start, delete: whether the redirect is then active.
+    const std::vector<std::pair<std::function<bool()>, bool>> steps = {
+        {[&] { return helper.Apache_RedirectVHFromHttpToHttps(conf_, kShop, "127.0.0.1", sandbox_->portText()); }, true},
+        {[&] { return helper.Apache_StopRedirectVHFromHttpToHttps(conf_, kShop); }, false},
+        {[&] { return helper.Apache_StartRedirectVHFromHttpToHttps(conf_, kShop); }, true},
+        {[&] { return helper.Apache_DeleteRedirectVHFromHttpToHttps(conf_, kShop); }, false}};
+    for (const auto& [edit, active] : steps) {
+        EXPECT_TRUE(edit());
+        ASSERT_NO_FATAL_FAILURE(reload());
+        EXPECT_TRUE(active ? answers(kShop, "/cart?id=7", 301, redirected) : answers(kShop, "/", 200, welcome(kShop)));
+        EXPECT_TRUE(answers(kBooksAscii, "/", 200, welcome(kBooks)));
+    }
 }
 
+// Perl CGI is switched in the document root's own section, which a new
+// website does not have: the toolkit adds it, allowing CGI there. CGI allowed
+// is not yet CGI run.
 TEST_F(ApacheEndToEnd, PerlScriptRunsOnlyWhilePerlIsEnabled) {
     ASSERT_TRUE(sandbox_->writePerlScript(kShop));
     EXPECT_TRUE(answers(kShop, kPerlScript, 200, kPerlSource));
-
-    // Perl CGI is switched in the document root's own section, which a new
-    // website does not have: the toolkit adds it, allowing CGI there. CGI
-    // allowed is not yet CGI run.
     ApacheHelper helper;
-    EXPECT_EQ(helper.Apache_addDirectoryTag(conf_, kShop, docroot(kShop), {"Options +ExecCGI"}), 0);
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, kPerlScript, 200, kPerlSource));
-    EXPECT_EQ(website_->EnablePerl(kShop), 0);
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, kPerlScript, 200, kPerlOutput));
-
-    EXPECT_EQ(website_->DisablePerl(kShop), 0);
-    ASSERT_NO_FATAL_FAILURE(reload());
-    EXPECT_TRUE(answers(kShop, kPerlScript, 200, kPerlSource));
+    const std::vector<std::pair<std::function<int()>, std::string>> steps = {
+        {[&] { return helper.Apache_addDirectoryTag(conf_, kShop, docroot(kShop), {"Options +ExecCGI"}); }, kPerlSource},
+        {[&] { return website_->EnablePerl(kShop); }, kPerlOutput},
+        {[&] { return website_->DisablePerl(kShop); }, kPerlSource}};
+    for (const auto& [edit, served] : steps) {
+        EXPECT_EQ(edit(), 0);
+        ASSERT_NO_FATAL_FAILURE(reload());
+        EXPECT_TRUE(answers(kShop, kPerlScript, 200, served));
+    }
 }
 
 TEST_F(ApacheEndToEnd, DeletedWebsiteFallsBackToTheDefaultSite) {
@@ -250,97 +152,10 @@ TEST_F(ApacheEndToEnd, OnlyTheSandboxsOwnLiveServerIsSignalled) {
     }  // its destructor stops "its" server once more
     EXPECT_EQ(sandbox_->runningPid(), pid);
     EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
-
     sandbox_->stop();
     EXPECT_FALSE(sandbox_->checkAndRestart(*website_, &report));
     EXPECT_EQ(report, "Syntax OK; the server is not running, no restart signalled");
 }
-
-// A redirect is judged by its Location, any other answer by its body.
-TEST(ApacheSandboxReply, MatchesByLocationOnlyForRedirects) {
-    Reply created{201, "Created", "/new", "made it", ""};
-    EXPECT_TRUE(created.matches(201, "made it"));
-    EXPECT_FALSE(created.matches(201, "/new"));
-    Reply moved{301, "Moved Permanently", "https://x/", "<a href=\"https://x/\">moved</a>", ""};
-    EXPECT_TRUE(moved.matches(301, "https://x/"));
-    EXPECT_FALSE(moved.matches(301, "moved"));
-}
-
-// The sandbox writes etc/passwd, etc/QZ.conf, bin/apachectl ... into its
-// folder: only an existing, empty one is accepted, and a refused folder is
-// left as it was.
-TEST(ApacheSandboxFolder, OnlyAnExistingEmptyFolderIsUsed) {
-    char scratch[] = "/tmp/qz-sandbox-test-XXXXXX";
-    ASSERT_NE(mkdtemp(scratch), nullptr);
-    const std::string folder = scratch;
-    ASSERT_EQ(mkdir((folder + "/full").c_str(), 0755), 0);
-    ASSERT_TRUE(std::ofstream(folder + "/full/keep") << "mine\n");
-    for (const std::string& refused : {folder + "/full", folder + "/missing", folder + "/full/keep"}) {
-        ApacheSandbox box(refused);
-        EXPECT_FALSE(box.ready()) << refused;
-        EXPECT_EQ(box.problem(), "the sandbox's folder must be an existing, empty folder other than /: " + refused);
-    }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder + "/full"), {}), 1);
-    EXPECT_FALSE(std::filesystem::exists(folder + "/missing"));
-    std::filesystem::remove_all(folder + "/full");
-    {
-        ApacheSandbox box(folder);
-        EXPECT_TRUE(box.ready()) << box.problem();
-    }
-    EXPECT_TRUE(std::filesystem::exists(folder + "/etc/QZ.conf"));  // left in place
-    std::filesystem::remove_all(folder);
-}
-
-// A sandbox that could not be made changes nothing and signals nothing: its
-// PID file would otherwise be read from /var/run/apache2.pid, the system's.
-TEST(ApacheSandboxFolder, NoScratchFolderMeansNothingIsTouched) {
-    const char* oldTmp = getenv("TMPDIR");
-    const std::string savedTmp = oldTmp ? oldTmp : "", path = getenv("PATH");
-    setenv("TMPDIR", "/nonexistent", 1);
-    {
-        ApacheSandbox box;
-        EXPECT_FALSE(box.ready());
-        EXPECT_EQ(box.problem(), "cannot make a scratch folder /nonexistent/qz-apache-XXXXXX");
-        EXPECT_EQ(box.runningPid(), 0);
-        EXPECT_FALSE(box.start());
-        EXPECT_EQ(getenv("PATH"), path);
-    }
-    EXPECT_EQ(getenv("PATH"), path);
-    oldTmp ? setenv("TMPDIR", savedTmp.c_str(), 1) : unsetenv("TMPDIR");
-}
-
-// The port is free when the sandbox is made, but another program may take it
-// before the server starts: start() then moves the sites to another port.
-TEST(ApacheSandboxPort, StartMovesToAnotherPortWhenItsPortIsTaken) {
-    REQUIRE_APACHE();
-    ApacheSandbox box;
-    ASSERT_TRUE(box.ready()) << box.problem();
-    CQZTrackManager tracker;
-    const std::string conf = box.configuration();  // the manager keeps the pointer
-    CQZWebsite website(&tracker, conf.c_str());
-    ASSERT_EQ(box.createWebsite(website, kShop, kShop), 94);
-
-    const int taken = box.port(), holder = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(taken);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(holder, 1), 0);
-
-    std::string message;
-    EXPECT_TRUE(box.start(&message)) << message;
-    EXPECT_NE(box.port(), taken);
-    EXPECT_TRUE(box.fetch(kShop).matches(200, welcome(kShop))) << box.fetch(kShop).summary();
-    close(holder);
-}
-
-namespace {
-std::string fileText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-}  // namespace
 
 TEST_F(ApacheEndToEnd, SettingsWrittenBackErrorPagesAndMaintenanceAreServed) {
     const std::string site = sandbox_->sitesFolder() + kShop;
@@ -353,8 +168,7 @@ TEST_F(ApacheEndToEnd, SettingsWrittenBackErrorPagesAndMaintenanceAreServed) {
     info.Alias.push_back({"/extra", site + "/extra"});
     info.Redirect.push_back({"/old", "http://" + kShop + "/new"});
     EXPECT_EQ(website_->UpdateWebsite(&info), 96);
-    CustomErrorPages pages(&tracker_, conf_);
-    EXPECT_EQ(pages.setErrorPage(kShop, 404, "/missing.html"), 0);
+    EXPECT_EQ(CustomErrorPages(&tracker_, conf_).setErrorPage(kShop, 404, "/missing.html"), 0);
     ASSERT_NO_FATAL_FAILURE(reload());
     EXPECT_TRUE(answers(kShop, "/extra/", 200, "Extra pages"));
     EXPECT_TRUE(answers(kShop, "/old", 302, "http://" + kShop + "/new"));
@@ -378,10 +192,8 @@ TEST_F(ApacheEndToEnd, SettingsWrittenBackErrorPagesAndMaintenanceAreServed) {
     EXPECT_TRUE(answers(kShop, "/extra/", 503, "Back in ten minutes"));
     EXPECT_TRUE(answers(kShop, "/.well-known/acme-challenge/t0k3n", 200, "token for the CA"));
     EXPECT_TRUE(answers(kBooksAscii, "/", 200, welcome(kBooks)));
-    const std::string headers = "curl -s -o /dev/null -D - -H 'Host: " + kShop + "' http://127.0.0.1:" +
-                                sandbox_->portText() + "/";
     std::string head;
-    if (FILE* pipe = popen(headers.c_str(), "r")) {
+    if (FILE* pipe = popen(("curl -s -o /dev/null -D - -H 'Host: " + kShop + "' http://127.0.0.1:" + sandbox_->portText() + "/").c_str(), "r")) {
         char buffer[4096];
         for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) head.append(buffer, got);
         pclose(pipe);
@@ -397,4 +209,66 @@ TEST_F(ApacheEndToEnd, SettingsWrittenBackErrorPagesAndMaintenanceAreServed) {
     EXPECT_EQ(after.erase(after.find(module), module.size()), before);
     ASSERT_NO_FATAL_FAILURE(reload());
     EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
+}
+
+// The sandbox itself: a redirect is judged by its Location, any other answer
+// by its body.
+TEST(ApacheSandboxReply, MatchesByLocationOnlyForRedirects) {
+    const Reply created{201, "Created", "/new", "made it", ""}, moved{301, "Moved", "https://x/", "<a>moved</a>", ""};
+    EXPECT_TRUE(created.matches(201, "made it"));
+    EXPECT_FALSE(created.matches(201, "/new"));
+    EXPECT_TRUE(moved.matches(301, "https://x/"));
+    EXPECT_FALSE(moved.matches(301, "moved"));
+}
+
+// The sandbox writes etc/passwd, etc/QZ.conf, bin/apachectl ... into its
+// folder: only an existing, empty one is accepted, a refused folder is left
+// as it was, and without a scratch folder nothing is touched or signalled
+// (its PID file would otherwise be the system's /var/run/apache2.pid).
+TEST(ApacheSandboxFolder, OnlyAnExistingEmptyFolderIsUsed) {
+    char scratch[] = "/tmp/qz-sandbox-test-XXXXXX";
+    ASSERT_NE(mkdtemp(scratch), nullptr);
+    const std::string folder = scratch;
+    ASSERT_EQ(mkdir((folder + "/full").c_str(), 0755), 0);
+    ASSERT_TRUE(std::ofstream(folder + "/full/keep") << "mine\n");
+    for (const std::string& refused : {folder + "/full", folder + "/missing", folder + "/full/keep"}) {
+        ApacheSandbox box(refused);
+        EXPECT_EQ(box.problem(), "the sandbox's folder must be an existing, empty folder other than /: " + refused);
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder + "/full"), {}), 1);
+    EXPECT_FALSE(std::filesystem::exists(folder + "/missing"));
+    std::filesystem::remove_all(folder + "/full");
+    EXPECT_TRUE(ApacheSandbox(folder).ready());
+    EXPECT_TRUE(std::filesystem::exists(folder + "/etc/QZ.conf"));  // left in place
+    std::filesystem::remove_all(folder);
+
+    const char* oldTmp = getenv("TMPDIR");
+    const std::string savedTmp = oldTmp ? oldTmp : "", path = getenv("PATH");
+    setenv("TMPDIR", "/nonexistent", 1);
+    {
+        ApacheSandbox box;
+        EXPECT_EQ(box.problem(), "cannot make a scratch folder /nonexistent/qz-apache-XXXXXX");
+        EXPECT_EQ(box.runningPid(), 0);
+        EXPECT_FALSE(box.start());
+        EXPECT_EQ(getenv("PATH"), path);
+    }
+    EXPECT_EQ(getenv("PATH"), path);
+    oldTmp ? setenv("TMPDIR", savedTmp.c_str(), 1) : unsetenv("TMPDIR");
+}
+
+// The port is free when the sandbox is made, but another program may take it
+// before the server starts: start() then moves the sites to another port.
+TEST_F(EndToEnd, StartMovesToAnotherPortWhenItsPortIsTaken) {
+    int taken = 0, holder = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    build(ApacheSandbox::missingTools(), {{kShop, kShop}}, false, [&] {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(taken = sandbox_->port());
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr*>(&address), sizeof address) | listen(holder, 1), 0);
+    });
+    if (IsSkipped() || HasFatalFailure()) return;
+    EXPECT_NE(sandbox_->port(), taken);
+    EXPECT_TRUE(answers(kShop, "/", 200, welcome(kShop)));
+    close(holder);
 }

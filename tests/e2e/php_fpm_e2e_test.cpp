@@ -1,101 +1,24 @@
 // End to end: PHP-FPM pools written by the library, run by Debian's real
-// php8.2-fpm and reached by the sandbox's real Apache.
-//
-// The php-fpm master runs with a main file of the sandbox (its PID file,
-// log and sockets in the sandbox folder, no systemd) and two system users
-// made for the case, one a site, deleted at the end. Needs root (users, a
-// master that switches to them); skipped otherwise, or failed when
-// QZ_E2E_REQUIRED is set.
-#include "PhpFpmSandbox.h"
-#include "libqzapache.h"
+// php8.2-fpm and reached by the sandbox's real Apache. The php-fpm master runs
+// with a main file of the sandbox (its PID file, log and sockets in the
+// sandbox folder, no systemd) and a system user made for each site, deleted
+// at the end. Needs root (users, a master that switches to them).
+#include "EndToEnd.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <memory>
-#include <sstream>
+#include <filesystem>
+#include <grp.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using namespace sandbox;
-
 namespace {
-
 const std::string kA = "a.example", kB = "b.example";
-
-std::string readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-bool exists(const std::string& path) {
-    struct stat st;
-    return lstat(path.c_str(), &st) == 0;
-}
-
-std::string idOf(const char* kind, const std::string& name) {
-    std::string line;
-    if (FILE* pipe = popen(("getent " + std::string(kind) + " " + name + " | cut -d: -f3").c_str(), "r")) {
-        char buf[64];
-        if (fgets(buf, sizeof buf, pipe)) line = buf;
-        pclose(pipe);
-    }
-    return line;
-}
-
+bool exists(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
 }  // namespace
 
-class PhpFpmEndToEnd : public ::testing::Test {
+class PhpFpmEndToEnd : public EndToEnd {
 protected:
-    void SetUp() override {
-        const std::string missing = ApacheSandbox::missingTools() + PhpFpmSandbox::missingTools();
-        if (!missing.empty()) {
-            const char* required = getenv("QZ_E2E_REQUIRED");
-            if (required != nullptr && *required != '\0' && std::string(required) != "0")
-                FAIL() << "needed:" << missing;
-            GTEST_SKIP() << "needed:" << missing << " (scripts/test.sh installs apache2 and php8.2-fpm)";
-        }
-        sandbox_ = std::make_unique<ApacheSandbox>();
-        ASSERT_TRUE(sandbox_->ready()) << sandbox_->problem();
-        fpm_ = std::make_unique<PhpFpmSandbox>(*sandbox_);
-        ASSERT_TRUE(fpm_->ready());
-        conf_ = sandbox_->configuration();
-        website_ = std::make_unique<CQZWebsite>(&tracker_, conf_.c_str());
-        for (const std::string& site : {kA, kB}) {
-            ASSERT_EQ(sandbox_->createWebsite(*website_, site, site), 94);
-            users_.push_back(fpm_->siteUser(site));
-            ASSERT_FALSE(users_.back().empty());
-        }
-        std::string message;
-        ASSERT_TRUE(sandbox_->configurationAccepted(&message)) << message;
-        ASSERT_TRUE(sandbox_->start(&message)) << message;
-    }
-
-    void TearDown() override {
-        fpm_.reset();  // stops php-fpm, deletes the users
-        website_.reset();
-        sandbox_.reset();
-    }
-
-    std::string docroot(const std::string& site) const { return sandbox_->documentRoot(site); }
-
-    ::testing::AssertionResult answers(const std::string& host, const std::string& path, const std::string& text) {
-        const Reply reply = sandbox_->fetchUntil([&](const Reply& r) { return r.matches(200, text); }, host, path);
-        if (reply.body.find("<?php") != std::string::npos) return ::testing::AssertionFailure() << "PHP source served";
-        if (reply.matches(200, text)) return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << "GET " << path << " (Host: " << host << ") got " << reply.summary()
-                                             << "; wanted \"" << text << "\"\nerror log:\n" << sandbox_->errorLogTail()
-                                             << readAll(fpm_->log());
-    }
-
-    CQZTrackManager tracker_;
-    std::unique_ptr<ApacheSandbox> sandbox_;
-    std::unique_ptr<PhpFpmSandbox> fpm_;
-    std::unique_ptr<CQZWebsite> website_;
-    std::string conf_;
-    std::vector<std::string> users_;
+    void SetUp() override { build(ApacheSandbox::missingTools() + PhpFpmSandbox::missingTools(), {{kA, kA}, {kB, kB}}, true); }
 };
 
 TEST_F(PhpFpmEndToEnd, EachSiteRunsAsItsOwnUserBehindItsOwnBasedir) {
@@ -103,54 +26,52 @@ TEST_F(PhpFpmEndToEnd, EachSiteRunsAsItsOwnUserBehindItsOwnBasedir) {
     for (const std::string& site : {kA, kB}) ASSERT_TRUE(sandbox_->writeFile(docroot(site) + "/who.php", page));
 
     // An unknown version leaves every file as it was.
-    const std::string before = readAll(conf_);
+    const std::string before = fileText(conf_);
     EXPECT_EQ(website_->EnablePhpFpm(kA, "7.9"), 2);
-    EXPECT_EQ(readAll(conf_), before);
+    EXPECT_EQ(fileText(conf_), before);
     EXPECT_FALSE(exists(sandbox_->folder() + "/etc/php/8.2/fpm/pool.d/qz-" + kA + ".conf"));
 
     // proxy_fcgi is not loaded yet: enabling loads it.
     EXPECT_EQ(before.find("proxy_fcgi_module"), std::string::npos);
     for (const std::string& site : {kA, kB}) ASSERT_EQ(website_->EnablePhpFpm(site, "8.2"), 96);
-    EXPECT_NE(readAll(conf_).find("LoadModule proxy_fcgi_module"), std::string::npos);
+    EXPECT_NE(fileText(conf_).find("LoadModule proxy_fcgi_module"), std::string::npos);
     EXPECT_EQ(website_->ISPhpEnabled(kA), 4);
-    ASSERT_TRUE(fpm_->start()) << readAll(fpm_->log());
+    ASSERT_TRUE(fpm_->start()) << fileText(fpm_->log());
     ASSERT_TRUE(waitFor([&] { return exists(fpm_->socket(kA)) && exists(fpm_->socket(kB)); }));
-    ASSERT_NO_FATAL_FAILURE({
-        std::string report;
-        ASSERT_TRUE(sandbox_->checkAndRestart(*website_, &report)) << report;
-    });
+    ASSERT_NO_FATAL_FAILURE(reload());
 
     const std::string siteA = sandbox_->sitesFolder() + kA;
-    EXPECT_TRUE(answers(kA, "/who.php", "user=" + users_[0] + " basedir=" + siteA + ":" + siteA + "/tmp"));
-    EXPECT_TRUE(answers(kB, "/who.php", "user=" + users_[1] + " "));
+    EXPECT_TRUE(answers(kA, "/who.php", 200, "user=" + users_[0] + " basedir=" + siteA + ":" + siteA + "/tmp"));
+    EXPECT_TRUE(answers(kB, "/who.php", 200, "user=" + users_[1] + " "));
 
     // The socket: the site's user, Apache's group, 0660.
     struct stat st;
     ASSERT_EQ(stat(fpm_->socket(kA).c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0660u);
-    EXPECT_EQ(idOf("passwd", users_[0]), std::to_string(st.st_uid) + "\n");
-    EXPECT_EQ(idOf("group", "www-data"), std::to_string(st.st_gid) + "\n");
+    const passwd* user = getpwnam(users_[0].c_str());
+    const group* apache = getgrnam("www-data");
+    ASSERT_TRUE(user && apache);
+    EXPECT_EQ(st.st_uid, user->pw_uid);
+    EXPECT_EQ(st.st_gid, apache->gr_gid);
 
     // A .htaccess of site A pointing its .php files at B's pool changes nothing.
-    ASSERT_TRUE(sandbox_->writeFile(docroot(kA) + "/.htaccess",
-                                    "<FilesMatch \"\\.php$\">\nSetHandler \"proxy:unix:" + fpm_->socket(kB) +
-                                        "|fcgi://localhost\"\n</FilesMatch>\n"));
-    EXPECT_TRUE(answers(kA, "/who.php", "user=" + users_[0] + " "));
+    ASSERT_TRUE(sandbox_->writeFile(docroot(kA) + "/.htaccess", "<FilesMatch \"\\.php$\">\nSetHandler \"proxy:unix:" +
+                                                                    fpm_->socket(kB) + "|fcgi://localhost\"\n</FilesMatch>\n"));
+    EXPECT_TRUE(answers(kA, "/who.php", 200, "user=" + users_[0] + " "));
 
     // Site A off PHP-FPM and its user deleted: php-fpm still passes its check
     // and reloads, and B still answers.
     EXPECT_EQ(website_->DisablePhpFpm(kA), 96);
-    EXPECT_EQ(readAll(conf_).find(fpm_->socket(kA)), std::string::npos);
+    EXPECT_EQ(fileText(conf_).find(fpm_->socket(kA)), std::string::npos);
     ASSERT_TRUE(fpm_->deleteUser(users_[0]));
     EXPECT_TRUE(fpm_->accepts());
-    const int before_reload = fpm_->masterPid();
+    const int master = fpm_->masterPid();
     EXPECT_EQ(website_->CmdPhpFpmReload("8.2"), 0);
-    EXPECT_TRUE(waitFor([&] { return fpm_->masterPid() != 0 && fpm_->masterPid() != before_reload && !exists(fpm_->socket(kA)); }, 200))
-        << readAll(fpm_->log());
+    EXPECT_TRUE(waitFor([&] { return fpm_->masterPid() != 0 && fpm_->masterPid() != master && !exists(fpm_->socket(kA)); }, 200))
+        << fileText(fpm_->log());
     EXPECT_TRUE(waitFor([&] { return exists(fpm_->socket(kB)); }));
-    std::string report;
-    EXPECT_TRUE(sandbox_->checkAndRestart(*website_, &report)) << report;
-    EXPECT_TRUE(answers(kB, "/who.php", "user=" + users_[1] + " "));
+    ASSERT_NO_FATAL_FAILURE(reload());
+    EXPECT_TRUE(answers(kB, "/who.php", 200, "user=" + users_[1] + " "));
     // A's page is run by no pool any more. Its section gone, A's .htaccess
     // (above) hands .php files to B's pool, whose open_basedir keeps A's
     // folder out: php-fpm does not open the script and answers 404.
