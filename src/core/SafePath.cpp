@@ -140,6 +140,7 @@ bool othersWrite(const struct stat& st) {
 
 bool FolderLock::lock(const std::string& folderPath) {
     release();
+    if (folderPath.empty()) return true;  // no folder: nothing to hold (see TreeLock::lock)
     SafeFolder folder;
     // Only root can hold a folder, and only root needs to: a caller that is
     // not root, led by a link, could write nothing it could not write itself.
@@ -256,6 +257,10 @@ bool forEachChildFolder(int dir, Each each) {
 
 bool TreeLock::lock(const std::string& folderPath) {
     release();
+    // An empty path names no folder: the commands it stands for get no
+    // operand. Walking it as "." would hold the process's working folder,
+    // which may be "/", and every folder below it.
+    if (folderPath.empty()) return true;
     SafeFolder folder;
     if (!openFolder(folderPath, folder)) return false;
     if (geteuid() != 0) return true;

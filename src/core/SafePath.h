@@ -152,7 +152,8 @@ private:
 // change keeps the mode without group and other write). False, with errno
 // set and everything given back, when the folder cannot be reached as
 // openFolder reaches it, a folder cannot be held or read, or the tree is
-// deeper than 1000 folders.
+// deeper than 1000 folders. An empty path holds nothing (true); so does a
+// FolderLock given one.
 class TreeLock {
 public:
     TreeLock() = default;

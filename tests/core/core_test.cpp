@@ -274,5 +274,13 @@ TEST_F(CoreTest, FolderLocksHoldOnlyCustomersFolders) {
         chmod(path("/sticky/site/d").c_str(), 0705);  // as chmod -R would
     }
     seen += state({"/sticky/site/d", "/sticky/site/d/e", "/sticky/site"});
+    {
+        // An empty path (a command with no operand) holds nothing, not the working folder.
+        ASSERT_EQ(chdir(path("/sticky").c_str()), 0);
+        qz::FolderLock still;
+        qz::TreeLock tree;
+        seen += std::string("empty: ") + (still.lock("") && tree.lock("") ? "held" : "refused") + "\n";
+        seen += state({"/sticky/site", "/sticky/site/d"});
+    }
     EXPECT_DATA(seen, "core-locks/folder_locks_hold_only_customers_folders.txt");
 }
