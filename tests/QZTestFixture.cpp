@@ -236,3 +236,12 @@ void HttpdConfTest::SetUp() {
     conf_ = path("/conf/httpd.conf");
     missing_ = path("/conf/missing.conf");
 }
+
+void HttpdConfTest::watchManager(const CQZWebsite& website, CQZTrackManager& tracker, const char* command) {
+    loggedCommand(command);
+    const std::string scratch = std::string(website.TEMPFILE).substr(root_.size());
+    for (const std::string& file : {std::string("/conf/httpd.conf"), scratch}) watch(file);
+    watchCalls(tracker);
+    alias(website.TEMPFILE, "@TEMPFILE@");
+    alias(scratch, "@TEMPFILE@");
+}

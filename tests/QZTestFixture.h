@@ -100,6 +100,10 @@ protected:
     std::string readConf() const { return readFile("/conf/httpd.conf"); }
     void useConf(const std::string& name) const { writeConf(rootedData(name)); }  // tests/data/<name>
 
+    // Records the configuration, the manager's scratch file (written
+    // @TEMPFILE@), the commands of `command` and the tracker's calls.
+    void watchManager(const CQZWebsite& website, CQZTrackManager& tracker, const char* command);
+
     std::string conf_;  // stays put: managers borrow its characters
     std::string missing_;  // <root>/conf/missing.conf, which does not exist
 };

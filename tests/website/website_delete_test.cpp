@@ -5,14 +5,9 @@
 using DeleteWebsiteTest = HttpdConfTest;
 
 TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
-    loggedCommand("mv");
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
-    const std::string scratch = std::string(website.TEMPFILE).substr(root_.size());
-    for (const std::string& file : {std::string("/conf/httpd.conf"), scratch}) watch(file);
-    watchCalls(tracker);
-    alias(website.TEMPFILE, "@TEMPFILE@");
-    alias(scratch, "@TEMPFILE@");
+    watchManager(website, tracker, "mv");
     for (auto [name, domain] : {std::pair{"two_blocks_same_name", "example.com"}, {"stopped_site", "stopped.com"},
                                 {"nameless_block_after_removed", "gone.com"}, {"unclosed_blocks", "gone.com"}}) {
         useConf("delete/" + std::string(name) + ".conf");
@@ -28,7 +23,7 @@ TEST_F(DeleteWebsiteTest, RemovesEveryMatchingBlockAndBlankLinesOutsideBlocks) {
     STEP("a line of 2999 characters", website.DeleteWebsite("a.com", 0));
     // The scratch file cannot be made where a folder stands; a folder is no
     // configuration file.
-    makeDir(scratch);
+    makeDir(std::string(website.TEMPFILE).substr(root_.size()));
     STEP("the scratch file a folder", website.DeleteWebsite("a.com", 0));
     makeDir("/conf/folder.conf");
     const std::string folder = path("/conf/folder.conf");

@@ -5,14 +5,9 @@
 using WebsiteSwitchTest = HttpdConfTest;
 
 TEST_F(WebsiteSwitchTest, StopStartAndStatusOfEachKindOfBlock) {
-    loggedCommand("mv");
     CQZTrackManager tracker;
     CQZWebsite website(&tracker, conf_.c_str());
-    const std::string scratch = std::string(website.TEMPFILE).substr(root_.size());
-    for (const std::string& file : {std::string("/conf/httpd.conf"), scratch}) watch(file);
-    watchCalls(tracker);
-    alias(website.TEMPFILE, "@TEMPFILE@");
-    alias(scratch, "@TEMPFILE@");
+    watchManager(website, tracker, "mv");
     useConf("switch/running.conf");
     STEP("status, running", website.GetWebsiteStatus("example.com"));
     STEP("stop", website.StopWebsite("example.com"));
