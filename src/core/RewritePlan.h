@@ -154,6 +154,7 @@ enum class Rewritten {
     ScratchNotOpened,  // nothing written
     TooLong,           // an end-of-file loop met an over-long line: file left as it was
     Unchanged,         // the body changed nothing: file left as it was
+    Withheld,          // the operation, having read it all, kept the file as it was
     NotWritten,        // the scratch file could not be written whole: file left as it was
 };
 
@@ -172,7 +173,8 @@ struct RewriteFailures {
         case Rewritten::TooLong: return inputNotOpened;
         case Rewritten::ScratchNotOpened:
         case Rewritten::NotWritten: return scratchNotOpened;
-        case Rewritten::Unchanged: break;
+        case Rewritten::Unchanged:
+        case Rewritten::Withheld: break;
         }
         return unchanged;
     }
@@ -192,13 +194,18 @@ constexpr RewriteFailures kSectionFailures{result::toolkit::FileNotOpened, resul
 // Next::Stop to end the scan early. A changed file (or any, when the plan
 // replaces unchanged ones) is replaced by the scratch file ("mv"); otherwise
 // the scratch file is deleted.
-// `opened()` runs once both files are open, before the first line.
+// `opened()` runs once both files are open, before the first line;
+// ended(scratch, changed) once the whole file is read, to write what goes
+// after the last line and to decide whether the copy may replace the file.
 struct NothingOnOpen {
     void operator()() const {}
 };
-template <class Body, class Opened = NothingOnOpen>
+struct ReplaceWhenChanged {
+    bool operator()(ScratchRewrite&, bool&) const { return true; }
+};
+template <class Body, class Opened = NothingOnOpen, class Ended = ReplaceWhenChanged>
 Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, const FilePlan& plan, Body&& body,
-                      Opened&& opened = Opened()) {
+                      Opened&& opened = Opened(), Ended&& ended = Ended()) {
     makeBackup(file, plan);
     ScratchRewrite scratch(scratchPath, file);
     const bool scratchFirst = plan.open != OpenOrder::FileFirst;
@@ -225,6 +232,10 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
     if (in.isOpen()) end = scanLines(in, plan, [&](LineReader& line) { return body(line, scratch, changed); });
     if (plan.longLine == LongLine::LeavesFile && in.tooLong()) end = ScanEnd::TooLong;
     in.close();
+    if (end != ScanEnd::TooLong && scratchOpen && !ended(scratch, changed)) {
+        leaveScratch();
+        return Rewritten::Withheld;
+    }
     if (end == ScanEnd::TooLong || !scratchOpen || (!changed && plan.unchanged == Unchanged::Left)) {
         leaveScratch();
         if (end == ScanEnd::TooLong) return Rewritten::TooLong;

@@ -48,6 +48,7 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
     case qz::Rewritten::TooLong: return qz::result::handler::FcgidFileNotOpened;
     case qz::Rewritten::ScratchNotOpened:
     case qz::Rewritten::NotWritten: return qz::result::handler::FcgidScratchNotOpened;
+    case qz::Rewritten::Withheld:
     case qz::Rewritten::Unchanged: break;
     }
     // No Include line: the block goes at the end.

@@ -94,6 +94,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
     case Rewritten::FileNotOpened: return qz::result::handler::ConfigNotOpened;
     case Rewritten::Replaced:
     case Rewritten::TooLong:
+    case Rewritten::Withheld:
     case Rewritten::Unchanged: break;
     }
     return qz::result::handler::Done;

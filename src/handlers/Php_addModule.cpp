@@ -44,6 +44,7 @@ Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::str
     case qz::Rewritten::TooLong: return Pass::NoInput;
     case qz::Rewritten::ScratchNotOpened:
     case qz::Rewritten::NotWritten: return Pass::NoScratch;
+    case qz::Rewritten::Withheld:
     case qz::Rewritten::Unchanged: break;
     }
     return Pass::NotPlaced;

@@ -34,13 +34,9 @@ bool isErrorTarget(const std::string& target) {
 // dropped, and `line`, when not empty, takes the place of the first one (or
 // goes after the block's last ErrorDocument line, else at its end).
 int editErrorPages(const std::string& conf, const std::string& domain, int code, const std::string& line) {
-    qz::LineReader in(conf, qz::kNoLineLimit);
-    if (int failed = qz::configurationUnreadable(conf.c_str(), in, nullptr)) return failed;
-    qz::Rewrite rewrite(conf + ".qzerrorpages", conf);
-    if (!rewrite.open()) return qz::result::ScratchNotWritten;
+    if (conf.empty()) return qz::result::NoConfigFile;
     const std::string status = std::to_string(code);
-    bool found = false;
-    const bool changed = qz::rewriteSiteBlocks(in, rewrite.out(), domain, [&](qz::SiteBlock& block) {
+    const qz::SiteRewrite rewritten = qz::rewriteSiteBlocks(conf, conf + ".qzerrorpages", domain, [&](qz::SiteBlock& block) {
         size_t place = block.maintenance;
         bool replaced = line.empty();
         for (size_t i = 0; i < block.lines.size(); ++i) {
@@ -53,11 +49,9 @@ int editErrorPages(const std::string& conf, const std::string& domain, int code,
             replaced = true;
         }
         if (!replaced) block.insertBefore(place, line);
-    }, found);
-    in.close();
-    if (!changed || !found) rewrite.discard();
-    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
-    return found ? qz::result::errorPage::Done : qz::result::errorPage::NoSuchSite;
+    }, [](bool found) { return found; });
+    if (int failed = qz::siteRewriteFailure(rewritten.end, nullptr)) return failed;
+    return rewritten.found ? qz::result::errorPage::Done : qz::result::errorPage::NoSuchSite;
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     });
     switch (end) {
     case qz::Rewritten::Replaced:
+    case qz::Rewritten::Withheld:
     case qz::Rewritten::Unchanged:
         break;
     case qz::Rewritten::FileNotOpened:

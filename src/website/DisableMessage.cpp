@@ -10,17 +10,11 @@ char CQZWebsite::DisableMessage(std::string DomainName) {
     const qz::OperationLock lock;
     qz::trackMethod(TrackManager, "DisableMessage", {DomainName}, {"ObjUVHost->pDomain"});
     if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
-    qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
-    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
-    bool found = false;
-    const bool changed =
-        qz::rewriteSiteBlocks(in, rewrite.out(), DomainName, [](qz::SiteBlock& block) { qz::dropMaintenanceLines(block); }, found);
-    in.close();
-    if (!changed) rewrite.discard();
-    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
-    if (!found) return qz::result::website::NotFound;
+    const qz::SiteRewrite rewritten = qz::rewriteSiteBlocks(
+        HttpdConfFile, qz::str(TEMPFILE), DomainName, [](qz::SiteBlock& block) { qz::dropMaintenanceLines(block); },
+        [](bool) { return true; });
+    if (int failed = qz::siteRewriteFailure(rewritten.end, qz::msg::kConfigNotOpened)) return failed;
+    if (!rewritten.found) return qz::result::website::NotFound;
     qz::removeMaintenancePage(DomainName);
     return qz::result::website::Done;
 }

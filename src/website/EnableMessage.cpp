@@ -63,14 +63,11 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
 
     const bool debian = qz::debianModuleLayout(HttpdConfFile);
     const std::string preamble = debian ? std::string() : qz::loadModuleLines(HttpdConfFile, {"rewrite", "headers"});
-    qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
-    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
+    if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
     const std::vector<std::string> lines = maintenanceLines(folder, RetryAfterSeconds);
-    bool found = false;
-    const bool changed = qz::rewriteSiteBlocks(
-        in, rewrite.out(), DomainName,
+    int refused = 0;  // why the lines were not written, once the configuration is read
+    const qz::SiteRewrite rewritten = qz::rewriteSiteBlocks(
+        HttpdConfFile, qz::str(TEMPFILE), DomainName,
         [&](qz::SiteBlock& block) {
             // Lines already as wanted, right before the block's end, stay.
             if (block.close - block.maintenance == lines.size()) {
@@ -81,32 +78,34 @@ char CQZWebsite::EnableMessage(std::string DomainName, std::string MessageHtml, 
             qz::dropMaintenanceLines(block);
             for (const std::string& line : lines) block.insertBefore(block.close, line);
         },
-        found, nullptr, preamble);
-    in.close();
-    if (!found) {
-        rewrite.discard();
-        return qz::result::website::NotFound;
-    }
-    // Without rewrite and headers Apache refuses the lines: the modules come
-    // first, and nothing is written when they cannot be enabled.
-    if (debian && !qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"})) {
-        rewrite.discard();
-        return qz::result::website::ModulesNotLoaded;
-    }
-
-    // The page first, written whole, then the lines that serve it.
-    qz::Rewrite page(folder + "/index.html.new", folder + "/index.html");
-    if (!makeFolders(DomainName) || !page.open()) {
-        rewrite.discard();
-        return qz::result::ScratchNotWritten;
-    }
-    page.out().write(MessageHtml);
-    if (!page.commit()) {
-        rewrite.discard();
-        return qz::result::ScratchNotWritten;
-    }
-    chmod((folder + "/index.html").c_str(), 0644);
-    if (!changed) rewrite.discard();
-    else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+        [&](bool found) {
+            if (!found) {
+                refused = qz::result::website::NotFound;
+                return false;
+            }
+            // Without rewrite and headers Apache refuses the lines: the
+            // modules come first, and nothing is written when they cannot be
+            // enabled.
+            if (debian && !qz::enableModulesDebian(HttpdConfFile, {"rewrite", "headers"})) {
+                refused = qz::result::website::ModulesNotLoaded;
+                return false;
+            }
+            // The page first, written whole, then the lines that serve it.
+            qz::Rewrite page(folder + "/index.html.new", folder + "/index.html");
+            if (!makeFolders(DomainName) || !page.open()) {
+                refused = qz::result::ScratchNotWritten;
+                return false;
+            }
+            page.out().write(MessageHtml);
+            if (!page.commit()) {
+                refused = qz::result::ScratchNotWritten;
+                return false;
+            }
+            chmod((folder + "/index.html").c_str(), 0644);
+            return true;
+        },
+        nullptr, preamble);
+    if (int failed = qz::siteRewriteFailure(rewritten.end, qz::msg::kConfigNotOpened)) return failed;
+    if (refused != 0) return refused;
     return qz::result::website::Done;
 }

@@ -421,14 +421,11 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
     if (wanted.AccessMode != 0 && !acceptablePath(modeFolder)) return qz::result::website::ValueRefused;
 
     if (!plans.empty() || !newRoots.empty()) {
-        qz::LineReader in(HttpdConfFile, qz::kNoLineLimit);
-        if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-        qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-        if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
+        if (qz::isEmpty(HttpdConfFile)) return qz::result::NoConfigFile;
         StringVector others;
-        bool found = false;
-        const bool changed = qz::rewriteSiteBlocks(
-            in, rewrite.out(), domain,
+        int refused = 0;  // why the edit was not written, once the configuration is read
+        const qz::SiteRewrite rewritten = qz::rewriteSiteBlocks(
+            HttpdConfFile, qz::str(TEMPFILE), domain,
             [&](qz::SiteBlock& block) {
                 for (size_t i = 0; i < block.lines.size(); ++i) {
                     if (block.info[i].kind != InfoKind::DocRoot) continue;
@@ -445,21 +442,23 @@ char CQZWebsite::UpdateWebsite(UpdateVHost* ObjUVHost) {
                     else applyWords(block, plan);
                 }
             },
-            found, [&](const std::vector<std::string>& lines) { gatherNames(lines, others); });
-        in.close();
-        // A root read from another site's block (before its ServerName) is not this site's to change.
-        if (rootMoved.size() != newRoots.size()) {
-            rewrite.discard();
-            return qz::result::website::ValueRefused;
-        }
-        for (const std::string& alias : addedAliases)
-            for (const std::string& name : others)
-                if (qz::equalsNoCase(alias.c_str(), name.c_str())) {
-                    rewrite.discard();
-                    return qz::result::website::AliasTaken;
+            [&](bool) {
+                // A root read from another site's block (before its ServerName) is not this site's to change.
+                if (rootMoved.size() != newRoots.size()) {
+                    refused = qz::result::website::ValueRefused;
+                    return false;
                 }
-        if (!changed) rewrite.discard();
-        else if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+                for (const std::string& alias : addedAliases)
+                    for (const std::string& name : others)
+                        if (qz::equalsNoCase(alias.c_str(), name.c_str())) {
+                            refused = qz::result::website::AliasTaken;
+                            return false;
+                        }
+                return true;
+            },
+            [&](const std::vector<std::string>& lines) { gatherNames(lines, others); });
+        if (int failed = qz::siteRewriteFailure(rewritten.end, qz::msg::kConfigNotOpened)) return failed;
+        if (refused != 0) return refused;
     }
     if (wanted.AccessMode != 0) applyMode(modeFolder, wanted.AccessMode);
     return qz::result::website::Done;

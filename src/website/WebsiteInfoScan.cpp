@@ -203,12 +203,15 @@ void put(OutFile& out, std::string_view text, bool last) {
 
 }  // namespace
 
-bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
-                       const std::function<void(SiteBlock&)>& edit, bool& found,
-                       const std::function<void(const std::vector<std::string>&)>& other,
-                       const std::string& preamble) {
+SiteRewrite rewriteSiteBlocks(const std::string& conf, const std::string& scratch, const std::string& domain,
+                              const std::function<void(SiteBlock&)>& edit,
+                              const std::function<bool(bool found)>& decide,
+                              const std::function<void(const std::vector<std::string>&)>& other,
+                              const std::string& preamble) {
+    constexpr FilePlan plan{nullptr, nullptr, kNoLineLimit, LoopEnd::StreamFailure, EmptyLines::Handed};
+    bool found = false;
+    OutFile* out = nullptr;
     bool changed = false;
-    found = false;
     std::vector<std::string> held;
     bool heldUnterminated = false;  // the last held line ends the file without an end of line
 
@@ -229,7 +232,7 @@ bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
         }
         if (!site) {
             if (other) other(held);
-            for (size_t i = 0; i < held.size(); ++i) put(out, held[i], heldUnterminated && i + 1 == held.size());
+            for (size_t i = 0; i < held.size(); ++i) put(*out, held[i], heldUnterminated && i + 1 == held.size());
             held.clear();
             return;
         }
@@ -260,31 +263,56 @@ bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
             for (const std::string& added : block.before[i]) text.emplace_back(added);
             if (i < n && !block.dropped[i]) text.emplace_back(block.lines[i]);
         }
-        for (size_t i = 0; i < text.size(); ++i) put(out, text[i], heldUnterminated && i + 1 == text.size());
+        for (size_t i = 0; i < text.size(); ++i) put(*out, text[i], heldUnterminated && i + 1 == text.size());
         held.clear();
     };
 
     bool preambleDone = false;
     BlockScan blocks(forms::kWebsiteBlocks);
-    while (in.getline()) {
-        const bool unterminated = in.eof();
-        const bool open = blocks.inBlock();
-        const BlockLine kind = blocks.examine(in.c_str());
-        if (kind == BlockLine::Opening) {
-            if (open) flush();
-            if (!preambleDone) out.write(preamble);
-            preambleDone = true;
-        }
-        if (open || kind == BlockLine::Opening) {
-            held.emplace_back(in.rawView());
-            heldUnterminated = unterminated;
-            if (kind == BlockLine::Closing) flush();
-        } else {
-            put(out, in.rawView(), unterminated);
-        }
+    const Rewritten end = rewriteFile(
+        conf, scratch, plan,
+        [&](LineReader& in, ScratchRewrite& copy, bool&) {
+            out = &copy.out();
+            const bool unterminated = in.eof();
+            const bool open = blocks.inBlock();
+            const BlockLine kind = blocks.examine(in.c_str());
+            if (kind == BlockLine::Opening) {
+                if (open) flush();
+                if (!preambleDone) out->write(preamble);
+                preambleDone = true;
+            }
+            if (open || kind == BlockLine::Opening) {
+                held.emplace_back(in.rawView());
+                heldUnterminated = unterminated;
+                if (kind == BlockLine::Closing) flush();
+            } else {
+                put(*out, in.rawView(), unterminated);
+            }
+            return Next::Line;
+        },
+        NothingOnOpen(),
+        [&](ScratchRewrite& copy, bool& replace) {
+            out = &copy.out();
+            if (blocks.inBlock()) flush();
+            replace = changed || (preambleDone && !preamble.empty());
+            return decide(found);
+        });
+    return {end, found};
+}
+
+int siteRewriteFailure(Rewritten end, const char* message) {
+    switch (end) {
+    case Rewritten::FileNotOpened:
+    case Rewritten::TooLong:
+        if (message != nullptr) sayLine(message);
+        return qz::result::ConfigNotOpened;
+    case Rewritten::ScratchNotOpened:
+    case Rewritten::NotWritten: return qz::result::ScratchNotWritten;
+    case Rewritten::Replaced:
+    case Rewritten::Unchanged:
+    case Rewritten::Withheld: break;
     }
-    if (blocks.inBlock()) flush();
-    return changed || (preambleDone && !preamble.empty());
+    return 0;
 }
 
 bool dropMaintenanceLines(SiteBlock& block) {

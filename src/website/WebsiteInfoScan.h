@@ -7,6 +7,7 @@
 
 #include "core/BlockScan.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "QZTypes.h"
 
 #include <functional>
@@ -102,16 +103,28 @@ struct SiteBlock {
     }
 };
 
-// Copies the configuration to `out` line for line, byte for byte (a last
-// line without an end of line stays so), handing each block that the site
-// names (its first ServerName, compared as the reader does) to `edit` before
-// writing it. Blocks of other sites go to `other`, when given; `preamble`
-// (whole lines) goes before the file's first block. True when any block
-// changed; `found` tells whether the site has a block.
-bool rewriteSiteBlocks(LineReader& in, OutFile& out, const std::string& domain,
-                       const std::function<void(SiteBlock&)>& edit, bool& found,
-                       const std::function<void(const std::vector<std::string>&)>& other = nullptr,
-                       const std::string& preamble = std::string());
+// Copies the configuration `conf` to `scratch` line for line, byte for byte
+// (a last line without an end of line stays so), handing each block that the
+// site names (its first ServerName, compared as the reader does) to `edit`
+// before writing it. Blocks of other sites go to `other`, when given;
+// `preamble` (whole lines) goes before the file's first block. `found` tells
+// whether the site has a block. Once the whole file is read, decide() says
+// whether the copy may replace the configuration (Rewritten::Withheld when
+// not); it does when a block changed or the preamble went in.
+struct SiteRewrite {
+    Rewritten end;
+    bool found;
+};
+SiteRewrite rewriteSiteBlocks(const std::string& conf, const std::string& scratch, const std::string& domain,
+                              const std::function<void(SiteBlock&)>& edit,
+                              const std::function<bool(bool found)>& decide,
+                              const std::function<void(const std::vector<std::string>&)>& other = nullptr,
+                              const std::string& preamble = std::string());
+
+// The answer to a site rewrite that did not happen: 22 (after `message`,
+// unless null) when the configuration did not open, 23 when the scratch file
+// could not be opened or written whole; else 0.
+int siteRewriteFailure(Rewritten end, const char* message);
 
 // Drops the maintenance lines of a block (from the opening comment through
 // the closing one; a set without its closing comment stays); true when there

@@ -71,6 +71,7 @@ int switchWebsite(const char* httpdConfFile, const char* scratch, const char* do
         return qz::result::ScratchNotWritten;
     case Rewritten::ScratchNotOpened:
     case Rewritten::Replaced:
+    case Rewritten::Withheld:
     case Rewritten::Unchanged:
     case Rewritten::TooLong:
         break;

@@ -36,6 +36,7 @@ WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, co
     case Rewritten::ScratchNotOpened:
     case Rewritten::NotWritten: return {WebUserRewrite::kScratchNotOpened, found};
     case Rewritten::Replaced:
+    case Rewritten::Withheld:
     case Rewritten::Unchanged: break;
     }
     return {WebUserRewrite::kDone, found};
