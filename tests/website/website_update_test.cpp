@@ -1,8 +1,8 @@
 // Writing a website's settings back: the round trip over every golden and
-// generated configuration, edits on generated ones read back as asked, the
-// edits and refusals of one hand-made file, the maintenance message and
-// custom error pages.
-#include "QZTestFixture.h"
+// generated configuration, edits on generated ones read back as asked; the
+// scripts of tests/data/update: the edits and refusals of one hand-made file,
+// the maintenance message and custom error pages.
+#include "WebsiteTestFixture.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -107,38 +107,18 @@ void editRecord(UpdateVHost& v, std::mt19937& random) {
 
 }  // namespace
 
-class UpdateWebsiteTest : public HttpdConfTest {
+class UpdateWebsiteTest : public WebsiteTest {
 protected:
-    void SetUp() override {
-        HttpdConfTest::SetUp();
-        loggedCommand("mv");
-        fakeCommand("a2enmod", "echo \"a2enmod $* (APACHE_CONFDIR=$APACHE_CONFDIR)\" >> \"$QZ_TEST_LOG\"");
-        site = std::make_unique<CQZWebsite>(&tracker, conf_.c_str());
-        alias(site->TEMPFILE, "TEMPFILE");
-        watch("/conf/httpd.conf");
-    }
-    // GetWebsiteInfo's record of the domain.
-    UpdateVHost record(const char* domain) {
-        UpdateVHost v = {};
-        v.pDomain = domain;
-        captureOutput();
-        site->GetWebsiteInfo(&v);
-        capturedOutput();
-        v.pDomain = domain;
-        return v;
-    }
     // The record handed back after `change`.
     int update(const std::function<void(UpdateVHost&)>& change, const char* domain = "a.test") {
         UpdateVHost v = record(domain);
         change(v);
-        return site->UpdateWebsite(&v);
+        return site_->UpdateWebsite(&v);
     }
-
-    CQZTrackManager tracker;
-    std::unique_ptr<CQZWebsite> site;
 };
 
 TEST_F(UpdateWebsiteTest, AnUntouchedRecordLeavesEveryConfigurationAsItIs) {
+    loggedCommand("mv");
     // Every golden configuration of the test data, for every name it serves.
     size_t sites = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(QZ_TEST_DATA)) {
@@ -179,148 +159,7 @@ TEST_F(UpdateWebsiteTest, AnUntouchedRecordLeavesEveryConfigurationAsItIs) {
     }
 }
 
-TEST_F(UpdateWebsiteTest, EditsGoNextToTheirKindInEveryBlockOfTheSite) {
-    makeDir("/home");
-    makeDir("/home/a.test");
-    makeDir("/home/a.test/www");
-    makeDir("/home/a.test/www/html");
-    const std::string link = path("/home/a.test/link");
-    ASSERT_EQ(symlink(path("/home/a.test/www").c_str(), link.c_str()), 0);
-    const std::pair<const char*, std::function<void(UpdateVHost&)>> edits[] = {
-        {"an alias and a redirect added",
-         [](UpdateVHost& v) {
-             v.Alias.push_back({"/new", "/srv/new dir"});
-             v.Redirect.push_back({"temp", "/later http://a.test/"});
-         }},
-        {"the middle alias word dropped, whole words only",
-         [](UpdateVHost& v) { v.ServerAlias = {"www.a.test"}; }},
-        {"document root moved, its folder given mode 750",
-         [&](UpdateVHost& v) {
-             v.DocRootPath = {path("/home/a.test/www")};
-             v.AccessMode = 040750;
-         }},
-        {"an error page text and a directory index added",
-         [](UpdateVHost& v) {
-             v.ErrorDoc.push_back({"500", "Sorry, later"});
-             v.DirIndex.push_back("index.php");
-         }},
-        {"an entry dropped and one changed",
-         [](UpdateVHost& v) {
-             v.Alias.erase(v.Alias.begin());
-             v.Redirect[0].Value = "/old http://a.test/newer";
-         }},
-        // Refused, nothing written.
-        {"a newline in a value", [](UpdateVHost& v) { v.Alias.push_back({"/x", "/srv/x\nRequire all granted"}); }},
-        {"a quote in a name", [](UpdateVHost& v) { v.Alias.push_back({"/x\"y", "/srv/x"}); }},
-        {"a final backslash", [](UpdateVHost& v) { v.ScriptAlias.push_back({"/cgi/", "/srv/cgi\\"}); }},
-        {"Redirect moved", [](UpdateVHost& v) { v.Redirect.push_back({"moved", "/a http://b.test/"}); }},
-        {"Redirect 200", [](UpdateVHost& v) { v.Redirect.push_back({"200", "/a http://b.test/"}); }},
-        {"Redirect gone with a target", [](UpdateVHost& v) { v.Redirect.push_back({"gone", "/a http://b.test/"}); }},
-        {"Redirect to a relative path", [](UpdateVHost& v) { v.Redirect.push_back({"/a", "b.html"}); }},
-        {"an empty ErrorDocument", [](UpdateVHost& v) { v.ErrorDoc.push_back({"404", ""}); }},
-        {"an ErrorDocument path of two words", [](UpdateVHost& v) { v.ErrorDoc.push_back({"404", "/a b.html"}); }},
-        {"ErrorDocument 302", [](UpdateVHost& v) { v.ErrorDoc.push_back({"302", "/x.html"}); }},
-        {"an alias of two words", [](UpdateVHost& v) { v.ServerAlias.push_back("x.test y.test"); }},
-        {"an alias that b.test answers to", [](UpdateVHost& v) { v.ServerAlias.push_back("WWW.B.TEST"); }},
-        {"a second document root", [](UpdateVHost& v) { v.DocRootPath.push_back("/srv/www"); }},
-        {"a document root with ..", [](UpdateVHost& v) { v.DocRootPath = {"/home/a.test/../b.test"}; }},
-        {"a mode on a link, refused after the edit",
-         [&](UpdateVHost& v) {
-             v.ServerAlias.push_back("new.a.test");
-             v.DirPath = link.c_str();
-             v.AccessMode = 0777;
-         }},
-    };
-    for (const auto& [label, edit] : edits) {
-        writeConf(rootedData("update/site.conf"));
-        UpdateVHost v = record("a.test");
-        edit(v);
-        beginStep();
-        const int result = site->UpdateWebsite(&v);
-        char mode[8];
-        snprintf(mode, sizeof mode, "%o", modeOf("/home/a.test/www") & 0777);
-        endStep(label, show(result) + ", www mode " + mode);
-    }
-    // The site must exist; a configuration must be named and readable.
-    UpdateVHost other = {};
-    other.pDomain = "c.test";
-    STEP("no such site", site->UpdateWebsite(&other));
-    CQZWebsite none(nullptr), missing(nullptr, missing_.c_str());
-    UpdateVHost v = {};
-    v.pDomain = "a.test";
-    EXPECT_EQ(none.UpdateWebsite(&v), 21);
-    EXPECT_PRINTS(missing.UpdateWebsite(&v), 22, "Error while opening HttpdConfFile\n");
-    EXPECT_DATA(transcript_, "update/edits.transcript");
-    EXPECT_EQ(calls(tracker)[4] + " " + calls(tracker)[5],
-              "CQZMethodName UpdateWebsite CQZMethodArguments [a.test] [ObjUVHost->pDomain]");
-}
 
-TEST_F(UpdateWebsiteTest, MaintenanceLinesComeAndGoWithTheBlocksLeftAsTheyWere) {
-    const std::string page = "/var/lib/qzapache/maintenance/a.test/index.html";
-    watch(page);
-    watchCalls(tracker);
-    const std::string original = rootedData("update/site.conf");
-    writeConf(original);
-    makeDir("/conf/mods-available");  // Debian's layout: a2enmod
-    STEP("on, Debian layout", +site->EnableMessage("a.test", "<h1>Back soon</h1>\n", 600));
-    STEP("on again: page and Retry-After replaced", +site->EnableMessage("a.test", "<p>Later</p>", 3600));
-    STEP("off", +site->DisableMessage("a.test"));
-    EXPECT_EQ(readConf(), original);
-    STEP("off when it is not on", +site->DisableMessage("a.test"));
-    // a2enmod fails: the modules come first, so nothing is written.
-    fakeCommand("a2enmod", "echo \"a2enmod $* (APACHE_CONFDIR=$APACHE_CONFDIR)\" >> \"$QZ_TEST_LOG\"; exit 1");
-    STEP("a2enmod fails", +site->EnableMessage("a.test", "x", 5));
-    EXPECT_FALSE(exists("/var/lib/qzapache/maintenance/a.test"));
-    // Elsewhere the modules are loaded by lines ahead of the first block,
-    // once; a stopped site gets its lines commented out like the rest.
-    rmdir(path("/conf/mods-available").c_str());
-    writeConf("LoadModule mime_module /usr/lib/apache2/modules/mod_mime.so\n" + original +
-              "#<VirtualHost *:80>\n#\tServerName c.test\n#</VirtualHost>\n");
-    STEP("on, LoadModule lines", +site->EnableMessage("a.test", "x", 5));
-    STEP("on again", +site->EnableMessage("a.test", "x", 5));
-    STEP("a stopped site", +site->EnableMessage("c.test", "x", 5));
-    // Refused, nothing written.
-    STEP("no such site", +site->EnableMessage("b.test.example", "x", 5));
-    STEP("a domain that is a path", +site->EnableMessage("../a.test", "x", 5));
-    STEP("an empty page", +site->EnableMessage("a.test", "", 5));
-    STEP("a control character in the page", +site->EnableMessage("a.test", "a\x1b[2Jb", 5));
-    STEP("Retry-After 0", +site->EnableMessage("a.test", "x", 0));
-    STEP("off, no such site", +site->DisableMessage("b.test.example"));
-    CQZWebsite none(nullptr);
-    EXPECT_EQ(none.EnableMessage("a.test", "x", 5), 21);
-    EXPECT_EQ(none.DisableMessage("a.test"), 21);
-    EXPECT_DATA(transcript_, "update/maintenance.transcript");
-    // Deleting the site takes its page along, and no other site's.
-    EXPECT_PRINTS(site->DeleteWebsite("a.test", 0), 24, "");
-    EXPECT_FALSE(exists("/var/lib/qzapache/maintenance/a.test"));
-    EXPECT_TRUE(exists("/var/lib/qzapache/maintenance/c.test/index.html"));
-}
-
-TEST_F(UpdateWebsiteTest, ErrorPagesAreOneLinePerCodeInEveryBlock) {
-    CustomErrorPages pages(&tracker, conf_);
-    watchCalls(tracker);
-    writeConf(rootedData("update/site.conf"));
-    ASSERT_EQ(site->EnableMessage("a.test", "x", 5), 96);
-    STEP("404 replaced, added to the 443 block", pages.setErrorPage("a.test", 404, "/missing.html"));
-    STEP("410 text after the last one, ahead of maintenance", pages.setErrorPage("a.test", 410, "\"Gone for good\""));
-    STEP("500 URL", pages.setErrorPage("a.test", 500, "https://status.a.test/"));
-    STEP("404 the same again", pages.setErrorPage("a.test", 404, "/missing.html"));
-    STEP("404 deleted", pages.deleteErrorPage("a.test", 404));
-    NameValueVector listed = {{"stale", "entry"}};
-    STEP("listed", pages.listErrorPages("a.test", listed));
-    std::string text;
-    for (const NameValueSt& nv : listed) text += nv.Name + "=" + nv.Value + ";";
-    EXPECT_EQ(text, "410=Gone for good;500=https://status.a.test/;");
-    // Refused, nothing written.
-    for (auto [code, target] : {std::pair{302, "/x.html"}, {600, "/x.html"}, {404, "x.html"}, {404, "/a b"},
-                                {404, "\"a\"b\""}, {404, "/x\nRequire all granted"}, {404, "ftp://x/"}, {404, ""}})
-        STEP(std::to_string(code) + " " + target, pages.setErrorPage("a.test", code, target));
-    STEP("delete 302", pages.deleteErrorPage("a.test", 302));
-    STEP("no such site", pages.setErrorPage("c.test", 404, "/x.html"));
-    STEP("list, no such site", pages.listErrorPages("c.test", listed));
-    CustomErrorPages none(nullptr, ""), missing(nullptr, missing_);
-    EXPECT_EQ(none.setErrorPage("a.test", 404, "/x.html"), 21);
-    EXPECT_EQ(missing.deleteErrorPage("a.test", 404), 22);
-    EXPECT_EQ(missing.listErrorPages("a.test", listed), 22);
-    EXPECT_DATA(transcript_, "update/error_pages.transcript");
-}
+TEST_F(UpdateWebsiteTest, EditsGoNextToTheirKindInEveryBlockOfTheSite) { run("update/edits"); }
+TEST_F(UpdateWebsiteTest, MaintenanceLinesComeAndGoWithTheBlocksLeftAsTheyWere) { run("update/maintenance"); }
+TEST_F(UpdateWebsiteTest, ErrorPagesAreOneLinePerCodeInEveryBlock) { run("update/error_pages"); }
