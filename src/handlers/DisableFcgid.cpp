@@ -47,36 +47,44 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
             return qz::result::handler::Refused;
     }
 
-    qz::Rewrite rewrite(qz::str(TEMPFILE), conf);
-    if (TEMPFILE == nullptr || !rewrite.open()) return qz::result::ScratchNotWritten;
-    qz::LineReader in(conf, qz::kNoLineLimit);
-    if (!in.isOpen()) return qz::result::handler::ConfigNotOpened;
-    qz::OutFile& out = rewrite.out();
-
+    // The scratch file opens first, and stays behind when no block goes.
+    constexpr qz::FilePlan plan{nullptr, nullptr, qz::kNoLineLimit, qz::LoopEnd::StreamFailure,
+                                qz::EmptyLines::Handed, qz::OpenOrder::ScratchFirst, qz::Unchanged::Left,
+                                qz::Leftover::Kept};
     constexpr int kMaxBlockLines = 10;  // after the opening line, the closing one included
     int consumed = 0;                   // counted over the whole call
-    bool inSite = false, found = false, error = false;
-    while (in.getline()) {
-        const std::string_view line = qz::handlerForm(in.view());
-        if (inSite && line.size() == 14 && qz::startsWithNoCase(line.data(), "</VirtualHost>")) inSite = false;
-        if (line == match) inSite = true;
-        if (inSite && qz::contains(line, "IfModule") && qz::contains(line, ModuleName)) {
-            found = true;
-            while (in.getline()) {
-                if (++consumed > kMaxBlockLines) {
-                    error = true;
-                    break;
+    bool inSite = false, error = false;
+    const qz::Rewritten end = qz::rewriteFile(
+        conf, qz::str(TEMPFILE), plan,
+        [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& found) {
+            const std::string_view line = qz::handlerForm(in.view());
+            if (inSite && line.size() == 14 && qz::startsWithNoCase(line.data(), "</VirtualHost>")) inSite = false;
+            if (line == match) inSite = true;
+            if (inSite && qz::contains(line, "IfModule") && qz::contains(line, ModuleName)) {
+                found = true;
+                while (in.getline()) {
+                    if (++consumed > kMaxBlockLines) {
+                        error = true;
+                        break;
+                    }
+                    if (qz::handlerForm(in.view()) == "</IfModule>") break;
                 }
-                if (qz::handlerForm(in.view()) == "</IfModule>") break;
+                inSite = false;
+                return qz::Next::Line;
             }
-            inSite = false;
-            continue;
-        }
-        out.writeLine(in.view());
+            out.writeLine(in.view());
+            return qz::Next::Line;
+        },
+        qz::NothingOnOpen(), [&](qz::ScratchRewrite&, bool&) { return !error; });
+    switch (end) {
+    case qz::Rewritten::ScratchNotOpened:
+    case qz::Rewritten::NotWritten: return qz::result::ScratchNotWritten;
+    case qz::Rewritten::FileNotOpened: return qz::result::handler::ConfigNotOpened;
+    case qz::Rewritten::Withheld: return qz::result::handler::BlockTooLong;
+    case qz::Rewritten::TooLong:
+    case qz::Rewritten::Unchanged: return qz::result::handler::Done;
+    case qz::Rewritten::Replaced: break;
     }
-    in.close();
-    if (!found || error) return error ? qz::result::handler::BlockTooLong : qz::result::handler::Done;
-    if (!rewrite.commit()) return qz::result::ScratchNotWritten;
 
     // The name is removed in the folder reached above: a link by that name
     // goes, never what it points at.

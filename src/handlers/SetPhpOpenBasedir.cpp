@@ -2,6 +2,7 @@
 #include "CQZWebsite.h"
 
 #include "handlers/PhpFpm.h"
+#include "core/RewritePlan.h"
 #include "core/QZLock.h"
 #include "core/Messages.h"
 
@@ -24,25 +25,31 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
     int pools = 0;
     for (const std::string& version : qz::fpm::versions()) {
         const std::string pool = qz::fpm::poolFile(version, DomainName);
-        qz::LineReader in(pool, qz::kNoLineLimit);
-        if (!qz::fpm::validDomain(DomainName) || !in.isOpen()) continue;
-        ++pools;
-        qz::Rewrite rewrite(pool + ".qztmp", pool);
-        if (!rewrite.open()) return qz::result::ScratchNotWritten;
+        if (!qz::fpm::validDomain(DomainName)) continue;
         // The setting keeps its place; a pool without one gets it at the end.
+        constexpr qz::FilePlan plan{nullptr, ".qztmp", qz::kNoLineLimit, qz::LoopEnd::StreamFailure,
+                                    qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Replaced};
         const std::string setting = "php_admin_value[open_basedir] = \"" + value + "\"";
         bool written = value.empty();
-        while (in.getline()) {
-            if (!qz::startsWithNoCase(qz::skipSpace(in.c_str()), "php_admin_value[open_basedir]")) {
-                rewrite.out().writeLine(in.view());
-            } else if (!written) {
-                rewrite.out().writeLine(setting);
-                written = true;
-            }
-        }
-        if (!written) rewrite.out().writeLine(setting);
-        in.close();
-        if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+        const qz::Rewritten end = qz::rewriteFile(
+            pool, pool + plan.scratchSuffix, plan,
+            [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
+                if (!qz::startsWithNoCase(qz::skipSpace(in.c_str()), "php_admin_value[open_basedir]")) {
+                    out.writeLine(in.view());
+                } else if (!written) {
+                    out.writeLine(setting);
+                    written = true;
+                }
+                return qz::Next::Line;
+            },
+            qz::NothingOnOpen(),
+            [&](qz::ScratchRewrite& out, bool&) {
+                if (!written) out.writeLine(setting);
+                return true;
+            });
+        if (end == qz::Rewritten::FileNotOpened) continue;
+        ++pools;
+        if (end != qz::Rewritten::Replaced) return qz::result::ScratchNotWritten;
     }
     if (pools > 0) return qz::result::phpFpm::Done;
 
