@@ -3,6 +3,7 @@
 
 #include "QZCommon.h"
 #include "core/QZCore.h"
+#include "core/RewritePlan.h"
 #include "core/SafePath.h"
 #include "core/Validate.h"
 #include "website/WebsiteEntry.h"
@@ -133,67 +134,97 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     site.ipv6 = site.ip.find(':') != std::string::npos;
     site.ipSwitch = v.IPSwitch;
 
-    qz::Rewrite rewrite(qz::str(TEMPFILE), HttpdConfFile);
-    const bool scratchOpen = TEMPFILE != nullptr && rewrite.open();
-    qz::LineReader in(HttpdConfFile, qz::kConfigLineLimit);
-    if (int failed = qz::configurationUnreadable(HttpdConfFile, in)) return failed;
-    // Without a scratch file the "mv" would move nothing, or a stale file,
-    // over the configuration.
-    if (!scratchOpen) return qz::result::ScratchNotWritten;
-    qz::OutFile& out = rewrite.out();
-
+    // The scratch file opens first; without it the "mv" would move nothing,
+    // or a stale file, over the configuration (23, once the configuration is
+    // known to open). A line too long to copy would cut the configuration
+    // short: it is left as it is and nothing is created. When the call stops
+    // early, the scratch file stays as far as it was written.
+    constexpr qz::FilePlan plan{nullptr, nullptr, qz::kConfigLineLimit, qz::LoopEnd::EndOfFile,
+                                qz::EmptyLines::Handed, qz::OpenOrder::ScratchOptional, qz::Unchanged::Left,
+                                qz::Leftover::Kept};
+    int stopped = 0;               // the result of a call that stops before the end
     bool atTop = true;             // still in the run of "#" lines that opens the file
     bool hasNameVirtualHost = false;
     bool placed = false;           // the block went inside the address's block
-    while (in.nextUntilEof()) {
-        const char* line = in.c_str();
-        if (atTop && line[0] == '#') {
-            if (site.ipSwitch == '0') out.writeLine(in.view());
-            continue;
-        }
-        atTop = false;
-        out.writeLine(in.view());
-        const char* p = qz::skipSpace(line);
-
-        if (qz::startsWithNoCase(p, "NameVirtualHost")) {
-            if (isOwnNameVirtualHost(qz::afterName(p, 15), site)) hasNameVirtualHost = true;
-        } else if (qz::startsWithNoCase(p, "ServerName")) {
-            if (qz::serverNameIs(p, site.puny)) return qz::result::website::NameTaken;
-        } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
-                   strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
-            // The address's own block: read on to its ServerName. A block held
-            // by another site refuses the address; the address's placeholder
-            // block takes the new site right after its ServerName line. The
-            // read ends with the block, so a block without a ServerName never
-            // borrows the next block's.
-            while (in.nextUntilEof()) {
-                out.writeLine(in.view());
-                const char* q = qz::skipSpace(in.c_str());
-                if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
-                if (!qz::startsWithNoCase(q, "ServerName")) continue;
-                if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0)
-                    return qz::result::website::NameTaken;
-                if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));
-                hasNameVirtualHost = true;
-                out.write(qz::websiteEntry(v, HttpdConfFile));
-                placed = true;
-                break;
+    const qz::Rewritten end = qz::rewriteFile(
+        HttpdConfFile, qz::str(TEMPFILE), plan,
+        [&](qz::LineReader& in, qz::ScratchRewrite& copy, bool& changed) {
+            qz::OutFile& out = copy.out();
+            if (!out.isOpen()) {
+                stopped = qz::result::ScratchNotWritten;
+                return qz::Next::Abandon;
             }
-        }
-    }
-    // A line too long to copy would cut the configuration short: it is left
-    // as it is and nothing is created.
-    if (in.tooLong()) return qz::result::ConfigNotOpened;
-    in.close();
+            const char* line = in.c_str();
+            if (atTop && line[0] == '#') {
+                if (site.ipSwitch == '0') out.writeLine(in.view());
+                return qz::Next::Line;
+            }
+            atTop = false;
+            out.writeLine(in.view());
+            const char* p = qz::skipSpace(line);
 
-    // A scratch file not written whole is not moved: 23, the configuration
-    // as it was (folders made by then stay).
-    if (placed && !rewrite.commit()) return qz::result::ScratchNotWritten;
-    if (!makeSiteFolders(v)) return qz::result::website::FolderNotMade;
-    if (!placed && (site.ipSwitch == '0' || site.ipSwitch == '1')) {
-        if (site.ipSwitch == '1' && !hasNameVirtualHost) out.write(nameVirtualHostLine(site));
-        out.write(qz::websiteEntry(v, HttpdConfFile));
-        if (!rewrite.commit()) return qz::result::ScratchNotWritten;
+            if (qz::startsWithNoCase(p, "NameVirtualHost")) {
+                if (isOwnNameVirtualHost(qz::afterName(p, 15), site)) hasNameVirtualHost = true;
+            } else if (qz::startsWithNoCase(p, "ServerName")) {
+                if (qz::serverNameIs(p, site.puny)) {
+                    stopped = qz::result::website::NameTaken;
+                    return qz::Next::Abandon;
+                }
+            } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
+                       strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
+                // The address's own block: read on to its ServerName. A block held
+                // by another site refuses the address; the address's placeholder
+                // block takes the new site right after its ServerName line. The
+                // read ends with the block, so a block without a ServerName never
+                // borrows the next block's.
+                while (in.nextUntilEof()) {
+                    out.writeLine(in.view());
+                    const char* q = qz::skipSpace(in.c_str());
+                    if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
+                    if (!qz::startsWithNoCase(q, "ServerName")) continue;
+                    if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0) {
+                        stopped = qz::result::website::NameTaken;
+                        return qz::Next::Abandon;
+                    }
+                    if (!hasNameVirtualHost) out.write(nameVirtualHostLine(site));
+                    hasNameVirtualHost = true;
+                    out.write(qz::websiteEntry(v, HttpdConfFile));
+                    placed = changed = true;
+                    break;
+                }
+            }
+            return qz::Next::Line;
+        },
+        qz::NothingOnOpen(),
+        [&](qz::ScratchRewrite& copy, bool& changed) {
+            // Placed inside the address's block: moved first, the folders after.
+            if (placed) return true;
+            // Else the folders first, then the block at the end.
+            if (!makeSiteFolders(v)) {
+                stopped = qz::result::website::FolderNotMade;
+                return false;
+            }
+            if (site.ipSwitch == '0' || site.ipSwitch == '1') {
+                if (site.ipSwitch == '1' && !hasNameVirtualHost) copy.write(nameVirtualHostLine(site));
+                copy.write(qz::websiteEntry(v, HttpdConfFile));
+                changed = true;
+            }
+            return true;
+        });
+    if (stopped != 0) return stopped;
+    switch (end) {
+    case qz::Rewritten::FileNotOpened:
+        qz::sayLine(qz::msg::kConfigNotOpened);
+        return qz::result::ConfigNotOpened;
+    case qz::Rewritten::TooLong: return qz::result::ConfigNotOpened;
+    case qz::Rewritten::ScratchNotOpened:
+    case qz::Rewritten::NotWritten: return qz::result::ScratchNotWritten;
+    case qz::Rewritten::Replaced:
+    case qz::Rewritten::Unchanged:
+    case qz::Rewritten::Withheld: break;
     }
+    // A scratch file not written whole was not moved (23 above, the
+    // configuration as it was; folders made by then stay).
+    if (placed && !makeSiteFolders(v)) return qz::result::website::FolderNotMade;
     return qz::result::website::Created;
 }
