@@ -106,6 +106,8 @@ constexpr BlockForm kVirtualDirectoryInfo{K::Prefix,   C::HashStepped,         t
 constexpr BlockForm kWebsiteList         {K::Prefix,   C::Examined,            true,  E::Full,        false, N::Listed,     false, false, false};
 // Whether a live block names a domain.
 constexpr BlockForm kWebsiteExists       {K::Prefix,   C::Skipped,             true,  E::Full,        false, N::First,      false, false, false};
+// The address's own block that a new site goes into.
+constexpr BlockForm kWebsiteCreate       {K::Prefix,   C::Examined,            true,  E::Full,        false, N::None,       false, false, false};
 // Whether a site runs or is stopped (its block commented out).
 constexpr BlockForm kWebsiteStatus       {K::Word,     C::HashSteppedAfterSpace, true, E::Within,     false, N::First,      false, false, false};
 // Deleting a website: the last ServerName seen decides every block after it

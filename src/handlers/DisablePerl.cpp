@@ -15,7 +15,7 @@ int CQZWebsite::DisablePerl(std::string szDomainName) {
                                                                 std::string_view line, qz::OutFile& out) {
         if (scan.rootDirectory(line.data())) {
             inDirectory = true;
-        } else if (w.is("</VirtualHost>")) {
+        } else if (scan.last == qz::BlockLine::Closing || scan.last == qz::BlockLine::SiteClosing) {
             inDirectory = false;
         } else if (w.is("AddHandler") && inDirectory && strcasecmp(w.rest, "cgi-script cgi pl") == 0) {
             inDirectory = false;

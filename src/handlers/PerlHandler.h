@@ -28,6 +28,7 @@ struct PerlSiteScan {
 
     BlockScan block;
     const std::string& documentRoot;
+    BlockLine last = BlockLine::Other;  // what the last line was to the walk
 };
 
 // The rewrite of both operations: 21 when no configuration is named; else the

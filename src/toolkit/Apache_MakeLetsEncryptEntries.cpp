@@ -29,7 +29,7 @@ int ApacheHelper::Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std:
                 found = opening.copy(line, scratch);
                 return Next::Line;
             }
-            if (!done && startsWithNoCase(skipSpace(line.c_str()), "</VirtualHost")) {
+            if (!done && opening.closes(line.c_str())) {
                 for (const std::string& directive : directives) scratch.writeLine("\t" + directive);
                 scratch.writeLine(line.view());
                 if (makeNVHentry) scratch.writeLine(NVHentry);

@@ -39,7 +39,7 @@ int qz::addModule(const std::string& apacheConfFile, const std::string& moduleNa
                               printEntry);
     if (end == Rewritten::Unchanged) {
         end = placeLine(apacheConfFile, kAddModuleAgain, entry, true, "VirtualHost found",
-                        [](const char* p) { return startsWithNoCase(p, "<VirtualHost"); });
+                        [&level](const char* p) { return level.block.opens(p); });
     }
     if (end != Rewritten::Unchanged) return kBlockFailures.code(end);
 

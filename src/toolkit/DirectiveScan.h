@@ -137,6 +137,8 @@ public:
     // Writes (or holds) one line. True when it was the ServerName line of the
     // domain's block, whose opening line was just replaced.
     bool copy(const LineReader& line, ScratchRewrite& scratch);
+    // Whether `line` closes a block ("</VirtualHost").
+    bool closes(const char* line) const { return block_.closes(line); }
 
 private:
     BlockScan block_;

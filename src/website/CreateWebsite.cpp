@@ -2,6 +2,7 @@
 #include "CQZWebsite.h"
 
 #include "QZCommon.h"
+#include "core/BlockScan.h"
 #include "core/QZCore.h"
 #include "core/RewritePlan.h"
 #include "core/SafePath.h"
@@ -146,6 +147,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     bool atTop = true;             // still in the run of "#" lines that opens the file
     bool hasNameVirtualHost = false;
     bool placed = false;           // the block went inside the address's block
+    const qz::BlockScan blocks(qz::forms::kWebsiteCreate);
     const qz::Rewritten end = qz::rewriteFile(
         HttpdConfFile, qz::str(TEMPFILE), plan,
         [&](qz::LineReader& in, qz::ScratchRewrite& copy, bool& changed) {
@@ -170,7 +172,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                     stopped = qz::result::website::NameTaken;
                     return qz::Next::Abandon;
                 }
-            } else if (site.ipSwitch == '2' && !placed && qz::startsWithNoCase(p, "<VirtualHost") &&
+            } else if (site.ipSwitch == '2' && !placed && blocks.opens(p) &&
                        strncmp(qz::afterName(p, 12), site.ip.c_str(), site.ip.size()) == 0) {
                 // The address's own block: read on to its ServerName. A block held
                 // by another site refuses the address; the address's placeholder
@@ -180,7 +182,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
                 while (in.nextUntilEof()) {
                     out.writeLine(in.view());
                     const char* q = qz::skipSpace(in.c_str());
-                    if (qz::startsWithNoCase(q, "</VirtualHost>")) break;
+                    if (blocks.closes(q)) break;
                     if (!qz::startsWithNoCase(q, "ServerName")) continue;
                     if (strncmp(qz::afterName(q, 11), site.ip.c_str(), site.ip.size()) != 0) {
                         stopped = qz::result::website::NameTaken;
