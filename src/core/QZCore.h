@@ -345,6 +345,8 @@ public:
     // The scratch file opened at its end, keeping what it holds.
     bool openAppend() { return out_.openAppend(scratch_.c_str()); }
     OutFile& out() { return out_; }
+    void write(std::string_view text) { out_.write(text); }
+    void writeLine(std::string_view text) { out_.writeLine(text); }
     // Closes the scratch file once its data is on the disk, moves it over the
     // target, then puts the target and its folder entry on the disk, so that
     // a power cut leaves the old file or the new one, whole. The exit status

@@ -124,29 +124,6 @@ inline void makeBackup(const std::string& file, const FilePlan& plan) {
     if (plan.backupSuffix != nullptr) runShell(shellCommand({"cp", file, file + plan.backupSuffix}));
 }
 
-// The scratch file of a rewrite: opened for writing (truncated), then either
-// moved over the file ("mv scratch file") or deleted.
-class ScratchRewrite {
-public:
-    ScratchRewrite(const std::string& scratch, const std::string& file) : rewrite_(scratch, file) {}
-
-    bool open(ScratchStart start = ScratchStart::Empty) {
-        return start == ScratchStart::Appended ? rewrite_.openAppend() : rewrite_.open();
-    }
-    OutFile& out() { return rewrite_.out(); }
-    void write(std::string_view text) { rewrite_.out().write(text); }
-    void writeLine(std::string_view text) { rewrite_.out().writeLine(text); }
-    // See Rewrite::commit.
-    [[nodiscard]] bool commit(Placing placing = Placing::MoveCommand) {
-        return placing == Placing::Rename ? rewrite_.commitByRename() : rewrite_.commit();
-    }
-    // Closes and deletes the scratch file; the file stays as it was.
-    void discard() { rewrite_.discard(); }
-
-private:
-    Rewrite rewrite_;
-};
-
 // How a rewrite ended.
 enum class Rewritten {
     Replaced,          // the scratch file replaced the file
@@ -201,15 +178,19 @@ struct NothingOnOpen {
     void operator()() const {}
 };
 struct ReplaceWhenChanged {
-    bool operator()(ScratchRewrite&, bool&) const { return true; }
+    bool operator()(Rewrite&, bool&) const { return true; }
 };
 template <class Body, class Opened = NothingOnOpen, class Ended = ReplaceWhenChanged>
 Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, const FilePlan& plan, Body&& body,
                       Opened&& opened = Opened(), Ended&& ended = Ended()) {
     makeBackup(file, plan);
-    ScratchRewrite scratch(scratchPath, file);
+    Rewrite scratch(scratchPath, file);
+    const auto openScratch = [&] {
+        if (scratchPath.empty()) return false;
+        return plan.start == ScratchStart::Appended ? scratch.openAppend() : scratch.open();
+    };
     const bool scratchFirst = plan.open != OpenOrder::FileFirst;
-    bool scratchOpen = scratchFirst && !scratchPath.empty() && scratch.open(plan.start);
+    bool scratchOpen = scratchFirst && openScratch();
     if (plan.open == OpenOrder::ScratchFirst && !scratchOpen) return Rewritten::ScratchNotOpened;
     const auto leaveScratch = [&] {
         if (!scratchOpen) return;
@@ -224,8 +205,7 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
         leaveScratch();
         return Rewritten::FileNotOpened;
     }
-    if (!scratchFirst && !(scratchOpen = !scratchPath.empty() && scratch.open(plan.start)))
-        return Rewritten::ScratchNotOpened;
+    if (!scratchFirst && !(scratchOpen = openScratch())) return Rewritten::ScratchNotOpened;
     opened();
     bool changed = false;
     ScanEnd end = ScanEnd::Done;
@@ -241,7 +221,8 @@ Rewritten rewriteFile(const std::string& file, const std::string& scratchPath, c
         if (end == ScanEnd::TooLong) return Rewritten::TooLong;
         return scratchOpen ? Rewritten::Unchanged : Rewritten::ScratchNotOpened;
     }
-    return scratch.commit(plan.placing) ? Rewritten::Replaced : Rewritten::NotWritten;
+    const bool placed = plan.placing == Placing::Rename ? scratch.commitByRename() : scratch.commit();
+    return placed ? Rewritten::Replaced : Rewritten::NotWritten;
 }
 
 // The same with the plan's scratch name (file<scratchSuffix>), answered with

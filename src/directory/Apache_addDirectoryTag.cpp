@@ -14,7 +14,7 @@ int ApacheHelper::Apache_addDirectoryTag(std::string apacheConfFile, std::string
     BlockScan block(domainName, forms::kDirectiveRead);
     // `added`: the section went in; the rest of the file is copied as it is.
     return rewriteLines(apacheConfFile, plans::kAddDirectoryTag, kSectionFailures,
-                        [&](LineReader& line, ScratchRewrite& scratch, bool& added) {
+                        [&](LineReader& line, Rewrite& scratch, bool& added) {
                             if (!added) {
                                 if (block.examine(line.c_str()) == BlockLine::Other && block.inSite() &&
                                     opensDirectory(block.text())) {

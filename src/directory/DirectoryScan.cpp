@@ -4,7 +4,7 @@
 
 namespace qz {
 
-void writeDirectoryBody(ScratchRewrite& scratch, const std::vector<std::string>& directives) {
+void writeDirectoryBody(Rewrite& scratch, const std::vector<std::string>& directives) {
     for (const std::string& directive : directives) scratch.writeLine("\t\t" + directive);
     scratch.writeLine("\t</Directory>");
 }
@@ -29,7 +29,7 @@ int editDirectorySection(const std::string& file, const FilePlan& plan, const st
     bool done = false;      // the rest of the file is copied as it is
     int stopped = 0;
     std::string sectionPath;
-    const int result = rewriteLines(file, plan, kSectionFailures, [&](LineReader& line, ScratchRewrite& scratch, bool& edited) {
+    const int result = rewriteLines(file, plan, kSectionFailures, [&](LineReader& line, Rewrite& scratch, bool& edited) {
         if (done) {
             scratch.writeLine(line.view());
             return Next::Line;

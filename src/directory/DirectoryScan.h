@@ -23,7 +23,7 @@ constexpr FilePlan kUpdateDirectoryDirectives {".qzbackup.rt", "_temp3", 2024, L
 inline std::string directoryOpening(const std::string& path) { return "\t<Directory \"" + path + "\">"; }
 
 // The section's directives: each after two tabs, then the closing line.
-void writeDirectoryBody(ScratchRewrite& scratch, const std::vector<std::string>& directives);
+void writeDirectoryBody(Rewrite& scratch, const std::vector<std::string>& directives);
 
 // A line (after its white space) that opens a section: "<Directory" in any
 // case, so "<DirectoryMatch" too.

@@ -32,7 +32,7 @@ int CQZWebsite::ConfigureFcgidGlobally(std::string HttpdConfFile, std::string Mo
                                 qz::EmptyLines::Handed, qz::OpenOrder::FileFirst, qz::Unchanged::Left,
                                 qz::Leftover::Kept, qz::LongLine::LeavesFile};
     const qz::Rewritten end = qz::rewriteFile(HttpdConfFile, HttpdConfFile + plan.scratchSuffix, plan,
-                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& written) {
+                                              [&](qz::LineReader& in, qz::Rewrite& out, bool& written) {
         if (qz::startsWithNoCase(in.c_str(), "Include")) {
             out.writeLine(block);
             qz::runShell(qz::shellCommand({"mkdir", folder}));

@@ -56,7 +56,7 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
     bool inSite = false, error = false;
     const qz::Rewritten end = qz::rewriteFile(
         conf, qz::str(TEMPFILE), plan,
-        [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& found) {
+        [&](qz::LineReader& in, qz::Rewrite& out, bool& found) {
             const std::string_view line = qz::handlerForm(in.view());
             if (inSite && line.size() == 14 && qz::startsWithNoCase(line.data(), "</VirtualHost>")) inSite = false;
             if (line == match) inSite = true;
@@ -75,7 +75,7 @@ int CQZWebsite::DisableFcgid(std::string DomainName, std::string ModuleName, std
             out.writeLine(in.view());
             return qz::Next::Line;
         },
-        qz::NothingOnOpen(), [&](qz::ScratchRewrite&, bool&) { return !error; });
+        qz::NothingOnOpen(), [&](qz::Rewrite&, bool&) { return !error; });
     switch (end) {
     case qz::Rewritten::ScratchNotOpened:
     case qz::Rewritten::NotWritten: return qz::result::ScratchNotWritten;

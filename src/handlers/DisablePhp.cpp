@@ -18,7 +18,8 @@ int CQZWebsite::DisablePhp(std::string DomainName) {
                             [&](const qz::WordLine& w, std::string_view line, qz::OutFile& out) {
         const qz::BlockLine kind = block.examine(line.data());
         if (kind == qz::BlockLine::Opening) inBlock = false;
-        const bool blockLine = kind != qz::BlockLine::Other || w.is("ServerName") || w.is("</VirtualHost>");
+        // A ServerName line the walk does not examine is no <IfModule> or AddHandler line either.
+        const bool blockLine = kind != qz::BlockLine::Other;
         if (!blockLine && w.is("<IfModule") && block.inSite()) {
             // The name is cut one character before its first dot: the module
             // file's version character goes with it (mod_php5.c> -> mod_php).

@@ -41,7 +41,7 @@ int rewriteWords(const std::string& conf, const std::string& scratch, size_t lim
     const FilePlan plan{nullptr,           nullptr,          limit,          LoopEnd::StreamFailure,
                         EmptyLines::Skipped, OpenOrder::ScratchOptional, Unchanged::Replaced, Leftover::Kept,
                         LongLine::LeavesFile};
-    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, ScratchRewrite& out, bool&) {
+    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, Rewrite& out, bool&) {
         const char* p = skipSpace(in.c_str());
         if (*p == '#')
             out.writeLine(in.view());
@@ -69,7 +69,7 @@ int insertAfterCustomLog(const std::string& conf, const std::string& scratch, co
     constexpr FilePlan plan{nullptr, nullptr, kNoLineLimit, LoopEnd::EndOfFile, EmptyLines::Handed,
                             OpenOrder::ScratchFirst, Unchanged::Left, Leftover::Kept};
     bool inSite = false;
-    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, ScratchRewrite& out, bool& done) {
+    const Rewritten end = rewriteFile(conf, scratch, plan, [&](LineReader& in, Rewrite& out, bool& done) {
         const std::string_view line = handlerForm(in.view());
         if (line == match) inSite = true;
         if (inSite && line.substr(0, 9) == "CustomLog") {

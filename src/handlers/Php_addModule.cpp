@@ -29,7 +29,7 @@ Pass copyWithEntry(const std::string& conf, const std::string& scratch, std::str
     std::string line;
     const qz::Rewritten end = qz::rewriteFile(
         conf, scratch, plan,
-        [&](qz::LineReader& in, qz::ScratchRewrite& out, bool& placed) {
+        [&](qz::LineReader& in, qz::Rewrite& out, bool& placed) {
             if (place && !placed && qz::startsWithNoCase(in.c_str(), keyword)) {
                 out.writeLine(line);
                 placed = true;

@@ -17,7 +17,7 @@ int CQZWebsite::Php_disableModule(std::string apacheConfFile, std::string module
                                 qz::ScratchStart::Appended};
     qz::ServerModuleLine lines;
     const qz::Rewritten end = qz::rewriteFile(apacheConfFile, qz::str(TEMPFILE), plan,
-                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
+                                              [&](qz::LineReader& in, qz::Rewrite& out, bool&) {
         if (!lines.loads(qz::handlerForm(in.view()), moduleName)) out.writeLine(in.view());
         return qz::Next::Line;
     });

@@ -33,7 +33,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
         bool written = value.empty();
         const qz::Rewritten end = qz::rewriteFile(
             pool, pool + plan.scratchSuffix, plan,
-            [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
+            [&](qz::LineReader& in, qz::Rewrite& out, bool&) {
                 if (!qz::startsWithNoCase(qz::skipSpace(in.c_str()), "php_admin_value[open_basedir]")) {
                     out.writeLine(in.view());
                 } else if (!written) {
@@ -43,7 +43,7 @@ int CQZWebsite::SetPhpOpenBasedir(std::string DomainName, StringVector Paths) {
                 return qz::Next::Line;
             },
             qz::NothingOnOpen(),
-            [&](qz::ScratchRewrite& out, bool&) {
+            [&](qz::Rewrite& out, bool&) {
                 if (!written) out.writeLine(setting);
                 return true;
             });

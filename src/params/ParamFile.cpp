@@ -37,7 +37,7 @@ int rewriteParamFile(const std::string& filePath, const ParamLine& wanted, const
     if (filePath.empty() || wanted.name.empty() || wanted.value.empty()) return 0;
     int changed = 0;
     const Rewritten end = rewriteFile(filePath, filePath + kParamPlan.scratchSuffix, kParamPlan,
-                                      [&](LineReader& in, ScratchRewrite& out, bool&) {
+                                      [&](LineReader& in, Rewrite& out, bool&) {
         switch (wanted.classify(in.c_str())) {
         case ParamLine::Comment:
             if (keepComments) out.writeLine(in.view());

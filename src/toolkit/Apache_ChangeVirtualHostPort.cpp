@@ -13,7 +13,7 @@ int ApacheHelper::Apache_ChangeVirtualHostPort(std::string apacheConfFile, std::
     using namespace qz;
     HeldOpening opening(domainName, virtualHostOpening(ip, port));
     return rewriteLines(apacheConfFile, plans::kChangeVirtualHostPort, kBlockFailures,
-                        [&](LineReader& line, ScratchRewrite& scratch, bool& changed) {
+                        [&](LineReader& line, Rewrite& scratch, bool& changed) {
                             if (changed)
                                 scratch.writeLine(line.view());
                             else

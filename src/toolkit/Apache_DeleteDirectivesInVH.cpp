@@ -26,7 +26,7 @@ int ApacheHelper::Apache_DeleteDirectivesInVH(std::string apacheConfFile, std::s
     // there to its closing line, no other line changes that, not even another
     // ServerName. The file is rewritten even when nothing was dropped.
     return rewriteLines(apacheConfFile, plans::kDeleteDirectivesInVH, kBlockFailures,
-                        [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
+                        [&](LineReader& line, Rewrite& scratch, bool& found) {
                             const char* p = skipSpace(line.c_str());
                             if (!done && !isComment(p)) {
                                 if (!found) {

@@ -19,7 +19,7 @@ int ApacheHelper::Apache_DeleteVhIfmoduleBlock(std::string apacheConfFile, std::
     // cannot read.
     const Rewritten end = rewriteFile(apacheConfFile, apacheConfFile + plans::kDeleteVhIfmoduleBlock.scratchSuffix,
                                       plans::kDeleteVhIfmoduleBlock,
-                                      [&](LineReader& in, ScratchRewrite& scratch, bool& removed) {
+                                      [&](LineReader& in, Rewrite& scratch, bool& removed) {
         if (!removed) {
             const char* rest = ifModuleInSite(block, in.c_str());
             if (rest != nullptr && ifModuleNames(rest, moduleName)) {

@@ -24,7 +24,7 @@ int ApacheHelper::Apache_MakeLetsEncryptEntries(std::string apacheConfFile, std:
     bool done = false;  // the block is closed: the rest is copied as it is
     // `found`: the domain's block was reached (its ServerName line).
     const int result = rewriteLines(
-        apacheConfFile, kMakeLetsEncryptEntries, kBlockFailures, [&](LineReader& line, ScratchRewrite& scratch, bool& found) {
+        apacheConfFile, kMakeLetsEncryptEntries, kBlockFailures, [&](LineReader& line, Rewrite& scratch, bool& found) {
             if (!found) {
                 found = opening.copy(line, scratch);
                 return Next::Line;

@@ -18,7 +18,7 @@ int qz::updateDirectiveInVH(const std::string& apacheConfFile, const std::string
     const RewriteFailures failures{result::toolkit::FileNotOpened, result::toolkit::ScratchNotOpened,
                                    result::toolkit::DirectiveNotFound};
     return rewriteLines(apacheConfFile, plans::kUpdateDirectiveInVH, failures,
-                        [&](LineReader& line, ScratchRewrite& scratch, bool& replaced) {
+                        [&](LineReader& line, Rewrite& scratch, bool& replaced) {
                             if (block.examine(line.c_str()) == BlockLine::Other && block.inSite() &&
                                 startsWithNoCase(block.text(), directive)) {
                                 scratch.writeLine(replacement);

@@ -16,7 +16,7 @@ int ApacheHelper::Apache_UpdateVHDirectiveContents(std::string apacheConfFile, s
     bool valueFound = false;  // never cleared: once seen, no later block gets the line
     // `closed`: a nested block of the domain was closed, so the work is done.
     return rewriteLines(apacheConfFile, plans::kUpdateVHDirContents, kBlockFailures,
-                        [&](LineReader& line, ScratchRewrite& scratch, bool& closed) {
+                        [&](LineReader& line, Rewrite& scratch, bool& closed) {
                             const char* p = skipSpace(line.c_str());
                             // A nested section left open ends with its block: the
                             // line never goes into a later site's block.

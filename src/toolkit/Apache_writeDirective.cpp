@@ -37,7 +37,7 @@ int writeByReference(const std::string& file, const std::string& entry, const st
 int writeAtLine(const std::string& file, const std::string& entry, int lineCount) {
     int number = 0;
     const Rewritten end = rewriteFile(file, file + kWriteAtLine.scratchSuffix, kWriteAtLine,
-                                      [&](LineReader& line, ScratchRewrite& scratch, bool&) {
+                                      [&](LineReader& line, Rewrite& scratch, bool&) {
                                           ++number;
                                           if (line.empty()) return Next::Line;
                                           if (number == lineCount) scratch.writeLine(entry);

@@ -41,7 +41,7 @@ int addLinesToDomainBlocks(const std::string& file, const std::string& domain, c
     // file that cannot be opened (nothing could be added) and an over-long
     // line; the file is left as it is in each case.
     BlockScan block(domain, forms::kDirectiveAdd);
-    return rewriteLines(file, plan, {1, 1, 1}, [&](LineReader& line, ScratchRewrite& scratch, bool& added) {
+    return rewriteLines(file, plan, {1, 1, 1}, [&](LineReader& line, Rewrite& scratch, bool& added) {
         if ((!added || everyBlock) && block.examine(line.c_str()) == BlockLine::SiteClosing) {
             for (const std::string& text : lines) scratch.writeLine("\t" + text);
             added = true;
@@ -58,7 +58,7 @@ std::string virtualHostOpening(const std::string& ip, const std::string& port) {
     return "<VirtualHost " + address + ":" + port + ">";
 }
 
-bool HeldOpening::copy(const LineReader& line, ScratchRewrite& scratch) {
+bool HeldOpening::copy(const LineReader& line, Rewrite& scratch) {
     const BlockLine kind = block_.examine(line.c_str());
     if (kind == BlockLine::Opening) {
         held_.assign(line.view());

@@ -80,7 +80,7 @@ Rewritten placeLine(const std::string& file, const FilePlan& plan, const std::st
                     const char* progress, Accept&& accept, Opened&& opened = Opened()) {
     return rewriteFile(
         file, file + plan.scratchSuffix, plan,
-        [&](LineReader& line, ScratchRewrite& scratch, bool& placed) {
+        [&](LineReader& line, Rewrite& scratch, bool& placed) {
             const bool here = !placed && accept(skipSpace(line.c_str()));
             if (here) {
                 if (progress != nullptr) sayLine(progress);
@@ -136,7 +136,7 @@ public:
 
     // Writes (or holds) one line. True when it was the ServerName line of the
     // domain's block, whose opening line was just replaced.
-    bool copy(const LineReader& line, ScratchRewrite& scratch);
+    bool copy(const LineReader& line, Rewrite& scratch);
     // Whether `line` closes a block ("</VirtualHost").
     bool closes(const char* line) const { return block_.closes(line); }
 

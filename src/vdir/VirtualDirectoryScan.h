@@ -98,7 +98,7 @@ char rewriteConfiguration(const char* conf, const char* scratch, char done, cons
     char result = 0;
     const Rewritten end = rewriteFile(
         str(conf), str(scratch), kVirtualDirectoryRewrite,
-        [&](LineReader& in, ScratchRewrite& out, bool&) {
+        [&](LineReader& in, Rewrite& out, bool&) {
             if (in.c_str()[0] == '#') {
                 out.writeLine(in.view());
                 return Next::Line;

@@ -150,7 +150,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
     const qz::BlockScan blocks(qz::forms::kWebsiteCreate);
     const qz::Rewritten end = qz::rewriteFile(
         HttpdConfFile, qz::str(TEMPFILE), plan,
-        [&](qz::LineReader& in, qz::ScratchRewrite& copy, bool& changed) {
+        [&](qz::LineReader& in, qz::Rewrite& copy, bool& changed) {
             qz::OutFile& out = copy.out();
             if (!out.isOpen()) {
                 stopped = qz::result::ScratchNotWritten;
@@ -198,7 +198,7 @@ char CQZWebsite::CreateWebsite(VHostEntry* objVHost) {
             return qz::Next::Line;
         },
         qz::NothingOnOpen(),
-        [&](qz::ScratchRewrite& copy, bool& changed) {
+        [&](qz::Rewrite& copy, bool& changed) {
             // Placed inside the address's block: moved first, the folders after.
             if (placed) return true;
             // Else the folders first, then the block at the end.

@@ -29,7 +29,7 @@ char CQZWebsite::DeleteWebsite(const char* pDName, char /*DomainType*/) {
     qz::BlockScan block(domain, qz::forms::kWebsiteDelete);
     std::string held;
     const qz::Rewritten end = qz::rewriteFile(HttpdConfFile, qz::str(TEMPFILE), kDeletePlan,
-                                              [&](qz::LineReader& in, qz::ScratchRewrite& out, bool&) {
+                                              [&](qz::LineReader& in, qz::Rewrite& out, bool&) {
         const std::string_view line = in.view();
         const bool open = block.inBlock();
         const qz::BlockLine kind = block.examine(in.c_str());

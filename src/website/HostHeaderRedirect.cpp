@@ -35,7 +35,7 @@ void rewriteRedirectAliases(const std::string& domain,
     constexpr FilePlan plan{nullptr, nullptr, kNoLineLimit, LoopEnd::EndOfFile, EmptyLines::Handed,
                             OpenOrder::ScratchFirst, Unchanged::Replaced, Leftover::Deleted, LongLine::EndsCopy,
                             Placing::Rename, ScratchStart::Empty, Unopened::ReadsEmpty};
-    static_cast<void>(rewriteFile(file, sysPath("/etc/temp"), plan, [&](LineReader& in, ScratchRewrite& out, bool&) {
+    static_cast<void>(rewriteFile(file, sysPath("/etc/temp"), plan, [&](LineReader& in, Rewrite& out, bool&) {
         const std::string_view line = in.view();
         out.writeLine(isAliasLine(line) ? change(line, layout) : std::string(line));
         return Next::Line;

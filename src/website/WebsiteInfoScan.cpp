@@ -271,7 +271,7 @@ SiteRewrite rewriteSiteBlocks(const std::string& conf, const std::string& scratc
     BlockScan blocks(forms::kWebsiteBlocks);
     const Rewritten end = rewriteFile(
         conf, scratch, plan,
-        [&](LineReader& in, ScratchRewrite& copy, bool&) {
+        [&](LineReader& in, Rewrite& copy, bool&) {
             out = &copy.out();
             const bool unterminated = in.eof();
             const bool open = blocks.inBlock();
@@ -291,7 +291,7 @@ SiteRewrite rewriteSiteBlocks(const std::string& conf, const std::string& scratc
             return Next::Line;
         },
         NothingOnOpen(),
-        [&](ScratchRewrite& copy, bool& replace) {
+        [&](Rewrite& copy, bool& replace) {
             out = &copy.out();
             if (blocks.inBlock()) flush();
             replace = changed || (preambleDone && !preamble.empty());

@@ -35,7 +35,7 @@ int switchWebsite(const char* httpdConfFile, const char* scratch, const char* do
     BlockScan block(name, forms::kWebsiteSwitch);
     std::string held;  // the lines of the open block, each ended by a newline
     const Rewritten end = rewriteFile(str(httpdConfFile), scratch == nullptr ? "" : scratch, kSwitchPlan,
-                                      [&](LineReader& in, ScratchRewrite& out, bool& changed) {
+                                      [&](LineReader& in, Rewrite& out, bool& changed) {
         const std::string_view line = in.view();
         if (to == SwitchTo::Stopped && *skipSpace(in.c_str()) == '#') {
             // Stopping writes a comment line at once, so inside a block it

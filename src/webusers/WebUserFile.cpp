@@ -21,7 +21,7 @@ constexpr FilePlan kWebUserPlan{nullptr, nullptr, kWebUserLineLimit, LoopEnd::En
 WebUserRewrite rewriteWebUsers(const CQZUsers& users, const std::string& key, const std::string* replacement) {
     bool found = false;
     const Rewritten end = rewriteFile(webUserFile(users), str(users.TEMPFILE), kWebUserPlan,
-                                      [&](LineReader& in, ScratchRewrite& out, bool&) {
+                                      [&](LineReader& in, Rewrite& out, bool&) {
         if (in.view().compare(0, key.size(), key) == 0) {
             found = true;
             if (replacement != nullptr) out.writeLine(*replacement);
